@@ -1,0 +1,33 @@
+#include "serial/xpl.h"
+
+#include "serial/line.h"
+#include "serial/port.h"
+
+int XPLOpen(const XplDcb* dcb, unsigned receiveSize, unsigned /*transmitSize*/, void* traceContext,
+            XplTraceCallback traceCallback) {
+  xpl::XplPort* const port = dcb != nullptr ? xpl::createPort(receiveSize) : nullptr;
+  if (port == nullptr) {
+    return 0;
+  }
+  if (!xpl::openLine(port, *dcb) || !xpl::configureLine(*port, *dcb)) {
+    xpl::closeLine(port);
+    xpl::destroyPort(port);
+    return 0;
+  }
+  xpl::chooseTrace(port, traceContext, traceCallback);
+  unsigned status = 0;
+  xpl::readModemStatus(port, nullptr, &status);  // Primes the line cache; a line without modem lines is no failure.
+  return static_cast<int>(port->slot) + 1;
+}
+
+int XPLClose(int handle) {
+  if (xpl::XplPort* const port = xpl::findPort(handle)) {
+    xpl::closeLine(port);
+    xpl::destroyPort(port);
+  }
+  return 1;
+}
+
+int XPLGetVersion() {
+  return 1225;
+}
