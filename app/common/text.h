@@ -1,0 +1,20 @@
+// Small text conversions. Any thread.
+#pragma once
+
+#include <ctime>
+#include <string>
+
+namespace orvix {
+
+// Copies with every byte through toupper(3) or tolower(3).
+std::string toUpper(std::string text);
+std::string toLower(std::string text);
+
+// `value` in `radix` (2 to 36, digits above 9 in lower case; "" for another radix). A minus sign stands in radix 10
+// only: in any other radix a negative value is shown as its 32-bit two's complement.
+std::string intToText(int value, int radix);
+
+// Local time of `time` as "dd.mm.yyyy hh:mm"; "" when it cannot be converted.
+std::string localTimeText(std::time_t time);
+
+}  // namespace orvix
