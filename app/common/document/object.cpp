@@ -1,0 +1,95 @@
+#include "app/common/document/object.h"
+
+#include <cstdio>
+
+#include "app/common/document/render.h"
+
+namespace orvix {
+
+int BSONObject::type() const {
+  return BSON_TYPE_DOCUMENT;
+}
+
+std::string BSONObject::toStream(const void* withKeys, bool recursive) const {
+  return renderObject(*this, withKeys, recursive, false);
+}
+
+int BSONArray::type() const {
+  return BSON_TYPE_ARRAY;
+}
+
+std::string BSONArray::toStream(const void* withKeys, bool recursive) const {
+  return renderObject(*this, withKeys, recursive, true);
+}
+
+uint32_t BSONObject::count() const {
+  return isEmpty() ? 0 : bson_count_keys(document.get());
+}
+
+BSONObject BSONObject::copy() const {
+  return {shareDocument(bson_copy(readable())), isBorrowed()};
+}
+
+void BSONObject::clear() {
+  if (!isEmpty()) {
+    document.reset();
+  }
+}
+
+BSONPair BSONObject::begin() const {
+  bson_iter_t first;
+  if (!bson_iter_init(&first, readable())) {
+    return end();
+  }
+  return ++BSONPair(first);
+}
+
+Status BSONObject::validate() const {
+  constexpr auto kFlags = static_cast<bson_validate_flags_t>(BSON_VALIDATE_UTF8 | BSON_VALIDATE_DOLLAR_KEYS |
+                                                             BSON_VALIDATE_DOT_KEYS | BSON_VALIDATE_UTF8_ALLOW_NULL);
+  size_t offset = 0;
+  if (bson_validate(readable(), kFlags, &offset)) {
+    return {};
+  }
+  char detail[64];
+  std::snprintf(detail, sizeof detail, "BSON is invalid at offset 0x%x.\n", static_cast<unsigned>(offset));
+  return Status::failed(className().c_str(), detail);
+}
+
+std::string BSONObject::toJSON() const {
+  size_t length = 0;
+  const std::unique_ptr<char, decltype(&bson_free)> text(bson_as_json(readable(), &length), bson_free);
+  return text != nullptr ? std::string(text.get(), length) : std::string();
+}
+
+bool BSONObject::concat(const BSONObject& other) {
+  if (document == nullptr) {
+    document = shareDocument(bson_new());
+  }
+  if (document == other.document) {
+    return concat(other.copy());  // A document cannot be walked while it grows.
+  }
+  return bson_concat(document.get(), other.readable());
+}
+
+BSONObject BSONObject::without(const std::string& key) const {
+  DocumentHandle rest = shareDocument(bson_new());
+  bson_copy_to_excluding_noinit(readable(), rest.get(), key.c_str(), NULL);
+  return {std::move(rest), isBorrowed()};
+}
+
+BSONObject BSONObject::replace(const BSONPair& pair) const {
+  DocumentHandle result = shareDocument(bson_new());
+  const std::string replaced = pair.key();
+  bson_iter_t value = pair.position();
+  for (const BSONPair& element : *this) {
+    if (!pair.isEmpty() && replaced == element.keyText()) {
+      bson_append_value(result.get(), replaced.c_str(), -1, bson_iter_value(&value));
+    } else {
+      bson_append_iter(result.get(), nullptr, 0, &element.position());
+    }
+  }
+  return {std::move(result), isBorrowed()};
+}
+
+}  // namespace orvix
