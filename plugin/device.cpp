@@ -1,0 +1,9 @@
+#include "plugin/device.h"
+
+namespace orvix {
+
+Status IDevice::OptionalOperation() {
+  return Status::notImplemented("");
+}
+
+}  // namespace orvix

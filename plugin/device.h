@@ -1,0 +1,88 @@
+// The boundary between a host and its devices: what the host calls, and the two host objects that a device calls.
+//
+// Threads: a host may call a device from several threads; the modem commands of one device are serialised inside.
+// Start, Stop, SetProperty and destruction of one device are for the host to serialise, as are data reports of all
+// devices of a process, which share their change detection. Sink and trace callbacks run on the calling thread.
+//
+// Classes are called through their tables of virtual functions by position, so the order of declaration is binding on
+// both sides. Every document is a shared handle; reports belong to whoever asked for them. Release all documents and
+// reports that a plug-in handed out before unloading it.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <string>
+
+#include "app/common/document/object.h"
+#include "app/common/document/value.h"
+#include "app/common/status.h"
+#include "serial/xpl.h"
+
+namespace orvix {
+
+// What a host sees of a device's state. kInitializing is never reported.
+enum class DeviceStatus : std::uint32_t { kNoData = 0, kInitializing = 1, kNotAvailable = 2, kError = 3, kReady = 4 };
+
+// A report, immutable. Out-pointers may be null, which gives false.
+class IDeviceDataReport {
+ public:
+  // When the measurement was taken.
+  virtual bool GetTimestamp(std::time_t* time) = 0;
+  // The element at a dotted path; `value` is a view into the report. False, `value` unchanged, when there is none.
+  virtual bool GetValue(const std::string& path, BSONValue* value) = 0;
+  // A copy of the report document.
+  virtual bool GetDocument(BSONObject* document) = 0;
+  virtual ~IDeviceDataReport() = default;
+};
+
+class IDevice;
+
+// The host's ear. Borrowed by the device; a device needs one before its first data report.
+class IDeviceEventSink {
+ public:
+  virtual void OnEvent(IDevice* device, const std::string& name, const BSONObject& document) = 0;
+  // A report that differs from the last one; borrowed for the call.
+  virtual void OnDataReport(IDevice* device, IDeviceDataReport* report) = 0;
+  // Not called by this plug-in.
+  virtual void Reserved() = 0;
+  virtual void OnStatusChanged(IDevice* device, DeviceStatus status) = 0;
+
+ protected:
+  ~IDeviceEventSink() = default;
+};
+
+// Asked whenever a device opens its line: whether to trace it, and only then for the pair to trace with (see xpl.h).
+class ITraceProvider {
+ public:
+  virtual bool IsTraceEnabled() = 0;
+  virtual void* GetTraceContext() = 0;
+  virtual XplTraceCallback GetTraceCallback() = 0;
+
+ protected:
+  ~ITraceProvider() = default;
+};
+
+class IDevice {
+ public:
+  // The interface version that the device was built against.
+  virtual std::uint32_t GetInterfaceVersion() = 0;
+  virtual std::string GetTypeName() = 0;
+  virtual std::string GetName() = 0;
+  virtual void SetName(const std::string& name) = 0;
+  virtual DeviceStatus GetStatus() = 0;
+  virtual Status Start() = 0;
+  virtual Status Stop() = 0;
+  // On success the caller owns `*ppReport` and deletes it.
+  virtual Status GetDataReport(IDeviceDataReport** ppReport) = 0;
+  virtual Status GetProperty(const std::string& name, BSONObject* pProperty) = 0;
+  virtual Status SetProperty(const std::string& name, const BSONObject& value) = 0;
+  // `sink` is borrowed and may be null. Always true.
+  virtual bool SetEventSink(IDeviceEventSink* sink) = 0;
+  // Either document may be null where the control code allows it; the answer is shared with `pOutParam`.
+  virtual Status IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) = 0;
+  // kNotImplemented, unless a device has one.
+  virtual Status OptionalOperation();
+  virtual ~IDevice() = default;
+};
+
+}  // namespace orvix

@@ -1,0 +1,3 @@
+#include "plugin/plugin.h"
+
+const char* PluginDisplayName = "GSMModem";
