@@ -1,0 +1,36 @@
+// A file descriptor that closes itself, and the one way from errno to an exception. One thread at a time.
+#pragma once
+
+#include <unistd.h>
+#include <cerrno>
+#include <string>
+#include <system_error>
+#include <utility>
+
+namespace orvix::simulator {
+
+// Throws std::system_error for errno, with the text "<action><object>: <text of errno>".
+[[noreturn]] inline void throwErrno(const char* action, const std::string& object = {}) {
+  const int code = errno;
+  throw std::system_error(code, std::generic_category(), action + object);
+}
+
+class Descriptor {
+ public:
+  // Owns what it is given; -1 stands for none.
+  explicit Descriptor(int opened = -1) noexcept : value(opened) {}
+  Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
+  ~Descriptor() {
+    if (value >= 0)
+      ::close(value);
+  }
+
+  // Borrowed: never close it.
+  int get() const noexcept { return value; }
+
+ private:
+  int value;
+};
+
+}  // namespace orvix::simulator

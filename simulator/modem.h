@@ -1,0 +1,99 @@
+// A GSM modem without line or clock: bytes in, bytes out, time as an argument. One thread at a time; handlers run
+// inside the call that causes them and must not call the modem back.
+//
+// Dialogue after ITU-T V.250: a command line begins with AT and ends with CR. Any other line is echoed and ignored.
+// Control characters and empty lines are swallowed without echo or answer, so what a client sends behind a Ctrl-Z does
+// no harm. After the prompt of AT+CMGS
+// (3GPP TS 27.005, text mode) everything is body until Ctrl-Z (0x1A) sends or Escape (0x1B) abandons it.
+//
+// Nothing grows without limit: see the constants. What exceeds them answers an error (lines, bodies), is lost as on an
+// overrun line (output nobody takes) or pushes out the oldest (messages).
+//
+// Times are milliseconds on a clock of the caller's choice that never runs backwards.
+#pragma once
+
+#include "simulator/commands.h"
+#include "simulator/modemOptions.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvix::simulator {
+
+constexpr std::size_t kMaxLineLength = 1024;      // bytes without CR; a longer line answers ERROR
+constexpr std::size_t kMaxBodyLength = 1024;      // bytes without Ctrl-Z; a longer body answers +CMS ERROR: 305
+constexpr std::size_t kMaxPendingOutput = 65536;  // bytes
+constexpr std::size_t kMaxMessages = 1000;
+
+// A body that ended with Ctrl-Z, byte for byte, whatever the modem then answered.
+struct Message {
+  std::string destination;
+  std::string text;
+};
+
+enum class Direction { toModem, fromModem };
+
+class Modem {
+ public:
+  using MessageHandler = std::function<void(const Message& message)>;
+  using TraceHandler = std::function<void(Direction direction, std::string_view bytes)>;
+
+  explicit Modem(const ModemOptions& initialOptions = {});
+
+  // One handler each, replaced by the next call. The trace sees whole command lines (without CR), bodies and replies,
+  // never echo; a reply shows when it is decided, replyDelayMs before it can be taken.
+  void onMessage(MessageHandler handler);
+  void onTrace(TraceHandler handler);
+
+  // Takes what the client wrote, in pieces of any size.
+  void receive(std::string_view bytes, std::int64_t nowMs);
+
+  // Hands over, once, all output due by nowMs, in order; empty when there is none.
+  std::string takeDue(std::int64_t nowMs);
+
+  // When the next output falls due; none while nothing is pending.
+  std::optional<std::int64_t> nextDueMs() const;
+
+  // The latest messages, oldest first; valid until the next call of receive.
+  const std::deque<Message>& messages() const;
+
+ private:
+  enum class State { command, body };
+
+  struct Output {
+    std::int64_t dueMs;
+    std::string bytes;
+  };
+
+  void takeCommandByte(char byte, std::int64_t nowMs);
+  void takeBodyByte(char byte, std::int64_t nowMs);
+  void endLine(std::int64_t nowMs);
+  void execute(const std::string& line, std::int64_t nowMs);
+  void endBody(std::int64_t nowMs);
+  void abandonBody(std::int64_t nowMs);
+  void keep(Message message);
+  std::string sendResult();
+  void echo(char byte, std::int64_t nowMs);
+  void reply(const std::string& bytes, std::int64_t nowMs);
+  void queue(std::string_view bytes, std::int64_t dueMs);
+  void trace(Direction direction, std::string_view bytes) const;
+
+  const ModemOptions options;
+  Settings settings;
+  State state = State::command;
+  std::string input;  // the line or body so far, cut one byte above its limit
+  std::string destination;
+  std::uint8_t messageReference = 0;
+  std::deque<Output> outputs;  // due times never fall from front to back
+  std::size_t pendingBytes = 0;
+  std::deque<Message> received;
+  MessageHandler messageHandler;
+  TraceHandler traceHandler;
+};
+
+}  // namespace orvix::simulator

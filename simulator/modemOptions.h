@@ -1,0 +1,26 @@
+// How a simulated modem behaves. Plain data, copied into the modem that is made from it.
+#pragma once
+
+#include <cstdint>
+
+namespace orvix::simulator {
+
+// What becomes of a message. In every case but noPrompt a complete body is kept and reported as a message.
+enum class SmsOutcome {
+  accepted,  // "+CMGS: <reference>" and OK
+  refused,   // "+CMS ERROR: <smsErrorCode>"
+  silent,    // the body is taken, nothing is answered
+  noPrompt,  // AT+CMGS itself is never answered and no body is taken
+};
+
+// The numbers are reported as they stand, so that values no network would give can be tried too.
+struct ModemOptions {
+  bool echo = true;      // at start and after ATZ; the client changes it by ATE0 and ATE1
+  int rssi = 17;         // <rssi> of AT+CSQ: 0..31 for -113..-51 dBm in steps of 2 dB, 99 unknown
+  int registration = 1;  // <stat> of AT+CREG?: 0 not, 1 home, 2 searching, 3 denied, 4 unknown, 5 roaming, ...
+  SmsOutcome smsOutcome = SmsOutcome::accepted;
+  int smsErrorCode = 500;         // <err> of 3GPP TS 27.005 that SmsOutcome::refused answers
+  std::int64_t replyDelayMs = 0;  // from the end of a command or body to its reply, >= 0; echo is not delayed
+};
+
+}  // namespace orvix::simulator

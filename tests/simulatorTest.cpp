@@ -1,0 +1,259 @@
+// The development modem: its dialogue in virtual time, its line and loop for real.
+
+#include "simulator/modem.h"
+#include "simulator/printable.h"
+#include "simulator/ptyLine.h"
+#include "simulator/runLoop.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <termios.h>
+#include <filesystem>
+#include <fstream>
+#include <optional>
+#include <thread>
+
+namespace orvix::simulator {
+namespace {
+
+namespace fs = std::filesystem;
+
+const std::string kOk = "\r\nOK\r\n";
+const std::string kError = "\r\nERROR\r\n";
+const std::string kPrompt = "\r\n> ";
+constexpr std::int64_t kForever = std::int64_t{1} << 60;
+
+ModemOptions quiet() {
+  ModemOptions options;
+  options.echo = false;
+  return options;
+}
+
+std::string talk(Modem& modem, std::string_view bytes) {
+  modem.receive(bytes, 0);
+  return modem.takeDue(kForever);
+}
+
+TEST(Modem, AnswersCommandLines) {
+  const struct {
+    const char* sent;
+    std::string answer;
+  } kRows[] = {
+      {"AT\r", kOk},
+      {"at+cSq\r", "\r\n+CSQ: 17,99\r\n" + kOk},
+      {"\n\r\nAT+CMGF=?\r", "\r\n+CMGF: (0,1)\r\n" + kOk},
+      {"AT+CGMI\r", "\r\nOrvix\r\n" + kOk},
+      {"AT+CREG?\r", "\r\n+CREG: 0,1\r\n" + kOk},
+      {"AT+CMGF=1\rAT+CMGF?\r", kOk + "\r\n+CMGF: 1\r\n" + kOk},
+      {"AT+CREG=2\rAT+CREG?\r", kOk + "\r\n+CREG: 2,1,\"01A5\",\"3F21\"\r\n" + kOk},
+      {"AT+CREG=2\rATZ\rAT+CREG?\r", kOk + kOk + "\r\n+CREG: 0,1\r\n" + kOk},
+      {"AT+CMEE=1\rAT+CREG=3\r", kOk + "\r\n+CME ERROR: 50\r\n"},
+      {"AT+CMEE=2\rAT+CREG=22\r", kOk + "\r\n+CME ERROR: incorrect parameters\r\n"},
+      {"ATE1\rATE0\rAT\r", kOk + "ATE0\r" + kOk + kOk},
+      {"AT\x1b\r", kOk},
+      // Refused.
+      {"AT+CREG=3\r", kError},
+      {"AT+CREG=\r", kError},
+      {"AT+CMGF\r", kError},
+      {"AT+CSQ?\r", kError},
+      {"AT+NONSENSE\r", kError},
+      {"AT+CMGS=\"1\"\r", "\r\n+CMS ERROR: 303\r\n"},
+      {"AT+CMGF=1\rAT+CMGS=1\r", kOk + kError},
+      {"AT+CMGF=1\rAT+CMGS=\"\"\r", kOk + kError},
+      {"AT+CMGF=1\rAT+CMGS=\"1\"x\r", kOk + kError},
+      // Ignored.
+      {"hello\r", ""},
+      {"A\r", ""},
+      {"\r\r\n\x1a\r", ""},
+      {"AT", ""},
+  };
+  for (const auto& row : kRows) {
+    Modem modem(quiet());
+    EXPECT_EQ(talk(modem, row.sent), row.answer) << printable(row.sent);
+  }
+}
+
+TEST(Modem, EchoesLinesAndBodiesByteByByte) {
+  Modem modem;
+  const std::string sent = "noise\rAT+CMGF=1\r\nAT+CMGS=\"+49\"\rHi\x1a\r\n\r";
+  std::string heard;
+  for (const char& byte : sent) {
+    heard += talk(modem, {&byte, 1});
+  }
+  EXPECT_EQ(heard, "noise\rAT+CMGF=1\r" + kOk + "AT+CMGS=\"+49\"\r" + kPrompt + "Hi\r\n+CMGS: 1\r\n" + kOk);
+}
+
+TEST(Modem, TakesMessagesAndIgnoresWhatFollowsThem) {
+  Modem modem(quiet());
+  std::string reported;
+  modem.onMessage([&](const Message& message) { reported += message.destination + "=" + message.text + ";"; });
+  talk(modem, "AT+CMGF=1\r");
+  EXPECT_EQ(talk(modem, "AT+CMGS=\"+4917\",145\r"), kPrompt);
+  EXPECT_EQ(talk(modem, "AT\r\ntwo\x1a\r\n\r"), "\r\n+CMGS: 1\r\n" + kOk);
+  EXPECT_EQ(talk(modem, "AT+CMGS=\"2\"\rdropped\x1b\r\n\r"), kPrompt + kOk);
+  for (int i = 2; i < 256; ++i) {
+    talk(modem, "AT+CMGS=\"3\"\rx\x1a");
+  }
+  EXPECT_EQ(talk(modem, "AT+CMGS=\"3\"\r\x1a"), kPrompt + "\r\n+CMGS: 0\r\n" + kOk);
+  EXPECT_EQ(modem.messages().size(), 256u);
+  EXPECT_EQ(reported.substr(0, 20), "+4917=AT\r\ntwo;3=x;3=");
+}
+
+TEST(Modem, DecidesTheFateOfAMessage) {
+  const struct {
+    SmsOutcome outcome;
+    std::string answer;
+    std::size_t kept;
+  } kRows[] = {
+      {SmsOutcome::accepted, kPrompt + "\r\n+CMGS: 1\r\n" + kOk, 1},
+      {SmsOutcome::refused, kPrompt + "\r\n+CMS ERROR: 38\r\n", 1},
+      {SmsOutcome::silent, kPrompt, 1},
+      {SmsOutcome::noPrompt, "", 0},
+  };
+  for (const auto& row : kRows) {
+    ModemOptions options = quiet();
+    options.smsOutcome = row.outcome;
+    options.smsErrorCode = 38;
+    Modem modem(options);
+    talk(modem, "AT+CMGF=1\r");
+    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rtext\x1a\r\n\r"), row.answer);
+    EXPECT_EQ(modem.messages().size(), row.kept) << row.answer;
+    EXPECT_EQ(talk(modem, "AT\r"), kOk) << row.answer;
+  }
+}
+
+TEST(Modem, RepliesWhenDueInOrder) {
+  ModemOptions options;
+  options.replyDelayMs = 250;
+  Modem modem(options);
+  modem.receive("AT\r", 1000);
+  EXPECT_EQ(modem.takeDue(1000), "AT\r");
+  EXPECT_EQ(modem.nextDueMs(), 1250);
+  modem.receive("ATI", 1100);
+  EXPECT_EQ(modem.takeDue(1249), "");
+  EXPECT_EQ(modem.takeDue(1250), kOk + "ATI");
+  EXPECT_EQ(modem.nextDueMs(), std::nullopt);
+}
+
+TEST(Modem, BoundsLinesBodiesAndOutput) {
+  Modem modem(quiet());
+  EXPECT_EQ(talk(modem, "AT" + std::string(kMaxLineLength - 1, '+') + std::string(100000, 'x') + "\r"), kError);
+  talk(modem, "AT+CMGF=1\r");
+  const std::string longest(kMaxBodyLength, 'b');
+  EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\r" + longest + "\x1a"), kPrompt + "\r\n+CMGS: 1\r\n" + kOk);
+  EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\r" + longest + "b\x1a"), kPrompt + "\r\n+CMS ERROR: 305\r\n");
+  for (std::size_t i = 0; i < kMaxMessages; ++i) {
+    talk(modem, "AT+CMGS=\"2\"\rnew\x1a");
+  }
+  EXPECT_EQ(modem.messages().size(), kMaxMessages);
+  EXPECT_EQ(modem.messages().front().text, "new");
+  for (std::size_t i = 0; i < kMaxPendingOutput; ++i) {
+    modem.receive("AT\r", 0);
+  }
+  EXPECT_LE(modem.takeDue(0).size(), kMaxPendingOutput);
+  EXPECT_EQ(talk(modem, "AT\r"), kOk);
+}
+
+// A modem on a line in a thread of its own, and a place for the link.
+class LineTest : public testing::Test {
+ protected:
+  LineTest() : folder(fs::temp_directory_path() / ("orvix-simulator-" + std::to_string(::getpid()))) {
+    fs::create_directory(folder);
+  }
+  ~LineTest() override { fs::remove_all(folder); }
+
+  static std::string converse(const std::string& path, const std::string& sent, std::size_t expectedSize) {
+    const Descriptor client(::open(path.c_str(), O_RDWR | O_NOCTTY));
+    termios settings{};
+    EXPECT_EQ(::tcgetattr(client.get(), &settings), 0);
+    ::cfmakeraw(&settings);
+    EXPECT_EQ(::tcsetattr(client.get(), TCSANOW, &settings), 0);
+    EXPECT_EQ(::write(client.get(), sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
+    std::string heard;
+    for (pollfd event{client.get(), POLLIN, 0}; heard.size() < expectedSize && ::poll(&event, 1, 5000) == 1;) {
+      char buffer[256];
+      const ssize_t count = ::read(client.get(), buffer, sizeof buffer);
+      if (count <= 0) {
+        break;
+      }
+      heard.append(buffer, static_cast<std::size_t>(count));
+    }
+    return heard;
+  }
+
+  const fs::path folder;
+  const std::string link = folder / "modem";
+};
+
+TEST_F(LineTest, ServesClientsThatComeAndGo) {
+  Modem modem;
+  PtyLine line(link);
+  const StopEvent stop;
+  std::thread loop([&] { run(modem, line, stop); });
+  const std::string answer = "AT+CSQ\r\r\n+CSQ: 17,99\r\n" + kOk;
+  for (int client = 0; client < 20; ++client) {
+    EXPECT_EQ(converse(link, "AT+CSQ\r", answer.size()), answer) << client;
+  }
+
+  // A client that takes the line for its controlling terminal hangs it up when it ends; the next one is served still.
+  const pid_t child = ::fork();
+  if (child == 0) {
+    _exit(::setsid() > 0 && ::ioctl(::open(link.c_str(), O_RDWR), TIOCSCTTY, 0) == 0 ? 0 : 1);
+  }
+  int status = -1;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(converse(link, "AT+CSQ\r", answer.size()), answer);
+  stop.request();
+  loop.join();
+}
+
+TEST_F(LineTest, IsRawAndLosesOutputThatNobodyReads) {
+  PtyLine line;
+  const Descriptor client(::open(line.slavePath().c_str(), O_RDWR | O_NOCTTY));
+  termios settings{};
+  ASSERT_EQ(::tcgetattr(client.get(), &settings), 0);
+  EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG), 0u);
+  EXPECT_EQ(settings.c_oflag & OPOST, 0u);
+  for (int i = 0; i < 1000; ++i) {
+    line.send(std::string(1000, 'x'));
+  }
+  EXPECT_EQ(line.receive(), "");
+}
+
+TEST_F(LineTest, LooksAfterItsLink) {
+  for (const char* leftBehind : {"/dev/pts/ptmx", "nowhere"}) {
+    fs::create_symlink(leftBehind, link);
+    {
+      const PtyLine line(link);
+      EXPECT_EQ(fs::read_symlink(link), line.slavePath()) << leftBehind;
+    }
+    EXPECT_FALSE(fs::is_symlink(link)) << leftBehind;
+  }
+
+  std::ofstream(folder / "file") << "precious";
+  EXPECT_THROW(PtyLine(folder / "file"), std::system_error);
+  fs::create_symlink(folder / "file", link);
+  EXPECT_THROW(PtyLine{link}, std::system_error);
+  EXPECT_EQ(fs::file_size(folder / "file"), 8u);
+  fs::remove(link);
+  {
+    std::optional<PtyLine> first(link);
+    const PtyLine successor(link);
+    first.reset();
+    EXPECT_EQ(fs::read_symlink(link), successor.slavePath());
+  }
+  EXPECT_FALSE(fs::is_symlink(link));
+  EXPECT_THROW(PtyLine(folder / "missing" / "modem"), std::system_error);
+}
+
+TEST(Printable, LeavesNoControlCharacter) {
+  EXPECT_EQ(printable(std::string_view("a\\\r\n\x1b[2J\x7f\xc2\x9b\0", 12)), "a\\\\\\r\\n\\x1B[2J\\x7F\\xC2\\x9B\\x00");
+}
+
+}  // namespace
+}  // namespace orvix::simulator
