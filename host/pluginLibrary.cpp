@@ -19,8 +19,7 @@ DeviceType registered;
 
 }  // namespace
 
-[[gnu::visibility("default")]] int RegisterDevice(const char* typeName, OrvixCreateDevice create,
-                                                  OrvixDestroyDevice destroy) {
+int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy) {
   registered = {typeName, create, destroy};
   return 0;
 }

@@ -17,7 +17,8 @@ typedef orvix::IDevice* (*OrvixCreateDevice)(const orvix::BSONObject& args, orvi
 typedef void (*OrvixDestroyDevice)(orvix::IDevice* device);
 
 // Imported: announces a device type. The plug-in ignores the result.
-int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy);
+[[gnu::visibility("default")]] int RegisterDevice(const char* typeName, OrvixCreateDevice create,
+                                                  OrvixDestroyDevice destroy);
 
 // Exported. Registers "GSMModem" and returns 0.
 [[gnu::visibility("default")]] std::int32_t PluginInit();

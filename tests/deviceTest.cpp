@@ -1,0 +1,373 @@
+// The device's life cycle, configuration and connection, on a pseudo-terminal in virtual time.
+
+#include <gtest/gtest.h>
+#include <sys/file.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "app/common/document/document.h"
+#include "tests/world/modemDevice.h"
+#include "tests/world/systemCalls.h"
+
+using orvix::BSONObject;
+using orvix::DeviceStatus;
+using orvix::gsm::DeviceState;
+using world::fromJson;
+
+namespace {
+
+using DeviceTest = world::ModemDevice;
+
+constexpr DeviceState kUnknownState{42};
+
+struct StateRow {
+  DeviceState state;
+  const char* name;
+  DeviceStatus status;
+  const char* startRefusal;      // of Start; null: it opens or has nothing to do
+  const char* reportRefusal;     // of GetDataReport; null: it goes on
+  const char* terminateRefusal;  // null: accepted
+};
+
+constexpr char kConfigFirst[] = "Failed: SetConfig first, current state : kNoData";
+
+const StateRow kStates[] = {
+    {DeviceState::kNone, "kNone", DeviceStatus::kNoData, kConfigFirst, kConfigFirst,
+     "Failed: cannot terminate device in current State: kNone"},
+    {DeviceState::kCreated, "kCreated", DeviceStatus::kNoData, kConfigFirst, kConfigFirst, nullptr},
+    {DeviceState::kWithConfig, "kWithConfig", DeviceStatus::kNoData, nullptr, nullptr, nullptr},
+    {DeviceState::kConnect, "kConnect", DeviceStatus::kReady, nullptr, nullptr, nullptr},
+    {DeviceState::kReset, "kReset", DeviceStatus::kNoData, kConfigFirst, kConfigFirst, nullptr},
+    {DeviceState::kInitializing, "kInitializing", DeviceStatus::kReady, nullptr, nullptr, nullptr},
+    {DeviceState::kInitFailed, "kInitFailed", DeviceStatus::kError, nullptr, nullptr, nullptr},
+    {DeviceState::kNotAvailable, "kNotAvailable", DeviceStatus::kNotAvailable, nullptr, nullptr, nullptr},
+    {DeviceState::kError, "kError", DeviceStatus::kError, nullptr, nullptr, nullptr},
+    {DeviceState::kReady, "kReady", DeviceStatus::kReady, nullptr, nullptr, nullptr},
+    {kUnknownState, "kNone", DeviceStatus::kNoData, "Failed: Command not accepted in current state: kNoData",
+     "Unexpected: Command not accepted in current state: kNoData",
+     "Failed: cannot terminate device in current State: kNone"},
+};
+
+TEST_F(DeviceTest, EveryStateAnswersAsItsRowSays) {
+  for (const StateRow& row : kStates) {
+    SCOPED_TRACE(row.name);
+    configure();
+    device.OnStateChanged(row.state);
+    EXPECT_EQ(orvix::gsm::stateName(row.state), row.name);
+    EXPECT_EQ(device.GetStatus(), row.status);
+
+    EXPECT_EQ(device.Start().toString(), row.startRefusal != nullptr ? row.startRefusal : "OK");
+    const bool stays = row.startRefusal != nullptr || row.state == DeviceState::kConnect;
+    EXPECT_EQ(device.GetStatus(), stays ? row.status : DeviceStatus::kReady);
+
+    device.OnStateChanged(row.state);
+    EXPECT_EQ(report(), row.reportRefusal != nullptr ? row.reportRefusal : "OK");
+
+    device.OnStateChanged(row.state);
+    const std::string refusal = "Failed: Problem: GSM Modem Device is not ready, but in state:: ";
+    BSONObject answer;
+    const std::string control = device.IoControl("other", nullptr, &answer).toString();
+    EXPECT_EQ(control, row.state == DeviceState::kReady ? "Invalid argument: Control Code for IoControl unknown: other"
+                                                        : refusal + row.name);
+    EXPECT_EQ(answer.isEmpty(), row.state != DeviceState::kReady);
+
+    EXPECT_EQ(device.terminate().toString(), row.terminateRefusal != nullptr ? row.terminateRefusal : "OK");
+    device.OnStateChanged(row.state);
+    EXPECT_EQ(device.Stop().toString(), "OK");
+    EXPECT_EQ(device.GetStatus(), DeviceStatus::kNoData);
+    EXPECT_EQ(device.closeConnection().toString(), "Invalid handle: modemConnectionDescriptor not set");
+    device.OnStateChanged(DeviceState::kWithConfig);
+  }
+}
+
+TEST_F(DeviceTest, NewDeviceIntroducesItself) {
+  EXPECT_EQ(device.GetInterfaceVersion(), 4096U);
+  EXPECT_EQ(device.GetName(), "GSMModem");
+  device.SetName("north gate");
+  EXPECT_EQ(device.GetName(), "north gate");
+  EXPECT_EQ(device.GetTypeName(), "GSMModem");
+  EXPECT_EQ(device.OptionalOperation().toString(), "Not implemented: ");
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kNoData);
+}
+
+TEST_F(DeviceTest, OnlyChangesOfTheVisibleStatusAreTold) {
+  const world::LogCapture log(3);
+  device.OnStateChanged(DeviceState::kWithConfig);  // still kNoData
+  EXPECT_TRUE(sink.calls.empty());
+  EXPECT_TRUE(log.lines.empty());
+  device.OnStateChanged(DeviceState::kReady);
+  device.OnStateChanged(DeviceState::kConnect);  // still kReady
+  device.OnStateChanged(DeviceState::kError);
+  EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4", "status 3"}));
+  EXPECT_EQ(log.lines, (std::vector<std::string>{"gsmDevice:0] OnStateChanged \n\t\twas: kNoData is: kReady.",
+                                                 "gsmDevice:0] OnStateChanged \n\t\twas: kReady is: kError."}));
+  EXPECT_TRUE(device.SetEventSink(nullptr));
+  device.OnStateChanged(DeviceState::kReady);
+  EXPECT_FALSE(device.OnEvent("SMS", BSONObject()));
+  EXPECT_EQ(sink.calls.size(), 2U);
+}
+
+TEST_F(DeviceTest, StartOpensOnceAndStopCloses) {
+  const int before = world::openDescriptors();
+  configure();
+  EXPECT_EQ(device.Start().toString(), "OK");
+  EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4"}));
+  EXPECT_EQ(modem->received, (std::vector<std::string>{"AT+CMGF?\r"}));
+  EXPECT_EQ(world::VirtualClock::instance().sleepsMs, (std::vector<std::int64_t>{1500}));
+  EXPECT_EQ(world::openDescriptors(), before + 1);
+  EXPECT_EQ(device.Start().toString(), "OK");
+  EXPECT_EQ(modem->received.size(), 1U);
+  EXPECT_EQ(device.Stop().toString(), "OK");
+  EXPECT_EQ(world::openDescriptors(), before);
+  EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4", "status 0"}));
+  {
+    orvix::gsm::GsmDevice other;
+    other.LoadConfig(fromJson(R"({"cfgfile":")" + folder.file("modem.json") + R"("})"));
+    other.Start();
+    EXPECT_EQ(world::openDescriptors(), before + 1);
+  }
+  EXPECT_EQ(world::openDescriptors(), before);
+}
+
+TEST_F(DeviceTest, SilentModemStartsButIsNotAvailable) {
+  connect({{"AT+CMGF?\r", ""}});
+  configure();
+  EXPECT_EQ(device.Start().toString(), "OK");
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kNotAvailable);
+  connect(world::healthyModem());
+  EXPECT_EQ(device.Start().toString(), "OK");
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+}
+
+TEST_F(DeviceTest, LockedOrMissingLineFailsTheStartAndKeepsTheState) {
+  const world::LogCapture log(1);
+  configure();
+  const int holder = open(modem->line.path().c_str(), O_RDWR | O_NOCTTY);
+  ASSERT_EQ(flock(holder, LOCK_EX | LOCK_NB), 0);
+  const std::string refused = "Failed: XPLOpen dcb:: " + link + ":9600,n,8,1";
+  EXPECT_EQ(device.Start().toString(), refused);
+  EXPECT_TRUE(log.has("logging:35] " + link + ": lock: Resource temporarily unavailable"));
+  device.OnStateChanged(DeviceState::kError);
+  sink.calls.clear();
+  EXPECT_EQ(device.Start().toString(), refused);
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kError);
+  EXPECT_TRUE(sink.calls.empty());
+  close(holder);
+  EXPECT_EQ(device.Start().toString(), "OK");
+  device.Stop();
+  std::filesystem::remove(link);
+  EXPECT_EQ(device.Start().toString(), refused);
+  EXPECT_TRUE(log.has("logging:35] " + link + ": open: No such file or directory"));
+}
+
+struct ConfigRow {
+  const char* text;
+  const char* status;
+};
+
+const ConfigRow kConfigs[] = {
+    {R"({"id":"gsmmodem","name":"gsmmodemconfiguration","config":{"mode":"x","comstr":"y","ip":{"address":"z","port":0}},
+        "more":1})",
+     "OK"},
+    {R"({})", "Failed: Parameter ID missing."},
+    {R"({"id":1})", "Failed: Parameter ID missing."},
+    {R"({"id":"a"})", "Failed: Parameter name missing."},
+    {R"({"id":"a","name":"b"})", "Failed: Parameter config missing."},
+    {R"({"id":"a","name":"b","config":[]})", "Failed: Parameter config missing."},
+    {R"({"id":"a","name":"b","config":{}})", "Failed: Parameter config.mode missing."},
+    {R"({"id":"a","name":"b","config":{"mode":""}})", "Failed: Parameter config.comstr missing."},
+    {R"({"id":"a","name":"b","config":{"mode":"","comstr":""}})", "Failed: Parameter config.ip missing."},
+    {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{}}})",
+     "Failed: Parameter config.ip.address missing."},
+    {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{"address":"","port":"2233"}}})",
+     "Failed: Parameter config.ip.port missing."},
+    {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
+     "Failed: Parameter ID invalid."},
+    {R"({"id":"GSMMODEM","name":"GsmModem","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
+     "Failed: Parameter name invalid.: Expected [GSMMODEMConfiguration] But got [GsmModem]..."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
+     "Failed: Parameter config.mode is empty."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"a","comstr":"","ip":{"address":"","port":1}}})",
+     "Failed: Parameter config.comstr is empty."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"a","comstr":"b","ip":{"address":"","port":1}}})",
+     "Failed: Parameter config.ip.address is empty."},
+};
+
+constexpr char kDefaultConfig[] =
+    R"({ "id" : "GSMModem", "name" : "GSMMODEMConfiguration", "config" : { "mode" : "com", "comstr" : )"
+    R"("/dev/ttyO2:9600,n,8,1", "ip" : { "address" : "192.168.1.256", "port" : 2233 } } })";
+
+TEST_F(DeviceTest, ConfigurationIsCheckedInAFixedOrder) {
+  for (const ConfigRow& row : kConfigs) {
+    EXPECT_EQ(device.checkConfig(fromJson(row.text)).toString(), row.status) << row.text;
+  }
+  EXPECT_EQ(device.checkConfig(BSONObject()).toString(), "Failed: Parameter ID missing.");
+}
+
+TEST_F(DeviceTest, BadFileLeavesTheDefaultInMemoryAlone) {
+  const world::LogCapture log(2);
+  configure(R"({"id":"other"})");
+  EXPECT_TRUE(
+      log.has("gsmDevice:0] LoadConfig: checkConfig failed: Failed: Parameter name missing.. Loading default config!"));
+  BSONObject current;
+  EXPECT_EQ(device.GetProperty("config.current", &current).toString(), "OK");
+  EXPECT_EQ(current.toJSON(), kDefaultConfig);
+  EXPECT_EQ(world::readText(folder.file("modem.json")), R"({"id":"other"})");
+  EXPECT_TRUE(sink.calls.empty());
+}
+
+TEST_F(DeviceTest, UnreadableFileIsTheLoadersFailure) {
+  const auto load = [this](const std::string& path) {
+    return device.LoadConfig(fromJson(R"({"cfgfile":")" + path + R"("})")).toString();
+  };
+  EXPECT_EQ(load("/nowhere/a.json"), "Failed: Failed to open /nowhere/a.json: No such file or directory");
+  const std::string blank = folder.write("blank.json", " \n\t");
+  EXPECT_EQ(load(blank).rfind("Failed: " + blank + "is empty", 0), 0U) << load(blank);
+  const std::string broken = folder.write("broken.json", "{\"a\":");
+  EXPECT_EQ(load(broken).rfind("Failed: Failed to open " + broken + ": ", 0), 0U) << load(broken);
+  EXPECT_EQ(device.Start().toString(), kConfigFirst);
+  device.OnStateChanged(DeviceState::kNone);
+  EXPECT_EQ(load(blank), "Unexpected: this device is in an illegal state");
+  EXPECT_EQ(device.SetConfig(BSONObject()).toString(), "Unexpected: this device is in an illegal state");
+}
+
+TEST_F(DeviceTest, ReloadClosesAnActiveConnection) {
+  start();
+  const int before = world::openDescriptors();
+  EXPECT_EQ(device.LoadConfig(BSONObject()).toString(), "OK");  // the file stays the one of last time
+  EXPECT_EQ(world::openDescriptors(), before - 1);
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kNoData);
+  EXPECT_TRUE(sink.calls.empty());
+}
+
+TEST_F(DeviceTest, SetConfigSavesButKeepsWhatIsInMemory) {
+  configure();
+  const BSONObject next = fromJson(world::configurationText("/dev/ttyS9:1200,e,7,2"));
+  EXPECT_EQ(device.SetProperty("config.current", next).toString(), "OK");
+  EXPECT_EQ(world::readText(folder.file("modem.json")), next.toJSON());
+  EXPECT_EQ(folder.names(), (std::vector<std::string>{"line", "modem.json"}));
+  EXPECT_EQ(device.getComstr(), link + ":9600,n,8,1");
+
+  const world::LogCapture log(2);
+  EXPECT_EQ(device.SetConfig(fromJson(R"({"id":"a"})")).toString(), "Failed: Parameter name missing.");
+  EXPECT_TRUE(
+      log.has("gsmDevice:0] SetConfig: checkConfig failed: Failed: Parameter name missing.. Loading default config!"));
+  EXPECT_EQ(world::readText(folder.file("modem.json")), next.toJSON());
+}
+
+TEST_F(DeviceTest, FailedSaveStillAppliesTheTargetState) {
+  const BSONObject next = fromJson(world::configurationText("/dev/ttyS9:1200,e,7,2"));
+  EXPECT_EQ(device.LoadConfig(fromJson(R"({"cfgfile":"/nowhere/a.json"})")).isOk(), false);
+  EXPECT_EQ(device.SetConfig(next).toString(), "Failed: Create temp file No such file or directory");
+  BSONObject answer;
+  EXPECT_EQ(device.Start().toString(), "Failed: unknown mode");  // kWithConfig, with no configuration in memory
+}
+
+TEST_F(DeviceTest, PropertiesAnswerByName) {
+  configure();
+  BSONObject answer;
+  EXPECT_EQ(device.GetProperty("version", nullptr).toString(), "Invalid pointer: pProperty");
+  EXPECT_EQ(device.GetProperty("version", &answer).toString(), "OK");
+  EXPECT_EQ(answer.toJSON(), R"({ "version" : "0.00.1" })");
+  EXPECT_EQ(device.GetProperty("config.types", &answer).toString(), "OK");
+  EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem", "name" : "GSMMODEM LOV", "LOV" : "not supported" })");
+  EXPECT_EQ(device.GetProperty("Msg", &answer).toString(), "OK");
+  EXPECT_TRUE(answer.isEmpty());
+  BSONObject message = fromJson(R"({"phone":"1","text":"t","x":1})");
+  EXPECT_EQ(device.SetProperty("Msg", message).toString(), "OK");
+  message.concat(fromJson(R"({"later":1})"));
+  EXPECT_EQ(device.GetProperty("Msg", &answer).toString(), "OK");
+  EXPECT_EQ(answer.toJSON(), R"({ "phone" : "1", "text" : "t", "x" : 1 })");
+  for (const char* unknown : {"Version", "abc", "", "config"}) {
+    const std::string refusal = std::string("Invalid argument: Unknown Property") + (*unknown != '\0' ? ": " : "");
+    EXPECT_EQ(device.GetProperty(unknown, &answer).toString(), refusal + unknown);
+    EXPECT_EQ(device.SetProperty(unknown, answer).toString(), refusal + unknown);
+  }
+  EXPECT_EQ(device.SetProperty("version", answer).toString(), "Invalid argument: Unknown Property: version");
+}
+
+TEST_F(DeviceTest, CurrentConfigurationIsTheDefaultBeforeService) {
+  const world::LogCapture log(3);
+  BSONObject current;
+  EXPECT_EQ(device.getConfig(&current).toString(), "OK");
+  EXPECT_EQ(current.toJSON(), kDefaultConfig);
+  EXPECT_EQ(log.lines,
+            (std::vector<std::string>{"gsmDevice:0] getConfig: config not yet set. Loading default config!",
+                                      "gsmDevice:0] getConfig: in state kCreated or kReset. Loading default config!"}));
+  configure();
+  EXPECT_EQ(device.getConfig(&current).toString(), "OK");
+  EXPECT_EQ(current.getString("config.comstr", ""), link + ":9600,n,8,1");
+  device.OnStateChanged(DeviceState::kReset);
+  EXPECT_EQ(device.getConfig(&current).toString(), "OK");
+  EXPECT_EQ(current.toJSON(), kDefaultConfig);
+}
+
+std::string withMode(const std::string& mode, const std::string& comstr) {
+  std::string text = world::configurationText(comstr);
+  return text.replace(text.find("\"com\""), 5, "\"" + mode + "\"");
+}
+
+TEST_F(DeviceTest, ModeChoosesTheConnectionString) {
+  const world::LogCapture log(3);
+  configure(withMode("ip", "/dev/ttyS1:115200,n,8,1"));
+  EXPECT_EQ(device.composeComstr(), "/dev/tcp/10.0.0.5/5000:115200,n,8,1");
+  EXPECT_EQ(device.Start().toString(), "Failed: XPLOpen dcb:: /dev/tcp/10.0.0.5/5000:115200,n,8,1");
+  configure(withMode("ip", "/dev/ttyS1"));
+  EXPECT_THROW(device.Start(), std::out_of_range);
+  configure(withMode("IP", "/dev/ttyS1:115200,n,8,1"));
+  EXPECT_EQ(device.Start().toString(), "Failed: unknown mode: IP");
+  configure(withMode("com", "/dev/ttyS1:115200,x,8,1"));
+  EXPECT_EQ(device.Start().toString(), "Failed: XPLBuildDCB");
+  EXPECT_TRUE(log.has("gsmDevice:0] XPLBuildDCB Error: dcbConnectionString= /dev/ttyS1:115200,x,8,1"));  // glog drops the last newline
+  configure();
+  EXPECT_EQ(device.initConnection(link + ":9600,n,8,1").toString(), "OK");
+  EXPECT_TRUE(log.has("gsmDevice:0] initConnection successfully connected with this dcbConnectionString: [" + link +
+                      ":9600,n,8,1]"));
+  EXPECT_EQ(device.initConnection("nonsense").toString(), "OK");  // an open connection is not opened again
+}
+
+class Tracer : public orvix::ITraceProvider {
+ public:
+  bool enabled = true;
+  int asked = 0;
+  int settingsAsked = 0;
+  std::string traffic;
+
+  bool IsTraceEnabled() override {
+    ++asked;
+    return enabled;
+  }
+  void* GetTraceContext() override {
+    ++settingsAsked;
+    return this;
+  }
+  XplTraceCallback GetTraceCallback() override { return record; }
+
+ private:
+  static int record(void* context, int kind, unsigned /*slot*/, const void* data, unsigned length) {
+    static_cast<Tracer*>(context)->traffic +=
+        std::to_string(kind) + std::string(static_cast<const char*>(data), kind < 3 ? length : 0);
+    return 0;
+  }
+};
+
+TEST_F(DeviceTest, TraceProviderIsAskedAtEveryOpen) {
+  Tracer tracer;
+  device.setTraceProvider(&tracer);
+  configure();
+  device.Start();
+  EXPECT_EQ(tracer.asked, 2);  // the start's own opening, and its probe's
+  EXPECT_EQ(tracer.traffic, "2AT+CMGF?\r1\r\n+CMGF: 0\r\n\r\nOK\r\n");
+  device.Stop();
+  tracer.enabled = false;
+  tracer.traffic.clear();
+  tracer.settingsAsked = 0;
+  device.Start();
+  EXPECT_EQ(tracer.settingsAsked, 0);
+  EXPECT_EQ(tracer.traffic, "");
+}
+
+}  // namespace

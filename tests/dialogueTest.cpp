@@ -1,0 +1,421 @@
+// What the device says to its modem and makes of the answers, on a pseudo-terminal in virtual time.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "app/common/document/document.h"
+#include "app/device/gsmModem/adapter/atReply.h"
+#include "tests/world/modemDevice.h"
+#include "tests/world/systemCalls.h"
+
+using orvix::BSONObject;
+using orvix::DeviceStatus;
+using orvix::gsm::DeviceState;
+using orvix::gsm::GsmDataReport;
+using world::Exchange;
+using world::fromJson;
+using world::VirtualClock;
+
+namespace {
+
+using DialogueTest = world::ModemDevice;
+using Sleeps = std::vector<std::int64_t>;
+using Lines = std::vector<std::string>;
+
+constexpr char kNoReply[] = "Failed: received NO reply!";
+constexpr char kMismatch[] = "Failed: received reply did not match expected reply";
+
+struct AnswerRow {
+  const char* what;
+  Exchange exchange;
+  const char* expected;
+  const char* status;
+  std::string reply;  // "untouched" when the exchange does not set it
+  std::size_t sleeps;
+};
+
+const std::string kNul(1, '\0');
+
+const AnswerRow kAnswers[] = {
+    {"plain", {"AT\r", "\r\nOK\r\n"}, "OK", "OK", "\r\nOK\r\n", 1},
+    {"inside a word", {"AT\r", "LOOKING"}, "OK", "OK", "LOOKING", 1},
+    {"late, in the second wait", {"AT\r", "\r\n", 10, "OK\r\n", 1700}, "OK", "OK", "\r\nOK\r\n", 2},
+    {"later than that", {"AT\r", "\r\n", 10, "OK\r\n", 3100}, "OK", kMismatch, "\r\n", 2},
+    {"silent in the first wait", {"AT\r", "OK", 1600}, "OK", kNoReply, "untouched", 1},
+    {"silent, anything would do", {"AT\r", ""}, "", kNoReply, "untouched", 1},
+    {"anything", {"AT\r", "x", 10, "more", 1600}, "", "OK", "x", 1},
+    {"NUL first", {"AT\r", kNul + "OK"}, "OK", kNoReply, "untouched", 1},
+    {"NUL first, anything would do", {"AT\r", kNul + "OK"}, "", "OK", "", 1},
+    {"NUL inside hides the rest", {"AT\r", "a" + kNul + "OK"}, "OK", kMismatch, "a", 2},
+    {"partial", {"AT\r", "\r\nO"}, "OK", kMismatch, "\r\nO", 2},
+    {"CMS error", {"AT\r", "\r\n+CMS ERROR: 500\r\n"}, "OK", "Failed: ERROR: 500", "\r\n+CMS ERROR: 500\r\n", 2},
+    {"CME error, late",
+     {"AT\r", "\r\n", 10, "+CME ERROR: SIM\tbusy\r\n", 1600},
+     "OK",
+     "Failed: ERROR: SIMbusy",
+     "\r\n+CME ERROR: SIM\tbusy\r\n",
+     2},
+    {"error without blank", {"AT\r", "\r\n+CME ERROR:50\r\n"}, "OK", kMismatch, "\r\n+CME ERROR:50\r\n", 2},
+    {"plain error", {"AT\r", "\r\nERROR\r\n"}, "OK", kMismatch, "\r\nERROR\r\n", 2},
+    // The buffer takes 4 + 2 + 128 - 1 bytes of a reply.
+    {"flood", {"AT\r", std::string(400, 'x') + "OK"}, "OK", kMismatch, std::string(133, 'x'), 2},
+};
+
+TEST_F(DialogueTest, ExchangeJudgesTheReply) {
+  start();
+  for (const AnswerRow& row : kAnswers) {
+    SCOPED_TRACE(row.what);
+    modem->script = {row.exchange};
+    VirtualClock::instance().sleepsMs.clear();
+    std::string reply = "untouched";
+    EXPECT_EQ(device.sendAtCommand("AT\r\n", row.expected, 1500, &reply).toString(), row.status);
+    EXPECT_EQ(reply, row.reply);
+    EXPECT_EQ(VirtualClock::instance().sleepsMs, Sleeps(row.sleeps, 1500));
+    VirtualClock::instance().sleepUs(5000000);  // what is still due arrives, and is stale input to the next exchange
+  }
+}
+
+TEST_F(DialogueTest, ExchangeSendsAllButTheLastByteAndWaitsAtLeast100Ms) {
+  start();
+  modem->script = {{"AT\r", "OK"}};
+  for (const auto& [waitMs, sleptMs] : std::vector<std::pair<int, int>>{{-5, 100}, {0, 100}, {100, 100}, {101, 101}}) {
+    VirtualClock::instance().sleepsMs.clear();
+    EXPECT_EQ(device.sendAtCommand("AT\r\n", "OK", waitMs, nullptr).toString(), "OK");
+    EXPECT_EQ(VirtualClock::instance().sleepsMs, Sleeps{sleptMs}) << waitMs;
+  }
+  EXPECT_EQ(modem->received, Lines(4, "AT\r"));
+  EXPECT_EQ(device.sendAtCommand("", "OK", 0, nullptr).toString(), "Failed: message empty!");
+  EXPECT_EQ(device.sendAtCommand("A", "OK", 0, nullptr).toString(), "Failed: Wrote: 0 should write: 0");
+  EXPECT_EQ(modem->received.size(), 4U);
+}
+
+TEST_F(DialogueTest, InterruptedSleepIsResumedAndStaleInputDropped) {
+  start();
+  modem->script = {{"AT\r", "OK"}};
+  VirtualClock::instance().interruptNext = true;
+  modem->line.send("stale");
+  std::string reply;
+  EXPECT_EQ(device.sendAtCommand("AT\r\n", "OK", 1500, &reply).toString(), "OK");
+  EXPECT_EQ(reply, "OK");
+  EXPECT_EQ(VirtualClock::instance().sleepsMs, (Sleeps{750, 750}));
+}
+
+TEST_F(DialogueTest, FailedWriteNamesTheWrittenCountTwice) {
+  start();
+  {
+    const world::Fault cutShort("write", 1, 0, 5);
+    EXPECT_EQ(device.sendAtCommand("AT+CMGF?\r\n", "OK", 0, nullptr).toString(), "Failed: Wrote: -4 should write: -4");
+  }
+  const world::Fault full("write", 1, EAGAIN);
+  EXPECT_EQ(device.sendAtCommand("AT\r\n", "OK", 0, nullptr).toString(), "Failed: Wrote: 0 should write: 0");
+}
+
+const BSONObject& message() {
+  static const BSONObject hi = fromJson(R"({"phone":"0123456789","text":"hi"})");
+  return hi;
+}
+
+TEST_F(DialogueTest, MessageGoesOutInThreeSteps) {
+  start();
+  BSONObject answer;
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), &answer).toString(), "OK");
+  EXPECT_EQ(modem->received, (Lines{"AT+CMGF=1\r", "AT+CMGS=\"0123456789\"\r", "hi\x1a\r\n\r"}));
+  EXPECT_EQ(VirtualClock::instance().sleepsMs, (Sleeps{1500, 1500, 5000}));
+  EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem", "TransmissionResult" : "OK" })");
+  EXPECT_EQ(sink.calls, (Lines{"event SMS " + answer.toJSON()}));
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(), "OK");
+}
+
+struct SmsRow {
+  Exchange exchange;  // in place of the healthy answer
+  const char* status;
+  std::size_t commands;
+  const char* log;
+};
+
+const SmsRow kFailedMessages[] = {
+    {{"AT+CMGF=1\r", "\r\nERROR\r\n"}, kMismatch, 1, "set the text mode for SMS writing failed!"},
+    {{"AT+CMGF=1\r", ""}, kNoReply, 1, "set the text mode for SMS writing failed!"},
+    {{"AT+CMGS=\"0123456789\"\r", "\r\n+CME ERROR: 10\r\n"},
+     "Failed: ERROR: 10",
+     2,
+     "set the target telephone number, to which the SMS shall be sent failed!"},
+    {{"AT+CMGS=\"0123456789\"\r", "\r\nwait\r\n"},
+     kMismatch,
+     2,
+     "set the target telephone number, to which the SMS shall be sent failed!"},
+    {{"hi\x1a\r\n\r", "\r\n+CMS ERROR: 500\r\n"}, "Failed: ERROR: 500", 3, "send text failed! "},
+    {{"hi\x1a\r\n\r", "\r\n+CMGS: 1\r\n", 10, "OK", 10100}, kMismatch, 3, "send text failed! "},
+};
+
+TEST_F(DialogueTest, FailedMessageIsReportedThreeWays) {
+  for (const SmsRow& row : kFailedMessages) {
+    SCOPED_TRACE(row.exchange.command + " " + row.exchange.reply);
+    connect(world::healthyModemBut({row.exchange}));
+    device.Stop();
+    start();
+    const world::LogCapture log(1);
+    BSONObject answer;
+    EXPECT_EQ(device.IoControl("sendSMS", &message(), &answer).toString(), row.status);
+    EXPECT_EQ(answer.getString("TransmissionResult", ""), std::string(row.status));
+    EXPECT_EQ(sink.calls, (Lines{"event SMS " + answer.toJSON()}));
+    EXPECT_EQ(modem->received.size(), row.commands);
+    EXPECT_EQ(log.lines, (Lines{std::string("gsmDevice:0] ") + row.log}));
+    EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+  }
+}
+
+TEST_F(DialogueTest, BadParametersSendNothing) {
+  start();
+  BSONObject answer;
+  EXPECT_EQ(device.IoControl("sendSMS", nullptr, &answer).toString(), "Invalid pointer: pInParam is null");
+  const std::pair<const char*, const char*> rows[] = {
+      {R"({})", "Failed: Parameter phone missing."},
+      {R"({"phone":1,"text":"a"})", "Failed: Parameter phone missing."},
+      {R"({"phone":""})", "Failed: Parameter text missing."},
+      {R"({"phone":"","text":""})", "Failed: Parameter params.phone is empty."},
+      {R"({"phone":"1","text":""})", "Failed: Parameter text is empty."},
+  };
+  for (const auto& [params, status] : rows) {
+    const BSONObject document = fromJson(params);
+    EXPECT_EQ(device.IoControl("sendSMS", &document, &answer).toString(), status);
+  }
+  EXPECT_TRUE(answer.isEmpty());
+  EXPECT_TRUE(modem->received.empty());
+  EXPECT_TRUE(sink.calls.empty());
+}
+
+TEST_F(DialogueTest, OtherControlCodesAnswerWithTheTypeAlone) {
+  start();
+  BSONObject answer;
+  EXPECT_EQ(device.IoControl("sendsms", &message(), &answer).toString(),
+            "Invalid argument: Control Code for IoControl unknown: sendsms");
+  EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem" })");
+  answer = BSONObject();
+  EXPECT_EQ(device.IoControl("TerminateDevice", nullptr, &answer).toString(), "OK");
+  EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem" })");
+  EXPECT_EQ(sink.calls, (Lines{"status 0"}));
+  EXPECT_EQ(device.IoControl("TerminateDevice", nullptr, nullptr).toString(),
+            "Failed: Problem: GSM Modem Device is not ready, but in state:: kWithConfig");
+}
+
+struct SignalRow {
+  const char* reply;
+  const char* text;  // null: no such answer
+  int dBm;
+  int percent;
+};
+
+const SignalRow kSignals[] = {
+    {"\r\n+CSQ: 17,99\r\n\r\nOK\r\n", "17", -79, 53},
+    {"AT+CSQ\r\r\n+CSQ: 9,99\r\n\r\nOK\r\n", "9", -95, 26},
+    {"\r\n+CSQ: 99\r\n\r\nOK\r\n", "99", -9999, -1},
+    {"+CSQ: 99,99", "99", -9999, -1},
+    {"+CSQ: 5\r\nOK", "5\r", -103, 13},
+    {"+CSQ: ", "", -9998, -2},
+    {"+CSQ: 0,0", "0", -9998, -2},
+    {"+CSQ: 1,0", "1", -9998, -2},
+    {"+CSQ: 2,0", "2", -109, 3},
+    {"+CSQ: 16,0", "16", -81, 50},
+    {"+CSQ: 31,0", "31", -51, 100},
+    {"+CSQ: 32,0", "32", -9998, -2},
+    {"+CSQ: -1,0", "-1", -9998, -2},
+    {"+CSQ: 99999999999,0", "99999999999", -9998, -2},
+    {"+CMTI: \"SM\",1\r\nAT+CSQ\r\r\n+CSQ: 14,99\r\n\r\nOK\r\n", "14,99\r\n\r\nOK\r\n", -85, 43},
+    {"+CSQ:4,0\r\nOK\r\n", nullptr, 0, 0},
+    {"\r\nERROR\r\n", nullptr, 0, 0},
+    {"", nullptr, 0, 0},
+};
+
+TEST(ReplyTest, SignalIsCutOutAndConverted) {
+  for (const SignalRow& row : kSignals) {
+    const auto text = orvix::gsm::signalText(row.reply);
+    ASSERT_EQ(text.has_value(), row.text != nullptr) << row.reply;
+    if (text) {
+      const int csq = orvix::gsm::numberOf(*text);
+      EXPECT_EQ(*text, row.text) << row.reply;
+      EXPECT_EQ(GsmDataReport::signalDbm(csq), row.dBm) << row.reply;
+      EXPECT_EQ(GsmDataReport::signalPercent(csq), row.percent) << row.reply;
+      EXPECT_EQ(GsmDataReport::isSignalValid(csq), row.percent > 0) << row.reply;
+    }
+  }
+}
+
+struct RegistrationRow {
+  const char* reply;
+  const char* text;
+  const char* word;
+  bool valid;
+};
+
+const RegistrationRow kRegistrations[] = {
+    {"\r\n+CREG: 0,0\r\n\r\nOK\r\n", "0", "none", true},
+    {"AT+CREG?\r\r\n+CREG: 2,1, 550014, 676\r\n\r\nOK\r\n", "1", "home", true},
+    {"+CREG: 0,2", "2", "searching", true},
+    {"\r\n+CREG: 1,3\r\n\r\nOK\r\n", "3", "denied", true},
+    {"+CREG: 0,4", "4", "unknown", true},
+    {"+CREG: 2,5,\"1A2B\",\"0C3D\"", "5", "roaming", true},
+    {"\r\n+CREG: 2,6,\"8B37\",\"0A265185\",7\r\n\r\nOK\r\n", "6", "unknown", true},
+    {"+CREG: 0,7", "7", "unknown", false},
+    {"\r\n+CREG: 0,11\r\n\r\nOK\r\n", "1", "home", true},
+    {"\r\n+CREG: 2,,\r\n\r\nOK\r\n", ",", "none", true},
+    {"+CREG: 0,", "", "none", true},
+};
+
+TEST(ReplyTest, RegistrationIsCutOutAndNamed) {
+  for (const RegistrationRow& row : kRegistrations) {
+    const std::string text = orvix::gsm::registrationText(row.reply);
+    EXPECT_EQ(text, row.text) << row.reply;
+    const int value = orvix::gsm::numberOf(text);
+    EXPECT_STREQ(GsmDataReport::registrationWord(value), row.word) << row.reply;
+    EXPECT_EQ(GsmDataReport::isRegistrationValid(value), row.valid) << row.reply;
+  }
+  EXPECT_FALSE(GsmDataReport::isRegistrationValid(-1));
+  EXPECT_THROW(orvix::gsm::registrationText("+CREG: 1"), std::out_of_range);
+}
+
+TEST_F(DialogueTest, QueriesHandBackTheText) {
+  start();
+  const world::LogCapture log(3);
+  std::string value = "untouched";
+  EXPECT_EQ(device.getSignalQuality(&value).toString(), "OK");
+  EXPECT_EQ(value, "20");
+  EXPECT_EQ(log.lines, (Lines{"gsmDevice:710] GSM SignalStrength is [20]"}));
+  EXPECT_EQ(device.getNetworkRegistrationStatus(&value).toString(), "OK");
+  EXPECT_EQ(value, "1");
+  EXPECT_EQ(device.getSignalQuality(nullptr).toString(), "OK");
+  modem->script = {{"AT+CREG?\r", "+CREG: 1"}};
+  EXPECT_EQ(device.getNetworkRegistrationStatus(nullptr).toString(), "OK");
+  EXPECT_THROW(device.getNetworkRegistrationStatus(&value), std::out_of_range);
+  EXPECT_EQ(device.getSignalQuality(&value).toString(), "Failed: getSignalQuality");
+  modem->script.clear();
+  EXPECT_EQ(device.getNetworkRegistrationStatus(&value).toString(), "Failed: getNetworkRegistrationStatus");
+  EXPECT_EQ(value, "1");
+}
+
+TEST_F(DialogueTest, ReportConnectsAndPresentsTheMeasurement) {
+  configure();
+  const std::time_t before = std::time(nullptr);
+  EXPECT_EQ(report(), "OK");
+  EXPECT_EQ(modem->received, (Lines{"AT+CMGF?\r", "AT+CSQ\r", "AT+CREG?\r"}));
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+  EXPECT_EQ(sink.calls.front(), "status 4");
+
+  std::time_t time = 0;
+  EXPECT_TRUE(lastReport->GetTimestamp(&time));
+  EXPECT_LE(before, time);
+  BSONObject document;
+  EXPECT_TRUE(lastReport->GetDocument(&document));
+  const std::string when = document.getString("GSMModem.report.time", "");
+  EXPECT_EQ(document.toJSON(), R"({ "GSMModem" : { "report" : { "time" : ")" + when +
+                                   R"(", "signalQuality" : { "percent" : 63, "dBm" : -73, "valid" : true }, )"
+                                   R"("NetworkRegistration" : { "status" : "home", "valid" : true } } } })");
+  std::tm local{};
+  EXPECT_NE(strptime(when.c_str(), "%d.%m.%Y %H:%M", &local), nullptr) << when;
+  EXPECT_EQ(when.size(), 16U);
+  orvix::BSONValue value(true);
+  EXPECT_TRUE(lastReport->GetValue("GSMModem.report.signalQuality.dBm", &value));
+  EXPECT_EQ(value.getInt32(), -73);
+  EXPECT_FALSE(lastReport->GetValue("GSMModem.report.none", &value));
+  EXPECT_EQ(value.getInt32(), -73);
+  EXPECT_FALSE(lastReport->GetTimestamp(nullptr) || lastReport->GetValue("GSMModem", nullptr) ||
+               lastReport->GetDocument(nullptr));
+}
+
+TEST_F(DialogueTest, OnlyChangedReportsReachTheSinkAcrossAllDevices) {
+  start();
+  const auto isTold = [this](const char* csq, const char* creg) {
+    modem->script = {{"AT+CMGF?\r", "OK"}, {"AT+CSQ\r", csq}, {"AT+CREG?\r", creg}};
+    sink.calls.clear();
+    EXPECT_EQ(report(), "OK");
+    return sink.calls == Lines{"report"};
+  };
+  isTold("+CSQ: 7,99", "+CREG: 0,1");
+  EXPECT_FALSE(isTold("+CSQ: 7,1", "+CREG: 2,1"));
+  EXPECT_TRUE(isTold("+CSQ: 8,99", "+CREG: 0,1"));
+  EXPECT_TRUE(isTold("+CSQ: 8,99", "+CREG: 0,5"));
+  EXPECT_FALSE(isTold("+CSQ: 8,99", "+CREG: 0,5"));
+  EXPECT_TRUE(isTold("+CSQ: 0,99", "+CREG: 0,5"));
+  EXPECT_FALSE(isTold("+CSQ: 1,99", "+CREG: 0,5"));  // both out of range
+  device.Stop();
+
+  orvix::gsm::GsmDevice other;
+  other.SetEventSink(&sink);
+  other.LoadConfig(fromJson(R"({"cfgfile":")" + folder.file("modem.json") + R"("})"));
+  sink.calls.clear();
+  orvix::IDeviceDataReport* raw = nullptr;
+  EXPECT_EQ(other.GetDataReport(&raw).toString(), "OK");
+  delete raw;
+  EXPECT_EQ(sink.calls, (Lines{"status 4"}));
+}
+
+struct FailedReportRow {
+  DeviceState from;
+  Exchange exchange;
+  const char* status;
+  DeviceStatus after;
+};
+
+const FailedReportRow kFailedReports[] = {
+    {DeviceState::kWithConfig, {"AT+CMGF?\r", ""}, kNoReply, DeviceStatus::kNotAvailable},
+    {DeviceState::kNotAvailable, {"AT+CMGF?\r", "\r\nERROR\r\n"}, kMismatch, DeviceStatus::kNotAvailable},
+    {DeviceState::kError, {"AT+CMGF?\r", ""}, kNoReply, DeviceStatus::kError},
+    {DeviceState::kInitFailed, {"AT+CMGF?\r", ""}, kNoReply, DeviceStatus::kError},
+    {DeviceState::kReady, {"AT+CSQ\r", ""}, "Failed: getSignalQuality", DeviceStatus::kNotAvailable},
+    {DeviceState::kConnect,
+     {"AT+CREG?\r", "\r\nERROR\r\n"},
+     "Failed: getNetworkRegistrationStatus",
+     DeviceStatus::kNotAvailable},
+    {DeviceState::kReady, {"AT+CSQ\r", "", 0, "", 0, true}, "Failed: getSignalQuality", DeviceStatus::kNotAvailable},
+};
+
+TEST_F(DialogueTest, FailedReportTellsAndTheNextOneHeals) {
+  configure();
+  for (const FailedReportRow& row : kFailedReports) {
+    SCOPED_TRACE(orvix::gsm::stateName(row.from) + " " + row.exchange.command);
+    connect(world::healthyModemBut({row.exchange}));
+    device.Stop();
+    device.OnStateChanged(row.from);
+    EXPECT_EQ(report(), row.status);
+    EXPECT_EQ(lastReport, nullptr);
+    EXPECT_EQ(device.GetStatus(), row.after);
+    connect(world::healthyModem());
+    EXPECT_EQ(report(), "OK");
+    EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+  }
+}
+
+TEST_F(DialogueTest, ReportWithoutOutPointerOnlyConnects) {
+  configure();
+  EXPECT_EQ(device.GetDataReport(nullptr).toString(), "Invalid pointer: ppReport");
+  EXPECT_EQ(modem->received, (Lines{"AT+CMGF?\r"}));
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(),
+            "Failed: Problem: GSM Modem Device is not ready, but in state:: kConnect");
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+}
+
+TEST_F(DialogueTest, LineThatDiedInADialogueIsBackWithTheNextStart) {
+  connect(world::healthyModemBut({{"AT+CMGS=\"0123456789\"\r", "", 0, "", 0, true}}));
+  start();
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(), kNoReply);
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(), "Failed: Wrote: 0 should write: 0");
+  connect(world::healthyModem());
+  device.Stop();
+  EXPECT_EQ(device.Start().toString(), "OK");
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(), "OK");
+}
+
+TEST_F(DialogueTest, CommandReopensAClosedLine) {
+  start();
+  device.closeConnection();
+  std::string value;
+  EXPECT_EQ(device.getSignalQuality(&value).toString(), "OK");
+  device.closeConnection();
+  std::filesystem::remove(link);
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(),
+            "Failed: XPLOpen dcb:: " + link + ":9600,n,8,1");
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+// The built module, loaded as a host loads it. This program is the host: it provides RegisterDevice and glog, and its
+// nanosleep, which the module's waits reach, is virtual.
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <ctime>
+
+#include "app/common/document/document.h"
+#include "plugin/plugin.h"
+#include "tests/world/host.h"
+#include "tests/world/scriptedModem.h"
+
+using orvix::BSONObject;
+using orvix::DeviceStatus;
+using orvix::IDevice;
+using orvix::Status;
+using world::fromJson;
+using Lines = std::vector<std::string>;
+
+extern "C" int __wrap_nanosleep(const timespec* request, timespec* remaining);
+
+extern "C" [[gnu::visibility("default")]] int nanosleep(const timespec* request, timespec* remaining) {
+  return __wrap_nanosleep(request, remaining);
+}
+
+namespace {
+
+struct Registration {
+  std::string typeName;
+  OrvixCreateDevice create = nullptr;
+  OrvixDestroyDevice destroy = nullptr;
+};
+
+Registration registered;
+
+class PluginTest : public testing::Test {
+ protected:
+  PluginTest() : library(dlopen(ORVIX_MODULE, RTLD_NOW | RTLD_LOCAL)) {
+    EXPECT_NE(library, nullptr) << dlerror();
+    EXPECT_EQ(symbol<decltype(&PluginInit)>("PluginInit")(), 0);
+  }
+  ~PluginTest() override {
+    registered = {};
+    EXPECT_EQ(dlclose(library), 0);
+    EXPECT_EQ(dlopen(ORVIX_MODULE, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the module stays in memory";
+  }
+
+  template <typename Pointer>
+  Pointer symbol(const char* name) {
+    return reinterpret_cast<Pointer>(dlsym(library, name));
+  }
+
+  IDevice* create(const BSONObject& args, Status* status) { return registered.create(args, status, nullptr); }
+
+  BSONObject argsFor(const std::string& configuration) {
+    return fromJson(R"({"cfgfile":")" + folder.write("modem.json", configuration) + R"("})");
+  }
+
+  world::TemporaryFolder folder;
+  void* library;
+};
+
+TEST_F(PluginTest, RegistersItsOneTypeWithTheExportedPair) {
+  EXPECT_EQ(registered.typeName, "GSMModem");
+  EXPECT_EQ(registered.create, symbol<OrvixCreateDevice>("CreateGsmDevice"));
+  EXPECT_EQ(registered.destroy, symbol<OrvixDestroyDevice>("DestroyGsmDevice"));
+  EXPECT_STREQ(*symbol<const char**>("PluginDisplayName"), "GSMModem");
+  registered.destroy(nullptr);
+}
+
+TEST_F(PluginTest, EmptyArgumentsAreRefusedWithTheCallersStatusInTheText) {
+  const auto refusal = [](const std::string& status) {
+    return "Invalid argument: GsmDevice::CreateGsmDevice():SetConfig(boArgs={  }): " + status +
+           "Invalid BSON arguments. Config is empty!\n";
+  };
+  Status status;
+  EXPECT_EQ(create(BSONObject(), &status), nullptr);
+  EXPECT_EQ(status.toString(), refusal("OK"));
+  status = Status::forbidden("before");
+  EXPECT_EQ(create(fromJson("{}"), &status), nullptr);
+  EXPECT_EQ(status.toString(), refusal("Forbidden: before"));
+}
+
+TEST_F(PluginTest, DeviceTakesItsNameFromTheDisplayName) {
+  const char** const displayName = symbol<const char**>("PluginDisplayName");
+  const char* const usual = *displayName;
+  *displayName = "Other";
+  Status status = Status::failed("before");
+  IDevice* const device = create(argsFor(world::configurationText("/dev/null:9600,n,8,1")), &status);
+  *displayName = usual;
+  ASSERT_NE(device, nullptr);
+  EXPECT_EQ(status.toString(), "OK");
+  EXPECT_EQ(device->GetName(), "Other");
+  EXPECT_EQ(device->GetTypeName(), "GSMModem");
+  registered.destroy(device);
+}
+
+TEST_F(PluginTest, LoadFailureIsTheCallersStatus) {
+  Status status;
+  EXPECT_EQ(create(fromJson(R"({"cfgfile":"/nowhere/a.json"})"), &status), nullptr);
+  EXPECT_EQ(status.toString(), "Failed: Failed to open /nowhere/a.json: No such file or directory");
+  EXPECT_EQ(create(fromJson(R"({"cfgfile":7})"), &status), nullptr);
+  EXPECT_EQ(status.toString(), "Failed: Failed to open : No such file or directory");
+}
+
+TEST_F(PluginTest, ServesAHostFromFirstReportToDestruction) {
+  world::ScriptedModem modem(world::healthyModem());
+  const int before = dup(0);
+  close(before);
+  world::RecordingSink sink;
+  Status status;
+  IDevice* const device = create(argsFor(world::configurationText(modem.line.connectionString())), &status);
+  ASSERT_NE(device, nullptr) << status.toString();
+  device->SetEventSink(&sink);
+  EXPECT_EQ(device->Start().toString(), "OK");
+  orvix::IDeviceDataReport* report = nullptr;
+  EXPECT_EQ(device->GetDataReport(&report).toString(), "OK");
+  BSONObject document;
+  EXPECT_TRUE(report->GetDocument(&document));
+  EXPECT_EQ(document.getInt32("GSMModem.report.signalQuality.percent", 0), 63);
+  delete report;
+  document = BSONObject();
+  EXPECT_EQ(device->GetDataReport(&report).toString(), "OK");
+  delete report;
+  {
+    const BSONObject message = fromJson(R"({"phone":"0123456789","text":"hi"})");
+    BSONObject answer;
+    EXPECT_EQ(device->IoControl("sendSMS", &message, &answer).toString(), "OK");
+    EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem", "TransmissionResult" : "OK" })");
+  }
+  // The first report of a freshly loaded module always counts as a change, the same one again does not.
+  EXPECT_EQ(sink.calls,
+            (Lines{"status 4", "report", R"(event SMS { "id" : "GSMModem", "TransmissionResult" : "OK" })"}));
+  EXPECT_EQ(modem.received, (Lines{"AT+CMGF?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CMGF=1\r",
+                                   "AT+CMGS=\"0123456789\"\r", "hi\x1a\r\n\r"}));
+  registered.destroy(device);
+  const int after = dup(0);
+  close(after);
+  EXPECT_EQ(after, before) << "a descriptor stayed open";
+}
+
+TEST_F(PluginTest, LibraryReportsReachTheHostsLogByPattern) {
+  Status status;
+  IDevice* const device = create(argsFor(world::configurationText("/dev/nowhere:9600,n,8,1")), &status);
+  ASSERT_NE(device, nullptr);
+  {
+    const world::LogCapture quiet(0);
+    EXPECT_EQ(device->Start().toString(), "Failed: XPLOpen dcb:: /dev/nowhere:9600,n,8,1");
+    EXPECT_TRUE(quiet.lines.empty());
+    google::SetVLOGLevel("logging", 1);
+    device->Start();
+    EXPECT_EQ(quiet.lines, (Lines{"logging:35] /dev/nowhere: open: No such file or directory"}));
+    google::SetVLOGLevel("logging", 0);
+  }
+  registered.destroy(device);
+}
+
+}  // namespace
+
+int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy) {
+  registered = {typeName, create, destroy};
+  return 1;
+}

@@ -1,0 +1,63 @@
+#include "tests/world/scriptedModem.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace world {
+
+ScriptedModem::ScriptedModem(std::vector<Exchange> exchanges) : script(std::move(exchanges)) {
+  VirtualClock::instance().listener = this;
+}
+
+ScriptedModem::~ScriptedModem() {
+  VirtualClock::instance().listener = nullptr;
+}
+
+// The product writes a command in one piece right before it sleeps, so what has arrived by then is one command.
+void ScriptedModem::beforeSleep(std::int64_t nowMs) {
+  const std::string command = line.receive();
+  if (!command.empty()) {
+    received.push_back(command);
+    schedule(command, nowMs);
+  }
+}
+
+void ScriptedModem::schedule(const std::string& command, std::int64_t nowMs) {
+  const auto row = std::find_if(script.begin(), script.end(), [&](const Exchange& e) { return e.command == command; });
+  if (row == script.end()) {
+    due.push_back({nowMs, "\r\nERROR\r\n"});
+  } else if (row->hangUp) {
+    line.hangUp();
+  } else {
+    due.push_back({nowMs + row->delayMs, row->reply});
+    due.push_back({nowMs + row->lateDelayMs, row->late});
+  }
+}
+
+void ScriptedModem::afterSleep(std::int64_t nowMs) {
+  std::vector<Due> later;
+  for (const Due& piece : due) {
+    if (piece.atMs > nowMs) {
+      later.push_back(piece);
+    } else if (!piece.text.empty()) {
+      line.send(piece.text);
+    }
+  }
+  due = later;
+}
+
+std::vector<Exchange> healthyModem() {
+  return {
+      {"AT+CMGF?\r", "\r\n+CMGF: 0\r\n\r\nOK\r\n"},   {"AT+CSQ\r", "\r\n+CSQ: 20,99\r\n\r\nOK\r\n"},
+      {"AT+CREG?\r", "\r\n+CREG: 0,1\r\n\r\nOK\r\n"}, {"AT+CMGF=1\r", "\r\nOK\r\n"},
+      {"AT+CMGS=\"0123456789\"\r", "\r\n> "},         {"hi\x1a\r\n\r", "\r\n+CMGS: 12\r\n\r\nOK\r\n"},
+  };
+}
+
+std::vector<Exchange> healthyModemBut(std::vector<Exchange> rows) {
+  const std::vector<Exchange> rest = healthyModem();
+  rows.insert(rows.end(), rest.begin(), rest.end());
+  return rows;
+}
+
+}  // namespace world

@@ -1,0 +1,51 @@
+// A modem that is data: command and answer by line. One thread, on the virtual clock.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tests/world/ptyPair.h"
+#include "tests/world/virtualClock.h"
+
+namespace world {
+
+struct Exchange {
+  std::string command;  // exactly what arrives on the line
+  std::string reply;    // written when due
+  int delayMs = 10;     // counted from the moment the command was sent
+  std::string late = {};     // a second piece of the reply
+  int lateDelayMs = 0;
+  bool hangUp = false; // the line goes dead instead of an answer
+};
+
+// Answers each arriving command with the first row that names it; a command without a row gets "\r\nERROR\r\n".
+class ScriptedModem : public ClockListener {
+ public:
+  explicit ScriptedModem(std::vector<Exchange> exchanges);
+  ~ScriptedModem();
+
+  std::vector<Exchange> script;
+  // Every command as it arrived.
+  std::vector<std::string> received;
+  PtyPair line;
+
+  void beforeSleep(std::int64_t nowMs) override;
+  void afterSleep(std::int64_t nowMs) override;
+
+ private:
+  struct Due {
+    std::int64_t atMs;
+    std::string text;
+  };
+
+  void schedule(const std::string& command, std::int64_t nowMs);
+
+  std::vector<Due> due;
+};
+
+// The rows of a modem that answers everything this plug-in asks.
+std::vector<Exchange> healthyModem();
+// The same with the given rows in front of them, so that these win.
+std::vector<Exchange> healthyModemBut(std::vector<Exchange> rows);
+
+}  // namespace world

@@ -1,0 +1,162 @@
+#include "tests/world/systemCalls.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+
+namespace world {
+namespace {
+
+struct Armed {
+  const char* function = nullptr;
+  int countdown = 0;
+  int error = 0;
+  int shortBy = -1;
+  bool fired = false;
+};
+
+Armed armed;
+
+// Counts a call; true when it is the one to interfere with.
+bool isStruck(const char* function) {
+  if (armed.function == nullptr || std::strcmp(armed.function, function) != 0 || --armed.countdown != 0) {
+    return false;
+  }
+  armed.fired = true;
+  errno = armed.error;
+  return true;
+}
+
+}  // namespace
+
+SystemCalls& SystemCalls::instance() {
+  static SystemCalls calls;
+  return calls;
+}
+
+Fault::Fault(const char* function, int n, int error, int shortBy) {
+  armed = {function, n, error, shortBy, false};
+}
+
+Fault::~Fault() {
+  armed = {};
+}
+
+bool Fault::hasFired() const {
+  return armed.fired;
+}
+
+int openDescriptors() {
+  int count = 0;
+  for (int fd = 0; fd < 256; ++fd) {
+    count += fcntl(fd, F_GETFD) != -1 ? 1 : 0;
+  }
+  return count;
+}
+
+}  // namespace world
+
+using world::armed;
+using world::isStruck;
+using world::SystemCalls;
+
+extern "C" {
+
+int __real_open(const char* path, int flags, ...);
+int __real_close(int fd);
+ssize_t __real_read(int fd, void* buffer, size_t size);
+ssize_t __real_write(int fd, const void* buffer, size_t size);
+int __real_fsync(int fd);
+int __real_rename(const char* from, const char* to);
+int __real_flock(int fd, int operation);
+int __real_tcgetattr(int fd, termios* line);
+int __real_tcsetattr(int fd, int when, const termios* line);
+int __real_ioctl(int fd, unsigned long request, ...);
+void* __real_malloc(size_t size);
+void* __real_calloc(size_t count, size_t size);
+
+int __wrap_open(const char* path, int flags, ...) {
+  va_list args;
+  va_start(args, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
+  va_end(args);
+  return isStruck("open") ? -1 : __real_open(path, flags, mode);
+}
+
+int __wrap_close(int fd) {
+  return isStruck("close") ? -1 : __real_close(fd);
+}
+
+ssize_t __wrap_read(int fd, void* buffer, size_t size) {
+  ++SystemCalls::instance().readCount;
+  if (isStruck("read")) {
+    return armed.shortBy < 0 ? -1 : __real_read(fd, buffer, size - static_cast<size_t>(armed.shortBy));
+  }
+  return __real_read(fd, buffer, size);
+}
+
+ssize_t __wrap_write(int fd, const void* buffer, size_t size) {
+  if (isStruck("write")) {
+    return armed.shortBy < 0 ? -1 : __real_write(fd, buffer, size - static_cast<size_t>(armed.shortBy));
+  }
+  return __real_write(fd, buffer, size);
+}
+
+int __wrap_fsync(int fd) {
+  return isStruck("fsync") ? -1 : __real_fsync(fd);
+}
+
+int __wrap_rename(const char* from, const char* to) {
+  return isStruck("rename") ? -1 : __real_rename(from, to);
+}
+
+int __wrap_flock(int fd, int operation) {
+  return isStruck("flock") ? -1 : __real_flock(fd, operation);
+}
+
+int __wrap_tcgetattr(int fd, termios* line) {
+  return isStruck("tcgetattr") ? -1 : __real_tcgetattr(fd, line);
+}
+
+int __wrap_tcsetattr(int fd, int when, const termios* line) {
+  ++SystemCalls::instance().setAttrCount;
+  SystemCalls::instance().lastLineSettings = *line;
+  return isStruck("tcsetattr") ? -1 : __real_tcsetattr(fd, when, line);
+}
+
+int __wrap_ioctl(int fd, unsigned long request, ...) {
+  va_list args;
+  va_start(args, request);
+  void* const argument = va_arg(args, void*);
+  va_end(args);
+  SystemCalls& calls = SystemCalls::instance();
+  int* const lines = static_cast<int*>(argument);
+  if (calls.modemLines == -1 || (request != TIOCMGET && request != TIOCMSET)) {
+    return __real_ioctl(fd, request, argument);
+  }
+  if (request == TIOCMGET) {
+    *lines = calls.modemLines;
+  } else if (calls.refuseSetLines) {
+    errno = EIO;
+    return -1;
+  } else {
+    calls.modemLines = *lines;
+  }
+  return 0;
+}
+
+void* __wrap_malloc(size_t size) {
+  return isStruck("malloc") ? nullptr : __real_malloc(size);
+}
+
+void* __wrap_calloc(size_t count, size_t size) {
+  return isStruck("calloc") ? nullptr : __real_calloc(count, size);
+}
+
+}  // extern "C"
