@@ -67,9 +67,8 @@ char* XDbgCopy(char* dest, int size, const char* src) {
 }
 
 char* XDbgCopyUntil(char* dest, int size, const char* src, const char* delim) {
-  std::string_view first;
-  Fields(viewOf(src), viewOf(delim)).next(&first);
-  return copyView(dest, size, first);
+  const std::string_view text = viewOf(src);
+  return copyView(dest, size, text.substr(0, text.find(viewOf(delim))));
 }
 
 char* XDbgToken(char* dest, int size, const char* src, const char* delim, int n) {

@@ -39,8 +39,8 @@ void writeToStream(FILE* stream, const char* text) {
 
 bool isHandledByHook(unsigned level, int route, const char* text, int extra) {
   const int hookLevel = static_cast<int>(level);
-  if (settings.hookEx != nullptr) {
-    return settings.hookEx(hookLevel, route, text, kXDbgMessageSize, extra) == 0;
+  if (settings.hookEx != nullptr && settings.hookEx(hookLevel, route, text, kXDbgMessageSize, extra) == 0) {
+    return true;
   }
   return settings.hook != nullptr && settings.hook(hookLevel, route, text, kXDbgMessageSize) == 0;
 }

@@ -38,7 +38,7 @@ extern "C" {
 
 // Hooks see every report that passes its level's route, before any output. `text` is borrowed for the call, and
 // `bufferSize` is the size of its buffer in bytes. 0 says "handled, write nothing"; any other result lets the report
-// go on to its outputs. An extended hook, when set, is called instead of the plain one.
+// go on. The extended hook is asked before the plain one.
 typedef int (*XDbgReportHook)(int level, int route, const char* text, unsigned bufferSize);
 typedef int (*XDbgReportHookEx)(int level, int route, const char* text, unsigned bufferSize, int extra);
 
@@ -86,6 +86,7 @@ char* XDbgUIntToText(unsigned value, char* buffer, int radix);
 // is a whole string. Null for a source or delimiter counts as "". Numbers `n` begin at 1; one out of range gives an
 // empty text.
 char* XDbgCopy(char* dest, int size, const char* src);
+// Up to the first delimiter; an empty one stands at the very beginning.
 char* XDbgCopyUntil(char* dest, int size, const char* src, const char* delim);
 // Tokens: leading delimiters are skipped and a run of delimiters separates once. An empty delimiter makes the whole
 // text the one token.

@@ -16,6 +16,7 @@ namespace {
 struct Armed {
   const char* function = nullptr;
   int countdown = 0;
+  int times = 0;
   int error = 0;
   int shortBy = -1;
   bool fired = false;
@@ -23,9 +24,10 @@ struct Armed {
 
 Armed armed;
 
-// Counts a call; true when it is the one to interfere with.
+// Counts a call; true when it is one to interfere with.
 bool isStruck(const char* function) {
-  if (armed.function == nullptr || std::strcmp(armed.function, function) != 0 || --armed.countdown != 0) {
+  if (armed.function == nullptr || std::strcmp(armed.function, function) != 0 || --armed.countdown > 0 ||
+      --armed.times < 0) {
     return false;
   }
   armed.fired = true;
@@ -40,8 +42,8 @@ SystemCalls& SystemCalls::instance() {
   return calls;
 }
 
-Fault::Fault(const char* function, int n, int error, int shortBy) {
-  armed = {function, n, error, shortBy, false};
+Fault::Fault(const char* function, int n, int error, int shortBy, int times) {
+  armed = {function, n, times, error, shortBy, false};
 }
 
 Fault::~Fault() {
@@ -86,6 +88,7 @@ int __wrap_open(const char* path, int flags, ...) {
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
+  SystemCalls::instance().lastOpenFlags = flags;
   return isStruck("open") ? -1 : __real_open(path, flags, mode);
 }
 

@@ -17,15 +17,17 @@ struct SystemCalls {
   int modemLines = -1;
   bool refuseSetLines = false;
   termios lastLineSettings{};
+  int lastOpenFlags = 0;
   int setAttrCount = 0;
   int readCount = 0;
 };
 
 // Makes the n-th call (from 1) of one wrapped function fail with `error` while it lives; other calls pass.
 // With `shortBy` 0 or more the call succeeds but transfers that many bytes less (read, write); error is then unused.
+// `times` such calls in a row are struck.
 class Fault {
  public:
-  Fault(const char* function, int n, int error, int shortBy = -1);
+  Fault(const char* function, int n, int error, int shortBy = -1, int times = 1);
   ~Fault();
   Fault(const Fault&) = delete;
   Fault& operator=(const Fault&) = delete;

@@ -1,0 +1,122 @@
+// Status and the small text conversions.
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstdlib>
+#include <limits>
+#include <string>
+#include <tuple>
+
+#include "app/common/status.h"
+#include "app/common/text.h"
+
+using orvix::Status;
+
+TEST(StatusTest, CodesHaveTheirFactoriesAndPrefixes) {
+  using FromChars = Status (*)(const char*, const char*);
+  using FromStrings = Status (*)(const std::string&, const std::string&);
+  const std::tuple<unsigned, FromChars, FromStrings, std::string> rows[] = {
+      {1, Status::okWithMessage, Status::okWithMessage, "OK: "},
+      {2, Status::aborted, Status::aborted, "Aborted: "},
+      {3, Status::accessDenied, Status::accessDenied, "Access denied: "},
+      {4, Status::failed, Status::failed, "Failed: "},
+      {5, Status::invalidArgument, Status::invalidArgument, "Invalid argument: "},
+      {6, Status::invalidHandle, Status::invalidHandle, "Invalid handle: "},
+      {7, Status::invalidPointer, Status::invalidPointer, "Invalid pointer: "},
+      {8, Status::noInterface, Status::noInterface, "No interface: "},
+      {9, Status::notImplemented, Status::notImplemented, "Not implemented: "},
+      {10, Status::outOfMemory, Status::outOfMemory, "Out of memory: "},
+      {11, Status::pendingOperation, Status::pendingOperation, "Pending operation: "},
+      {12, Status::unexpected, Status::unexpected, "Unexpected: "},
+      {13, Status::forbidden, Status::forbidden, "Forbidden: "}};
+  const std::string text = "text";
+  for (const auto& [code, chars, strings, prefix] : rows) {
+    SCOPED_TRACE(code);
+    const Status bare = chars("text", nullptr);
+    EXPECT_EQ(bare.code(), code);
+    EXPECT_EQ(bare.isOk(), code == 1);
+    EXPECT_EQ(static_cast<bool>(bare), code == 1);
+    EXPECT_EQ(bare.toString(), prefix + "text");
+    EXPECT_EQ(chars("text", "").toString(), prefix + "text");
+    EXPECT_EQ(chars("text", "why").toString(), prefix + "text: why");
+    EXPECT_EQ(strings(text, "").toString(), prefix + "text");
+    const Status detailed = strings(text, "why");
+    EXPECT_EQ(detailed.code(), code);
+    EXPECT_EQ(detailed.toString(), prefix + "text: why");
+  }
+  EXPECT_EQ(Status::failed("").toString(), "Failed: ");
+  EXPECT_EQ(Status::failed("", "why").toString(), "Failed: : why");
+}
+
+TEST(StatusTest, CodesOutsideTheListShowTheirNumber) {
+  EXPECT_EQ(Status(Status::eCode{14}, "text", nullptr).toString(), "Unknown code(0xe): text");
+  const Status highest(Status::eCode{255}, "text", "why");
+  EXPECT_EQ(highest.toString(), "Unknown code(0xff): text: why");
+  EXPECT_EQ(highest.code(), 255U);
+  EXPECT_FALSE(highest.isOk());
+}
+
+TEST(StatusTest, CopiesAreIndependentAndSuccessIsBare) {
+  Status copy;
+  EXPECT_TRUE(copy.isOk());
+  EXPECT_EQ(copy.code(), Status::kOk);
+  EXPECT_EQ(copy.toString(), "OK");
+  {
+    const Status failed = Status::failed("text", "why");
+    copy = failed;
+    EXPECT_EQ(Status(failed).toString(), "Failed: text: why");
+    EXPECT_EQ(failed.toString(), "Failed: text: why");
+  }
+  const Status& itself = copy;
+  copy = itself;
+  EXPECT_EQ(copy.toString(), "Failed: text: why");
+  EXPECT_EQ(copy.code(), Status::kFailed);
+  copy = Status::aborted("other");
+  EXPECT_EQ(copy.toString(), "Aborted: other");
+  const Status success;
+  copy = success;
+  EXPECT_EQ(copy.toString(), "OK");
+  EXPECT_EQ(Status(success).toString(), "OK");
+}
+
+TEST(StatusTest, TextIsCutAtItsLengthField) {
+  constexpr std::size_t kLongest = 65535;
+  const std::tuple<std::size_t, std::size_t, std::string> rows[] = {
+      {kLongest + 1, 5, std::string(kLongest, 'm')},
+      {kLongest - 1, 5, std::string(kLongest - 1, 'm') + ":"},
+      {kLongest - 5, 3, std::string(kLongest - 5, 'm') + ": ddd"},
+      {1, 200000, "m: " + std::string(kLongest - 3, 'd')}};
+  for (const auto& [message, detail, expected] : rows) {
+    const Status status = Status::failed(std::string(message, 'm'), std::string(detail, 'd'));
+    EXPECT_TRUE(Status(status).toString() == "Failed: " + expected) << message << " + " << detail;
+  }
+}
+
+TEST(StatusDeathTest, SuccessWithATextAndANullMessageAbort) {
+  EXPECT_DEATH(Status(Status::kOk, "text", nullptr),
+               "app/common/status:57: void orvix::Status::initState\\(orvix::Status::eCode, const char\\*, size_t, "
+               "const char\\*, size_t\\): Assertion `kOk != code' failed\\.");
+  const char* const none = nullptr;
+  const std::string message =
+      "app/common/status:96: orvix::Status::Status\\(orvix::Status::eCode, const char\\*, const char\\*\\): "
+      "Assertion `nullptr != pszMsg' failed\\.";
+  EXPECT_DEATH(Status::failed(none, "why"), message);
+  EXPECT_DEATH(Status(Status::kOk, nullptr, nullptr), message) << "the message is looked at first";
+}
+
+TEST(TextTest, CaseNumberAndTime) {
+  EXPECT_EQ(orvix::toUpper(std::string("aZ0-\xE4\0b", 7)), std::string("AZ0-\xE4\0B", 7));
+  EXPECT_EQ(orvix::toLower("aZ0-\xC4"), "az0-\xC4");
+  EXPECT_EQ(orvix::intToText(INT_MIN, 10), "-2147483648");
+  EXPECT_EQ(orvix::intToText(-1, 16) + orvix::intToText(35, 36), "ffffffffz");
+  EXPECT_EQ(orvix::intToText(INT_MIN, 2), "1" + std::string(31, '0'));
+  EXPECT_EQ(orvix::intToText(5, 1) + orvix::intToText(5, 37), "");
+  setenv("TZ", "EAST-2", 1);
+  tzset();
+  EXPECT_EQ(orvix::localTimeText(1110179104), "07.03.2005 09:05");
+  if (sizeof(std::time_t) > 4) {
+    EXPECT_EQ(orvix::localTimeText(-62135596800), "01.01.0001 02:00");
+    EXPECT_EQ(orvix::localTimeText(std::numeric_limits<std::time_t>::max()), "");
+  }
+}
