@@ -1,15 +1,11 @@
-// The built module, loaded as a host loads it. This program is the host: it provides RegisterDevice and glog, and its
-// nanosleep, which the module's waits reach, is virtual.
+// The built module, loaded as a host loads it. This program is the host.
 
-#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <ctime>
-
 #include "app/common/document/document.h"
-#include "plugin/plugin.h"
 #include "tests/world/host.h"
+#include "tests/world/loadedModule.h"
 #include "tests/world/scriptedModem.h"
 
 using orvix::BSONObject;
@@ -19,55 +15,26 @@ using orvix::Status;
 using world::fromJson;
 using Lines = std::vector<std::string>;
 
-extern "C" int __wrap_nanosleep(const timespec* request, timespec* remaining);
-
-extern "C" [[gnu::visibility("default")]] int nanosleep(const timespec* request, timespec* remaining) {
-  return __wrap_nanosleep(request, remaining);
-}
-
 namespace {
-
-struct Registration {
-  std::string typeName;
-  OrvixCreateDevice create = nullptr;
-  OrvixDestroyDevice destroy = nullptr;
-};
-
-Registration registered;
 
 class PluginTest : public testing::Test {
  protected:
-  PluginTest() : library(dlopen(ORVIX_MODULE, RTLD_NOW | RTLD_LOCAL)) {
-    EXPECT_NE(library, nullptr) << dlerror();
-    EXPECT_EQ(symbol<decltype(&PluginInit)>("PluginInit")(), 0);
-  }
-  ~PluginTest() override {
-    registered = {};
-    EXPECT_EQ(dlclose(library), 0);
-    EXPECT_EQ(dlopen(ORVIX_MODULE, RTLD_NOW | RTLD_NOLOAD), nullptr) << "the module stays in memory";
-  }
-
-  template <typename Pointer>
-  Pointer symbol(const char* name) {
-    return reinterpret_cast<Pointer>(dlsym(library, name));
-  }
-
-  IDevice* create(const BSONObject& args, Status* status) { return registered.create(args, status, nullptr); }
+  IDevice* create(const BSONObject& args, Status* status) { return module.create(args, status, nullptr); }
 
   BSONObject argsFor(const std::string& configuration) {
     return fromJson(R"({"cfgfile":")" + folder.write("modem.json", configuration) + R"("})");
   }
 
   world::TemporaryFolder folder;
-  void* library;
+  world::LoadedModule module;
 };
 
 TEST_F(PluginTest, RegistersItsOneTypeWithTheExportedPair) {
-  EXPECT_EQ(registered.typeName, "GSMModem");
-  EXPECT_EQ(registered.create, symbol<OrvixCreateDevice>("CreateGsmDevice"));
-  EXPECT_EQ(registered.destroy, symbol<OrvixDestroyDevice>("DestroyGsmDevice"));
-  EXPECT_STREQ(*symbol<const char**>("PluginDisplayName"), "GSMModem");
-  registered.destroy(nullptr);
+  EXPECT_EQ(module.typeName, "GSMModem");
+  EXPECT_EQ(module.create, module.symbol<OrvixCreateDevice>("CreateGsmDevice"));
+  EXPECT_EQ(module.destroy, module.symbol<OrvixDestroyDevice>("DestroyGsmDevice"));
+  EXPECT_STREQ(*module.symbol<const char**>("PluginDisplayName"), "GSMModem");
+  module.destroy(nullptr);
 }
 
 TEST_F(PluginTest, EmptyArgumentsAreRefusedWithTheCallersStatusInTheText) {
@@ -84,7 +51,7 @@ TEST_F(PluginTest, EmptyArgumentsAreRefusedWithTheCallersStatusInTheText) {
 }
 
 TEST_F(PluginTest, DeviceTakesItsNameFromTheDisplayName) {
-  const char** const displayName = symbol<const char**>("PluginDisplayName");
+  const char** const displayName = module.symbol<const char**>("PluginDisplayName");
   const char* const usual = *displayName;
   *displayName = "Other";
   Status status = Status::failed("before");
@@ -94,7 +61,7 @@ TEST_F(PluginTest, DeviceTakesItsNameFromTheDisplayName) {
   EXPECT_EQ(status.toString(), "OK");
   EXPECT_EQ(device->GetName(), "Other");
   EXPECT_EQ(device->GetTypeName(), "GSMModem");
-  registered.destroy(device);
+  module.destroy(device);
 }
 
 TEST_F(PluginTest, LoadFailureIsTheCallersStatus) {
@@ -135,7 +102,7 @@ TEST_F(PluginTest, ServesAHostFromFirstReportToDestruction) {
             (Lines{"status 4", "report", R"(event SMS { "id" : "GSMModem", "TransmissionResult" : "OK" })"}));
   EXPECT_EQ(modem.received, (Lines{"AT+CMGF?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CMGF=1\r",
                                    "AT+CMGS=\"0123456789\"\r", "hi\x1a\r\n\r"}));
-  registered.destroy(device);
+  module.destroy(device);
   const int after = dup(0);
   close(after);
   EXPECT_EQ(after, before) << "a descriptor stayed open";
@@ -154,12 +121,7 @@ TEST_F(PluginTest, LibraryReportsReachTheHostsLogByPattern) {
     EXPECT_EQ(quiet.lines, (Lines{"logging:35] /dev/nowhere: open: No such file or directory"}));
     google::SetVLOGLevel("logging", 0);
   }
-  registered.destroy(device);
+  module.destroy(device);
 }
 
 }  // namespace
-
-int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy) {
-  registered = {typeName, create, destroy};
-  return 1;
-}

@@ -51,7 +51,8 @@ class BSONBuilder {
   bool appendArray(const std::string& key, const BSONArray& array);
 
   // Nested documents: begin makes `child` build inside this document, end closes it. In between nothing may be appended
-  // here, and the child is of no use after its end. False when `child` is null.
+  // here, and the child is of no use after its end; libbson ends the process when either rule is broken, or at an end
+  // without a begin. False when `child` is null.
   bool appendArrayBegin(const std::string& key, BSONBuilder* child);
   bool appendArrayEnd(BSONBuilder* child);
   bool appendDocumentBegin(const std::string& key, BSONBuilder* child);

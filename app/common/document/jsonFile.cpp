@@ -61,11 +61,11 @@ Status BSONBuilder::fromJSONFile(const std::string& path) {
   DocumentHandle read = shareDocument(bson_new());
   bson_error_t error{};
   const int result = bson_json_reader_read(reader.get(), read.get(), &error);
-  if (result == 0 || !source.hasText()) {
-    return Status::failed((path + "is empty").c_str(), error.message);
-  }
-  if (result < 0) {
+  if (result < 0 && source.hasText()) {
     return Status::failed(cannotOpen.c_str(), error.message);
+  }
+  if (result <= 0) {
+    return Status::failed((path + "is empty").c_str(), result == 0 ? error.message : nullptr);
   }
   document = std::move(read);
   return {};

@@ -1,6 +1,7 @@
 #include "app/common/document/object.h"
 
 #include <cstdio>
+#include <cstring>
 
 #include "app/common/document/render.h"
 
@@ -74,17 +75,20 @@ bool BSONObject::concat(const BSONObject& other) {
 
 BSONObject BSONObject::without(const std::string& key) const {
   DocumentHandle rest = shareDocument(bson_new());
-  bson_copy_to_excluding_noinit(readable(), rest.get(), key.c_str(), NULL);
+  for (const BSONPair& element : *this) {
+    if (key != element.keyText()) {
+      bson_append_iter(rest.get(), nullptr, 0, &element.position());
+    }
+  }
   return {std::move(rest), isBorrowed()};
 }
 
 BSONObject BSONObject::replace(const BSONPair& pair) const {
   DocumentHandle result = shareDocument(bson_new());
-  const std::string replaced = pair.key();
   bson_iter_t value = pair.position();
   for (const BSONPair& element : *this) {
-    if (!pair.isEmpty() && replaced == element.keyText()) {
-      bson_append_value(result.get(), replaced.c_str(), -1, bson_iter_value(&value));
+    if (pair.type() != 0 && std::strcmp(pair.keyText(), element.keyText()) == 0) {
+      bson_append_value(result.get(), pair.keyText(), -1, bson_iter_value(&value));
     } else {
       bson_append_iter(result.get(), nullptr, 0, &element.position());
     }

@@ -54,8 +54,8 @@ class BSONObject {
   BSONPair end() const { return BSONPair(true); }
 
   std::string className() const { return "BSONObject"; }
-  // Checks the whole document: lengths, UTF-8 (NUL allowed), no key that begins with "$" or holds a ".". A failure
-  // tells the offset of the offending element.
+  // libbson's check of lengths and keys: none that begins with "$" or holds a ".". A failure tells the offset that
+  // libbson gives. It does not look into the bytes of embedded documents or texts.
   Status validate() const;
   // libbson's legacy extended JSON, "{ }" for an empty document; "" when it cannot be converted.
   std::string toJSON() const;
