@@ -30,54 +30,37 @@ TEST(StatusTest, CodesHaveTheirFactoriesAndPrefixes) {
       {11, Status::pendingOperation, Status::pendingOperation, "Pending operation: "},
       {12, Status::unexpected, Status::unexpected, "Unexpected: "},
       {13, Status::forbidden, Status::forbidden, "Forbidden: "}};
-  const std::string text = "text";
   for (const auto& [code, chars, strings, prefix] : rows) {
     SCOPED_TRACE(code);
-    const Status bare = chars("text", nullptr);
-    EXPECT_EQ(bare.code(), code);
-    EXPECT_EQ(bare.isOk(), code == 1);
-    EXPECT_EQ(static_cast<bool>(bare), code == 1);
-    EXPECT_EQ(bare.toString(), prefix + "text");
-    EXPECT_EQ(chars("text", "").toString(), prefix + "text");
-    EXPECT_EQ(chars("text", "why").toString(), prefix + "text: why");
-    EXPECT_EQ(strings(text, "").toString(), prefix + "text");
-    const Status detailed = strings(text, "why");
-    EXPECT_EQ(detailed.code(), code);
-    EXPECT_EQ(detailed.toString(), prefix + "text: why");
+    for (const Status& bare : {chars("text", nullptr), chars("text", ""), strings("text", "")}) {
+      EXPECT_EQ(bare.code(), code);
+      EXPECT_TRUE(bare.isOk() == (code == 1) && static_cast<bool>(bare) == (code == 1));
+      EXPECT_EQ(bare.toString(), prefix + "text");
+    }
+    EXPECT_EQ(chars("", "why").toString(), prefix + ": why");
+    EXPECT_EQ(strings("text", "why").toString(), prefix + "text: why");
   }
-  EXPECT_EQ(Status::failed("").toString(), "Failed: ");
-  EXPECT_EQ(Status::failed("", "why").toString(), "Failed: : why");
-}
-
-TEST(StatusTest, CodesOutsideTheListShowTheirNumber) {
   EXPECT_EQ(Status(Status::eCode{14}, "text", nullptr).toString(), "Unknown code(0xe): text");
   const Status highest(Status::eCode{255}, "text", "why");
   EXPECT_EQ(highest.toString(), "Unknown code(0xff): text: why");
-  EXPECT_EQ(highest.code(), 255U);
-  EXPECT_FALSE(highest.isOk());
+  EXPECT_TRUE(highest.code() == 255 && !highest.isOk());
 }
 
 TEST(StatusTest, CopiesAreIndependentAndSuccessIsBare) {
   Status copy;
-  EXPECT_TRUE(copy.isOk());
-  EXPECT_EQ(copy.code(), Status::kOk);
-  EXPECT_EQ(copy.toString(), "OK");
+  EXPECT_TRUE(copy.isOk() && copy.code() == Status::kOk);
   {
     const Status failed = Status::failed("text", "why");
     copy = failed;
-    EXPECT_EQ(Status(failed).toString(), "Failed: text: why");
-    EXPECT_EQ(failed.toString(), "Failed: text: why");
+    EXPECT_EQ(Status(failed).toString() + failed.toString(), "Failed: text: whyFailed: text: why");
   }
   const Status& itself = copy;
   copy = itself;
   EXPECT_EQ(copy.toString(), "Failed: text: why");
-  EXPECT_EQ(copy.code(), Status::kFailed);
   copy = Status::aborted("other");
   EXPECT_EQ(copy.toString(), "Aborted: other");
-  const Status success;
-  copy = success;
-  EXPECT_EQ(copy.toString(), "OK");
-  EXPECT_EQ(Status(success).toString(), "OK");
+  copy = Status();
+  EXPECT_EQ(copy.toString() + Status(copy).toString(), "OKOK");
 }
 
 TEST(StatusTest, TextIsCutAtItsLengthField) {
@@ -108,15 +91,14 @@ TEST(StatusDeathTest, SuccessWithATextAndANullMessageAbort) {
 TEST(TextTest, CaseNumberAndTime) {
   EXPECT_EQ(orvix::toUpper(std::string("aZ0-\xE4\0b", 7)), std::string("AZ0-\xE4\0B", 7));
   EXPECT_EQ(orvix::toLower("aZ0-\xC4"), "az0-\xC4");
-  EXPECT_EQ(orvix::intToText(INT_MIN, 10), "-2147483648");
-  EXPECT_EQ(orvix::intToText(-1, 16) + orvix::intToText(35, 36), "ffffffffz");
+  EXPECT_EQ(orvix::intToText(INT_MIN, 10) + orvix::intToText(-1, 16), "-2147483648ffffffff");
   EXPECT_EQ(orvix::intToText(INT_MIN, 2), "1" + std::string(31, '0'));
-  EXPECT_EQ(orvix::intToText(5, 1) + orvix::intToText(5, 37), "");
+  EXPECT_EQ(orvix::intToText(35, 36) + orvix::intToText(5, 1) + orvix::intToText(5, 37), "z");
   setenv("TZ", "EAST-2", 1);
   tzset();
   EXPECT_EQ(orvix::localTimeText(1110179104), "07.03.2005 09:05");
   if (sizeof(std::time_t) > 4) {
-    EXPECT_EQ(orvix::localTimeText(-62135596800), "01.01.0001 02:00");
+    EXPECT_EQ(orvix::localTimeText(static_cast<std::time_t>(-62135596800LL)), "01.01.0001 02:00");
     EXPECT_EQ(orvix::localTimeText(std::numeric_limits<std::time_t>::max()), "");
   }
 }

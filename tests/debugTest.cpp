@@ -12,7 +12,7 @@
 #include <sstream>
 #include <string>
 #include <tuple>
-#include <vector>
+#include <utility>
 
 #include "debug/xdbg.h"
 
@@ -20,28 +20,25 @@ namespace {
 
 constexpr char kFallback[] = "XDbgReport: string too long or io error\r\n";
 
-std::vector<std::string> seen;  // "LEVEL ROUTE SIZE[ EXTRA] TEXT" of each hooked report
+std::string seen;  // "[EXTRA: ]LEVEL ROUTE SIZE TEXT;" of each hooked report
 int hookAnswer = 0;
 
 int hook(int level, int route, const char* text, unsigned bufferSize) {
   std::ostringstream line;
-  line << level << ' ' << route << ' ' << bufferSize << ' ' << text;
-  seen.push_back(line.str());
+  line << level << ' ' << route << ' ' << bufferSize << ' ' << text << ';';
+  seen += line.str();
   return hookAnswer;
 }
 
 int extendedHook(int level, int route, const char* text, unsigned bufferSize, int extra) {
-  hook(level, route, text, bufferSize);
-  seen.back() += " extra " + std::to_string(extra);
-  return hookAnswer;
+  seen += std::to_string(extra) + ": ";
+  return hook(level, route, text, bufferSize);
 }
 
 // Runs in a folder of its own, which receives "xdebug.txt", and puts the settings back.
 class DebugTest : public testing::Test {
  protected:
   void SetUp() override {
-    home = std::filesystem::current_path();
-    folder = (std::filesystem::temp_directory_path() / "xdbg-test-XXXXXX").string();
     ASSERT_NE(mkdtemp(folder.data()), nullptr);
     std::filesystem::current_path(folder);
     seen.clear();
@@ -64,8 +61,8 @@ class DebugTest : public testing::Test {
     return text.str();
   }
 
-  std::filesystem::path home;
-  std::string folder;
+  const std::filesystem::path home = std::filesystem::current_path();
+  std::string folder = std::filesystem::temp_directory_path() / "xdbg-test-XXXXXX";
 };
 
 // What standard input holds from now on; for child processes.
@@ -99,65 +96,47 @@ TEST_F(DebugTest, AtLoadOnlyAssertionsAreRoutedAndThosePrompt) {
     EXPECT_EQ(XDbgPrint(level, kXDbgToFile, "an override cannot switch it on"), 0);
     EXPECT_EQ(XDbgSetStream(level, kXDbgStreamQuery), nullptr);
   }
-  XDbgInfo("i");
-  XDbgWarning("w");
-  XDbgError("e");
-  EXPECT_TRUE(seen.empty());
-  EXPECT_FALSE(std::filesystem::exists("xdebug.txt"));
+  EXPECT_EQ(XDbgInfo("i") + XDbgWarning("w") + XDbgError("e"), 0);
+  EXPECT_TRUE(seen.empty() && !std::filesystem::exists("xdebug.txt"));
   EXPECT_EQ(XDbgSetRoute(kXDbgAssertion, -1), kXDbgToPrompt);
 }
 
 TEST_F(DebugTest, PromptShowsItsTextAndActsOnTheAnswer) {
   const std::tuple<unsigned, const char*, const char*, int> rows[] = {
       {3, "Assertion Failed", "a\n", 3}, {3, "Assertion Failed", "A", 3}, {2, "Error", "r\n", 11},
-      {1, "Warning", "R", 11},           {0, "Information", "\n", 10},    {3, "Assertion Failed", "", 10},
-  };
+      {1, "Warning", "R", 11},           {0, "Information", "\n", 10},    {3, "Assertion Failed", "", 10}};
   for (const auto& [level, name, typed, exitStatus] : rows) {
-    EXPECT_EXIT(
-        {
-          type(typed);
-          XDbgSetRoute(level, kXDbgToPrompt);
-          std::exit(10 + reportAt(level, -1, "dir/file.cpp", 12, "value %d", 7));
-        },
-        testing::ExitedWithCode(exitStatus), testing::Eq(promptOf(name, "value 7")))
-        << name << " answered " << typed;
+    const auto report = [level = level, typed = typed] {
+      type(typed);
+      XDbgSetRoute(level, kXDbgToPrompt);
+      std::exit(10 + reportAt(level, -1, "dir/file.cpp", 12, "value %d", 7));
+    };
+    EXPECT_EXIT(report(), testing::ExitedWithCode(exitStatus), testing::Eq(promptOf(name, "value 7"))) << typed;
   }
 }
 
 TEST_F(DebugTest, RoutesDeliverInOrderAroundThePrompt) {
-  constexpr int kAll = kXDbgToFile | kXDbgToStream | kXDbgToPrompt | kXDbgToFileSecond | kXDbgToFileThird;
-  EXPECT_EXIT(
-      {
-        type("a");
-        XDbgSetRoute(kXDbgError, kAll);
-        XDbgSetStream(kXDbgError, std::fopen("stream.txt", "w"));
-        XDbgError("one\n");
-      },
-      testing::ExitedWithCode(3), testing::Eq(promptOf("Error", "one\n")));
-  EXPECT_EQ(contentOf("xdebug.txt"), "one\n") << "8 and 16 come after the prompt";
-  EXPECT_EQ(contentOf("stream.txt"), "one\n");
-  EXPECT_EXIT(
-      {
-        type("i");
-        XDbgSetRoute(kXDbgError, kAll);
-        XDbgSetStream(kXDbgError, kXDbgStreamFile);
-        XDbgError("two\n");
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0), "");
-  EXPECT_EQ(contentOf("xdebug.txt"), "one\ntwo\ntwo\ntwo\ntwo\n") << "file, stream as file, 8 and 16, appended";
+  const auto reportEverywhere = [](const char* typed, FILE* stream) {
+    type(typed);
+    XDbgSetRoute(kXDbgError, kXDbgToFile | kXDbgToStream | kXDbgToPrompt | kXDbgToFileSecond | kXDbgToFileThird);
+    XDbgSetStream(kXDbgError, stream);
+    std::exit(XDbgError("x"));
+  };
+  EXPECT_EXIT(reportEverywhere("a", std::fopen("stream.txt", "w")), testing::ExitedWithCode(3),
+              testing::Eq(promptOf("Error", "x")));
+  EXPECT_EQ(contentOf("xdebug.txt"), "x") << "8 and 16 come after the prompt";
+  EXPECT_EQ(contentOf("stream.txt"), "x");
+  EXPECT_EXIT(reportEverywhere("i", kXDbgStreamFile), testing::ExitedWithCode(0), "");
+  EXPECT_EQ(contentOf("xdebug.txt"), "xxxxx") << "file, stream as file, 8 and 16, appended";
 }
 
 TEST_F(DebugTest, OverrideReplacesTheRouteOfALevelThatIsOn) {
   XDbgSetReportHook(hook);
   XDbgSetOutputs(kXDbgToStream, nullptr);
   const char* const noFormat = nullptr;
-  EXPECT_EQ(XDbgPrint(1, -1, "%s", "a"), 0);
-  EXPECT_EQ(XDbgPrint(2, 24, "%s", "b"), 0);
-  EXPECT_EQ(XDbgPrint(2, 0, "no route"), 0);
-  EXPECT_EQ(XDbgPrint(4, 2, "no such level"), 0);
-  EXPECT_EQ(reportAt(2, 2, nullptr, 0, noFormat), 0);
-  EXPECT_EQ(seen, (std::vector<std::string>{"1 1 1024 a", "2 24 1024 b"}));
+  EXPECT_EQ(XDbgPrint(1, -1, "%s", "a") + XDbgPrint(2, 24, "%s", "b"), 0);
+  EXPECT_EQ(XDbgPrint(2, 0, "no route") + XDbgPrint(4, 2, "no such level") + reportAt(2, 2, nullptr, 0, noFormat), 0);
+  EXPECT_EQ(seen, "1 1 1024 a;2 24 1024 b;");
 }
 
 TEST_F(DebugTest, SettersAnswerThePreviousValue) {
@@ -165,11 +144,9 @@ TEST_F(DebugTest, SettersAnswerThePreviousValue) {
   for (unsigned level = 0; level < 5; ++level) {
     const int route = level < 3 ? 8 : level == 3 ? kXDbgToPrompt : 0;
     FILE* const stream = level < 3 ? stderr : nullptr;
-    EXPECT_EQ(XDbgSetRoute(level, -1), route) << level;
-    EXPECT_EQ(XDbgSetRoute(level, 9), route) << "-1 only asked";
+    EXPECT_TRUE(XDbgSetRoute(level, -1) == route && XDbgSetRoute(level, 9) == route) << level;
     EXPECT_EQ(XDbgSetRoute(level, -1), level < 4 ? 9 : 0);
-    EXPECT_EQ(XDbgSetStream(level, kXDbgStreamQuery), stream);
-    EXPECT_EQ(XDbgSetStream(level, kXDbgStreamFile), stream);
+    EXPECT_TRUE(XDbgSetStream(level, kXDbgStreamQuery) == stream && XDbgSetStream(level, kXDbgStreamFile) == stream);
     EXPECT_EQ(XDbgSetStream(level, nullptr), level < 4 ? kXDbgStreamFile : nullptr);
   }
 }
@@ -187,8 +164,7 @@ TEST_F(DebugTest, HooksSeeReportsFirstAndZeroKeepsThem) {
   hookAnswer = -1;  // neither keeps it: both are asked, the extended one first
   XDbgInfo("e");
   EXPECT_EQ(XDbgSetReportHook(nullptr), hook);
-  EXPECT_EQ(seen, (std::vector<std::string>{"0 2 1024 a1", "1 2 1024 b", "2 2 1024 c extra 0", "0 2 1024 d extra 1",
-                                            "0 2 1024 e extra 0", "0 2 1024 e"}));
+  EXPECT_EQ(seen, "0 2 1024 a1;1 2 1024 b;0: 2 2 1024 c;1: 0 2 1024 d;0: 0 2 1024 e;0 2 1024 e;");
   EXPECT_EQ(contentOf("xdebug.txt"), "be");
 }
 
@@ -205,49 +181,46 @@ TEST_F(DebugTest, MessageThatDoesNotFitBecomesTheFallback) {
 
 TEST_F(DebugTest, HexDumpRowsHoldSixteenBytes) {
   const unsigned char data[] = "\x00\x1F ~\x7F\x80\xFF%dGHIJKLMNOPQ";
-  char first[20];
-  char second[20];
-  std::snprintf(first, sizeof first, "%08lx: ", reinterpret_cast<unsigned long>(data));
-  std::snprintf(second, sizeof second, "%08lx: ", reinterpret_cast<unsigned long>(data + 16));
+  const auto lead = [](const unsigned char* row) {
+    char text[40];
+    std::snprintf(text, sizeof text, "0 1 1024 %08lx: ", reinterpret_cast<unsigned long>(row));
+    return std::string(text);
+  };
+  const std::string row = lead(data) + "00 1f 20 7e 7f 80 ff 25 64 47 48 49 4a 4b 4c 4d .. ~...%dGHIJKLM\n;";
+  const std::string rest = lead(data + 16) + "4e 4f 50 51 " + std::string(36, ' ') + "NOPQ\n;";
   XDbgSetOutputs(kXDbgToStream, nullptr);
   XDbgSetReportHook(hook);
-  XDbgHexDump(data, 0);
-  XDbgHexDump(data, 16);
-  XDbgHexDump(data, 20);
-  const std::string row =
-      std::string("0 1 1024 ") + first + "00 1f 20 7e 7f 80 ff 25 64 47 48 49 4a 4b 4c 4d .. ~...%dGHIJKLM\n";
-  const std::string rest = std::string("0 1 1024 ") + second + "4e 4f 50 51 " + std::string(36, ' ') + "NOPQ\n";
-  EXPECT_EQ(seen, (std::vector<std::string>{row, row, rest}));
+  for (const std::size_t length : {0U, 16U, 20U}) {
+    XDbgHexDump(data, length);
+  }
+  EXPECT_EQ(seen, row + row + rest);
 }
 
 TEST_F(DebugTest, DateAndTimeAreLocal) {
   setenv("TZ", "EAST-2", 1);
   tzset();
-  constexpr time_t kMoment = 1110179104;  // 2005-03-07 07:05:04 UTC
   char date[40];
   char time[40];
-  XDbgDateTime(kMoment, date, time, ~3U);
-  EXPECT_EQ(std::string(date) + " " + time, "07.03.2005 09:05:04");
-  XDbgDateTime(kMoment, date, time, 1);
-  EXPECT_EQ(std::string(date) + " " + time, "07.03.05 09:05:04");
-  XDbgDateTime(kMoment, date, time, 2);
-  EXPECT_EQ(std::string(date) + " " + time, "07.03.2005 09:05");
+  const std::pair<unsigned, const char*> rows[] = {
+      {~3U, "07.03.2005 09:05:04"}, {1, "07.03.05 09:05:04"}, {2, "07.03.2005 09:05"}};
+  for (const auto& [flags, text] : rows) {
+    XDbgDateTime(1110179104, date, time, flags);  // 2005-03-07 07:05:04 UTC
+    EXPECT_EQ(std::string(date) + " " + time, text);
+  }
   XDbgDateTime(0, nullptr, nullptr, 0);
   if (sizeof(time_t) > 4) {
     XDbgDateTime(std::numeric_limits<time_t>::max(), date, time, 0);
-    EXPECT_STREQ(date, "");
-    EXPECT_STREQ(time, "");
+    EXPECT_EQ(std::string(date) + time, "");
   }
 }
 
 TEST(DebugTextTest, IntegersInAnyRadix) {
   char buffer[34];
-  const std::tuple<int, int, const char*> rows[] = {{INT_MIN, 10, "-2147483648"},
-                                                    {-1, 16, "ffffffff"},
-                                                    {35, 36, "z"},
-                                                    {5, 1, ""},
-                                                    {5, 37, ""},
-                                                    {-1, 2, "11111111111111111111111111111111"}};
+  // clang-format off
+  const std::tuple<int, int, const char*> rows[] = {
+      {INT_MIN, 10, "-2147483648"}, {-1, 16, "ffffffff"}, {-1, 2, "11111111111111111111111111111111"},
+      {35, 36, "z"}, {5, 1, ""}, {5, 37, ""}};
+  // clang-format on
   for (const auto& [value, radix, text] : rows) {
     EXPECT_STREQ(XDbgIntToText(value, buffer, radix), text) << value << " in " << radix;
   }
@@ -256,13 +229,11 @@ TEST(DebugTextTest, IntegersInAnyRadix) {
 
 TEST(DebugTextTest, TokensSkipRunsAndFieldsCountThem) {
   // Text, delimiter, tokens, fields; each with a bar behind it.
-  const char* const rows[][4] = {{",,a,,b", ",", "a|b|", "||a||b|"},
-                                 {"a,b,", ",", "a|b|", "a|b||"},
-                                 {"a==b===c", "==", "a|b|=c|", "a|b|=c|"},
-                                 {",,", ",", "", "|||"},
-                                 {"a,b", "", "a,b|", "a,b|"},
-                                 {"a,b", ";", "a,b|", "a,b|"},
-                                 {"", ",", "", ""}};
+  // clang-format off
+  const char* const rows[][4] = {
+      {",,a,,b", ",", "a|b|", "||a||b|"}, {"a,b,", ",", "a|b|", "a|b||"}, {"a==b===c", "==", "a|b|=c|", "a|b|=c|"},
+      {",,", ",", "", "|||"}, {"a,b", "", "a,b|", "a,b|"}, {"a,b", ";", "a,b|", "a,b|"}, {"", ",", "", ""}};
+  // clang-format on
   for (const auto& [text, delim, tokens, fields] : rows) {
     char part[8] = "?";
     std::string joined[2];
@@ -287,11 +258,11 @@ TEST(DebugTextTest, CopiesStayWithinTheirBound) {
   EXPECT_STREQ(XDbgCopy(dest, 3, "new"), "ne");
   EXPECT_STREQ(XDbgCopy(dest, 4, "new"), "new");
   EXPECT_STREQ(XDbgCopy(dest, 1, "new"), "");
-  EXPECT_STREQ(XDbgCopyUntil(dest, 8, "ab->c", "->"), "ab");
-  EXPECT_STREQ(XDbgCopyUntil(dest, 8, "ab-c", "->"), "ab-c");
-  EXPECT_STREQ(XDbgCopyUntil(dest, 2, "ab->c", "->"), "a");
-  EXPECT_STREQ(XDbgCopyUntil(dest, 0, "zz", "->"), "a");
-  EXPECT_STREQ(XDbgCopyUntil(dest, 8, "ab", ""), "");
+  const std::tuple<int, const char*, const char*, const char*> rows[] = {
+      {8, "ab->c", "->", "ab"}, {8, "ab-c", "->", "ab-c"}, {2, "ab->c", "->", "a"}, {8, "ab", "", ""}};
+  for (const auto& [size, text, delim, copied] : rows) {
+    EXPECT_STREQ(XDbgCopyUntil(dest, size, text, delim), copied) << text;
+  }
   EXPECT_STREQ(XDbgToken(dest, 3, ",abc", ",", 1), "ab");
   EXPECT_STREQ(XDbgField(dest, 3, ",abc", ",", 2), "ab");
 }

@@ -6,6 +6,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "app/common/document/document.h"
@@ -250,6 +251,11 @@ TEST_F(DeviceTest, SetConfigSavesButKeepsWhatIsInMemory) {
   EXPECT_EQ(world::readText(folder.file("modem.json")), next.toJSON());
   EXPECT_EQ(folder.names(), (std::vector<std::string>{"line", "modem.json"}));
   EXPECT_EQ(device.getComstr(), link + ":9600,n,8,1");
+  device.OnStateChanged(DeviceState::kReady);
+  sink.calls.clear();
+  EXPECT_EQ(device.SetConfig(next).toString(), "OK");
+  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
+  EXPECT_TRUE(sink.calls.empty());
 
   const world::LogCapture log(2);
   EXPECT_EQ(device.SetConfig(fromJson(R"({"id":"a"})")).toString(), "Failed: Parameter name missing.");
@@ -262,8 +268,30 @@ TEST_F(DeviceTest, FailedSaveStillAppliesTheTargetState) {
   const BSONObject next = fromJson(world::configurationText("/dev/ttyS9:1200,e,7,2"));
   EXPECT_EQ(device.LoadConfig(fromJson(R"({"cfgfile":"/nowhere/a.json"})")).isOk(), false);
   EXPECT_EQ(device.SetConfig(next).toString(), "Failed: Create temp file No such file or directory");
-  BSONObject answer;
   EXPECT_EQ(device.Start().toString(), "Failed: unknown mode");  // kWithConfig, with no configuration in memory
+}
+
+TEST_F(DeviceTest, LogLinesNeedTheirVerbosity) {
+  connect({});
+  const BSONObject bad = fromJson("{\"a\":1}");
+  const std::pair<const char*, int> rows[] = {
+      {"OnStateChanged", 3}, {"OnEvent", 3}, {"SetConfig", 2}, {"XPLBuildDCB", 1}, {"getConfig: in", 2}};
+  for (const auto& [beginning, level] : rows) {
+    for (const bool enough : {true, false}) {
+      const world::LogCapture log(enough ? level : level - 1);
+      device.OnStateChanged(DeviceState::kReady);
+      device.OnEvent("SMS", bad);
+      device.SetConfig(bad);
+      device.initConnection("nonsense");
+      device.OnStateChanged(DeviceState::kReset);
+      BSONObject current;
+      device.getConfig(&current);
+      const auto isIt = [&, start = std::string("gsmDevice:0] ") + beginning](const std::string& line) {
+        return line.rfind(start, 0) == 0;
+      };
+      EXPECT_EQ(std::any_of(log.lines.begin(), log.lines.end(), isIt), enough) << beginning << " at " << level;
+    }
+  }
 }
 
 TEST_F(DeviceTest, PropertiesAnswerByName) {
@@ -279,6 +307,8 @@ TEST_F(DeviceTest, PropertiesAnswerByName) {
   BSONObject message = fromJson(R"({"phone":"1","text":"t","x":1})");
   EXPECT_EQ(device.SetProperty("Msg", message).toString(), "OK");
   message.concat(fromJson(R"({"later":1})"));
+  EXPECT_EQ(device.GetProperty("Msg", &answer).toString(), "OK");
+  answer.concat(fromJson(R"({"mine":1})"));
   EXPECT_EQ(device.GetProperty("Msg", &answer).toString(), "OK");
   EXPECT_EQ(answer.toJSON(), R"({ "phone" : "1", "text" : "t", "x" : 1 })");
   for (const char* unknown : {"Version", "abc", "", "config"}) {
@@ -300,6 +330,10 @@ TEST_F(DeviceTest, CurrentConfigurationIsTheDefaultBeforeService) {
   configure();
   EXPECT_EQ(device.getConfig(&current).toString(), "OK");
   EXPECT_EQ(current.getString("config.comstr", ""), link + ":9600,n,8,1");
+  current.concat(fromJson(R"({"mine":1})"));
+  BSONObject again;
+  EXPECT_EQ(device.getConfig(&again).toString(), "OK");
+  EXPECT_FALSE(again.has("mine"));
   device.OnStateChanged(DeviceState::kReset);
   EXPECT_EQ(device.getConfig(&current).toString(), "OK");
   EXPECT_EQ(current.toJSON(), kDefaultConfig);
@@ -321,7 +355,8 @@ TEST_F(DeviceTest, ModeChoosesTheConnectionString) {
   EXPECT_EQ(device.Start().toString(), "Failed: unknown mode: IP");
   configure(withMode("com", "/dev/ttyS1:115200,x,8,1"));
   EXPECT_EQ(device.Start().toString(), "Failed: XPLBuildDCB");
-  EXPECT_TRUE(log.has("gsmDevice:0] XPLBuildDCB Error: dcbConnectionString= /dev/ttyS1:115200,x,8,1"));  // glog drops the last newline
+  EXPECT_TRUE(log.has(
+      "gsmDevice:0] XPLBuildDCB Error: dcbConnectionString= /dev/ttyS1:115200,x,8,1"));  // glog drops the last newline
   configure();
   EXPECT_EQ(device.initConnection(link + ":9600,n,8,1").toString(), "OK");
   EXPECT_TRUE(log.has("gsmDevice:0] initConnection successfully connected with this dcbConnectionString: [" + link +

@@ -5,14 +5,12 @@
 #include <stdexcept>
 
 #include "app/common/document/document.h"
-#include "app/device/gsmModem/adapter/atReply.h"
 #include "tests/world/modemDevice.h"
 #include "tests/world/systemCalls.h"
 
 using orvix::BSONObject;
 using orvix::DeviceStatus;
 using orvix::gsm::DeviceState;
-using orvix::gsm::GsmDataReport;
 using world::Exchange;
 using world::fromJson;
 using world::VirtualClock;
@@ -118,8 +116,10 @@ const BSONObject& message() {
 
 TEST_F(DialogueTest, MessageGoesOutInThreeSteps) {
   start();
+  const world::LogCapture log(3);
   BSONObject answer;
   EXPECT_EQ(device.IoControl("sendSMS", &message(), &answer).toString(), "OK");
+  EXPECT_EQ(log.lines, Lines{"gsmDevice:0] OnEvent"});
   EXPECT_EQ(modem->received, (Lines{"AT+CMGF=1\r", "AT+CMGS=\"0123456789\"\r", "hi\x1a\r\n\r"}));
   EXPECT_EQ(VirtualClock::instance().sleepsMs, (Sleeps{1500, 1500, 5000}));
   EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem", "TransmissionResult" : "OK" })");
@@ -194,86 +194,13 @@ TEST_F(DialogueTest, OtherControlCodesAnswerWithTheTypeAlone) {
             "Invalid argument: Control Code for IoControl unknown: sendsms");
   EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem" })");
   answer = BSONObject();
+  const int open = world::openDescriptors();
   EXPECT_EQ(device.IoControl("TerminateDevice", nullptr, &answer).toString(), "OK");
   EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem" })");
   EXPECT_EQ(sink.calls, (Lines{"status 0"}));
+  EXPECT_EQ(world::openDescriptors(), open - 1);
   EXPECT_EQ(device.IoControl("TerminateDevice", nullptr, nullptr).toString(),
             "Failed: Problem: GSM Modem Device is not ready, but in state:: kWithConfig");
-}
-
-struct SignalRow {
-  const char* reply;
-  const char* text;  // null: no such answer
-  int dBm;
-  int percent;
-};
-
-const SignalRow kSignals[] = {
-    {"\r\n+CSQ: 17,99\r\n\r\nOK\r\n", "17", -79, 53},
-    {"AT+CSQ\r\r\n+CSQ: 9,99\r\n\r\nOK\r\n", "9", -95, 26},
-    {"\r\n+CSQ: 99\r\n\r\nOK\r\n", "99", -9999, -1},
-    {"+CSQ: 99,99", "99", -9999, -1},
-    {"+CSQ: 5\r\nOK", "5\r", -103, 13},
-    {"+CSQ: ", "", -9998, -2},
-    {"+CSQ: 0,0", "0", -9998, -2},
-    {"+CSQ: 1,0", "1", -9998, -2},
-    {"+CSQ: 2,0", "2", -109, 3},
-    {"+CSQ: 16,0", "16", -81, 50},
-    {"+CSQ: 31,0", "31", -51, 100},
-    {"+CSQ: 32,0", "32", -9998, -2},
-    {"+CSQ: -1,0", "-1", -9998, -2},
-    {"+CSQ: 99999999999,0", "99999999999", -9998, -2},
-    {"+CMTI: \"SM\",1\r\nAT+CSQ\r\r\n+CSQ: 14,99\r\n\r\nOK\r\n", "14,99\r\n\r\nOK\r\n", -85, 43},
-    {"+CSQ:4,0\r\nOK\r\n", nullptr, 0, 0},
-    {"\r\nERROR\r\n", nullptr, 0, 0},
-    {"", nullptr, 0, 0},
-};
-
-TEST(ReplyTest, SignalIsCutOutAndConverted) {
-  for (const SignalRow& row : kSignals) {
-    const auto text = orvix::gsm::signalText(row.reply);
-    ASSERT_EQ(text.has_value(), row.text != nullptr) << row.reply;
-    if (text) {
-      const int csq = orvix::gsm::numberOf(*text);
-      EXPECT_EQ(*text, row.text) << row.reply;
-      EXPECT_EQ(GsmDataReport::signalDbm(csq), row.dBm) << row.reply;
-      EXPECT_EQ(GsmDataReport::signalPercent(csq), row.percent) << row.reply;
-      EXPECT_EQ(GsmDataReport::isSignalValid(csq), row.percent > 0) << row.reply;
-    }
-  }
-}
-
-struct RegistrationRow {
-  const char* reply;
-  const char* text;
-  const char* word;
-  bool valid;
-};
-
-const RegistrationRow kRegistrations[] = {
-    {"\r\n+CREG: 0,0\r\n\r\nOK\r\n", "0", "none", true},
-    {"AT+CREG?\r\r\n+CREG: 2,1, 550014, 676\r\n\r\nOK\r\n", "1", "home", true},
-    {"+CREG: 0,2", "2", "searching", true},
-    {"\r\n+CREG: 1,3\r\n\r\nOK\r\n", "3", "denied", true},
-    {"+CREG: 0,4", "4", "unknown", true},
-    {"+CREG: 2,5,\"1A2B\",\"0C3D\"", "5", "roaming", true},
-    {"\r\n+CREG: 2,6,\"8B37\",\"0A265185\",7\r\n\r\nOK\r\n", "6", "unknown", true},
-    {"+CREG: 0,7", "7", "unknown", false},
-    {"\r\n+CREG: 0,11\r\n\r\nOK\r\n", "1", "home", true},
-    {"\r\n+CREG: 2,,\r\n\r\nOK\r\n", ",", "none", true},
-    {"+CREG: 0,", "", "none", true},
-};
-
-TEST(ReplyTest, RegistrationIsCutOutAndNamed) {
-  for (const RegistrationRow& row : kRegistrations) {
-    const std::string text = orvix::gsm::registrationText(row.reply);
-    EXPECT_EQ(text, row.text) << row.reply;
-    const int value = orvix::gsm::numberOf(text);
-    EXPECT_STREQ(GsmDataReport::registrationWord(value), row.word) << row.reply;
-    EXPECT_EQ(GsmDataReport::isRegistrationValid(value), row.valid) << row.reply;
-  }
-  EXPECT_FALSE(GsmDataReport::isRegistrationValid(-1));
-  EXPECT_THROW(orvix::gsm::registrationText("+CREG: 1"), std::out_of_range);
 }
 
 TEST_F(DialogueTest, QueriesHandBackTheText) {
@@ -306,6 +233,7 @@ TEST_F(DialogueTest, ReportConnectsAndPresentsTheMeasurement) {
   std::time_t time = 0;
   EXPECT_TRUE(lastReport->GetTimestamp(&time));
   EXPECT_LE(before, time);
+  EXPECT_LE(time, std::time(nullptr));
   BSONObject document;
   EXPECT_TRUE(lastReport->GetDocument(&document));
   const std::string when = document.getString("GSMModem.report.time", "");
@@ -313,6 +241,10 @@ TEST_F(DialogueTest, ReportConnectsAndPresentsTheMeasurement) {
                                    R"(", "signalQuality" : { "percent" : 63, "dBm" : -73, "valid" : true }, )"
                                    R"("NetworkRegistration" : { "status" : "home", "valid" : true } } } })");
   std::tm local{};
+  document.concat(fromJson(R"({"more":1})"));
+  BSONObject again;
+  EXPECT_TRUE(lastReport->GetDocument(&again));
+  EXPECT_EQ(again.count(), 1U);
   EXPECT_NE(strptime(when.c_str(), "%d.%m.%Y %H:%M", &local), nullptr) << when;
   EXPECT_EQ(when.size(), 16U);
   orvix::BSONValue value(true);
@@ -339,6 +271,8 @@ TEST_F(DialogueTest, OnlyChangedReportsReachTheSinkAcrossAllDevices) {
   EXPECT_FALSE(isTold("+CSQ: 8,99", "+CREG: 0,5"));
   EXPECT_TRUE(isTold("+CSQ: 0,99", "+CREG: 0,5"));
   EXPECT_FALSE(isTold("+CSQ: 1,99", "+CREG: 0,5"));  // both out of range
+  EXPECT_TRUE(isTold("+CSQ: 1,99", "+CREG: 0,4"));
+  EXPECT_TRUE(isTold("+CSQ: 1,99", "+CREG: 0,7"));  // "unknown" both times, but not valid
   device.Stop();
 
   orvix::gsm::GsmDevice other;
@@ -393,6 +327,9 @@ TEST_F(DialogueTest, ReportWithoutOutPointerOnlyConnects) {
   EXPECT_EQ(modem->received, (Lines{"AT+CMGF?\r"}));
   EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(),
             "Failed: Problem: GSM Modem Device is not ready, but in state:: kConnect");
+  device.OnStateChanged(DeviceState::kReady);
+  EXPECT_EQ(device.GetDataReport(nullptr).toString(), "Invalid pointer: ppReport");
+  EXPECT_EQ(device.IoControl("sendSMS", &message(), nullptr).toString(), "OK");
   EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
 }
 

@@ -4,18 +4,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string>
+#include <tuple>
 #include <vector>
 
 #include "debug/xdbg.h"
 
-using orvix::BSONArray;
-using orvix::BSONBuilder;
-using orvix::BSONObject;
-using orvix::BSONPair;
-using orvix::BSONValue;
-using orvix::Status;
-
+namespace orvix {
 namespace {
 
 constexpr int kKeys = 1;  // its address says "with keys"
@@ -26,36 +21,18 @@ BSONObject parse(const std::string& json) {
   return builder.getObject(false);
 }
 
-std::string keysOf(const BSONObject& object) {
-  std::string keys;
-  for (const BSONPair& pair : object) {
-    keys += pair.key() + ",";
-  }
-  return keys;
+std::string reports;  // one line each
+
+int collect(int /*level*/, int /*route*/, const char* text, unsigned /*bufferSize*/) {
+  reports += std::string(text) + "\n";
+  return 0;
 }
 
-// What the model reports while it lives.
-class Trace {
- public:
-  Trace() : previousRoute(XDbgSetRoute(kXDbgInformation, kXDbgToStream)), previousHook(XDbgSetReportHook(collect)) {
-    lines.clear();
-  }
-  ~Trace() {
-    XDbgSetReportHook(previousHook);
-    XDbgSetRoute(kXDbgInformation, previousRoute);
-  }
-
-  inline static std::vector<std::string> lines;
-
- private:
-  static int collect(int /*level*/, int /*route*/, const char* text, unsigned /*bufferSize*/) {
-    lines.emplace_back(text);
-    return 0;
-  }
-
-  int previousRoute;
-  XDbgReportHook previousHook;
-};
+void listen() {
+  XDbgSetRoute(kXDbgInformation, kXDbgToStream);
+  XDbgSetReportHook(collect);
+  reports.clear();
+}
 
 // One element of every type.
 constexpr char kEveryType[] = R"J({"double":1.5,"string":"12 abc","document":{"x":1},"array":[1,2],
@@ -79,29 +56,21 @@ struct TypeRow {
   int withItself;  // compareValues
 };
 
+// clang-format off
 const TypeRow kTypes[] = {
-    {"double", 1, 8, 0x00, true, 1.5, "1.500000", 10, 0},
-    {"string", 2, 6, '1', true, 12.0, "\"12 abc\"", 15, 0},
-    {"document", 3, 12, 12, true, 0.0, "<Object>", 20, 0},
-    {"array", 4, 19, 19, true, 0.0, "<Array>", 25, 0},
-    {"binary", 5, 8, 1, true, 0.0, "Ops", 30, -1},
-    {"undefined", 6, 0, -1, false, 0.0, "Ops", 0, 0},
-    {"oid", 7, 0, -1, true, 0.0, "Ops", 35, -1},
-    {"bool", 8, 1, 1, true, 1.0, "true", 40, 0},
-    {"date", 9, 8, 0x04, true, 0.0, "Ops", 45, 0},
-    {"null", 10, 0, -1, false, 0.0, "Ops", 5, 0},
-    {"regex", 11, 0, -1, true, 0.0, "Ops", 50, -1},
-    {"dbpointer", 12, 0, -1, true, 0.0, "Ops", 55, -1},
-    {"code", 13, 0, -1, true, 0.0, "Ops", 60, -1},
-    {"symbol", 14, 0, -1, true, 0.0, "Ops", 15, -1},
-    {"scope", 15, 0, -1, true, 0.0, "Ops", 65, -1},
-    {"int32", 16, 4, 0xf9, true, -7.0, "-7", 10, 0},
-    {"timestamp", 17, 0, -1, true, 0.0, "Ops", 45, -1},
+    {"double", 1, 8, 0x00, true, 1.5, "1.500000", 10, 0},     {"string", 2, 6, '1', true, 12.0, "\"12 abc\"", 15, 0},
+    {"document", 3, 12, 12, true, 0.0, "<Object>", 20, 0},    {"array", 4, 19, 19, true, 0.0, "<Array>", 25, 0},
+    {"binary", 5, 8, 1, true, 0.0, "Ops", 30, -1},            {"undefined", 6, 0, -1, false, 0.0, "Ops", 0, 0},
+    {"oid", 7, 0, -1, true, 0.0, "Ops", 35, -1},              {"bool", 8, 1, 1, true, 1.0, "true", 40, 0},
+    {"date", 9, 8, 0x04, true, 0.0, "Ops", 45, 0},            {"null", 10, 0, -1, false, 0.0, "Ops", 5, 0},
+    {"regex", 11, 0, -1, true, 0.0, "Ops", 50, -1},           {"dbpointer", 12, 0, -1, true, 0.0, "Ops", 55, -1},
+    {"code", 13, 0, -1, true, 0.0, "Ops", 60, -1},            {"symbol", 14, 0, -1, true, 0.0, "Ops", 15, -1},
+    {"scope", 15, 0, -1, true, 0.0, "Ops", 65, -1},           {"int32", 16, 4, 0xf9, true, -7.0, "-7", 10, 0},
+    {"timestamp", 17, 0, -1, true, 0.0, "Ops", 45, -1},       {"decimal", 19, 0, -1, true, 0.0, "Ops", 19, 0},
     {"int64", 18, 8, 0x07, true, 5000000007.0, "5000000007", 10, 0},
-    {"decimal", 19, 0, -1, true, 0.0, "Ops", 19, 0},
-    {"minKey", 255, 0, -1, true, 0.0, "Ops", -1, -1},
-    {"maxKey", 127, 0, -1, true, 0.0, "Ops", -1, -1},
+    {"minKey", 255, 0, -1, true, 0.0, "Ops", -1, -1},         {"maxKey", 127, 0, -1, true, 0.0, "Ops", -1, -1},
 };
+// clang-format on
 
 TEST(Document, EveryTypeReadsAsItsRowSays) {
   const BSONObject all = parse(kEveryType);
@@ -110,8 +79,7 @@ TEST(Document, EveryTypeReadsAsItsRowSays) {
     SCOPED_TRACE(row.key);
     const BSONValue value = all.get(row.key);
     ASSERT_EQ(value.type(), row.type);
-    EXPECT_FALSE(value.isEmpty());
-    EXPECT_TRUE(value.isBorrowed());
+    EXPECT_TRUE(value.isBorrowed() && !value.isEmpty());
     EXPECT_EQ(value.isNumber(), row.rank == 10);
     EXPECT_EQ(value.size(), row.size);
     EXPECT_EQ(value.data() != nullptr ? *value.data() : -1, row.firstByte);
@@ -136,60 +104,45 @@ TEST(Document, EveryTypeReadsAsItsRowSays) {
       EXPECT_TRUE(value.getObject(copy).isBorrowed() != copy && value.getArray(copy).isBorrowed() != copy);
     }
 
-    EXPECT_EQ(orvix::renderValue(value, nullptr, false, false), row.rendered);
-    EXPECT_EQ(orvix::renderValue(value, &kKeys, false, true), row.rendered);
-    EXPECT_EQ(orvix::renderValue(value, &kKeys, false, false), "\"" + std::string(row.key) + "\": " + row.rendered);
+    EXPECT_EQ(renderValue(value, nullptr, false, false), row.rendered);
+    EXPECT_EQ(renderValue(value, &kKeys, false, true), row.rendered);
+    EXPECT_EQ(renderValue(value, &kKeys, false, false), "\"" + std::string(row.key) + "\": " + row.rendered);
 
-    EXPECT_EQ(orvix::canonicalRank(row.type), row.rank);
-    const Trace trace;
+    EXPECT_EQ(canonicalRank(row.type), row.rank);
+    listen();
     EXPECT_EQ(compareValues(value, value), row.withItself);
-    EXPECT_EQ(value == value, row.withItself == 0);
     char line[64];
-    std::snprintf(line, sizeof line, "compareValues: bad type 0x%x", static_cast<unsigned>(row.type));
-    EXPECT_EQ(Trace::lines, row.withItself == 0 ? std::vector<std::string>() : std::vector<std::string>(2, line));
+    std::snprintf(line, sizeof line, "compareValues: bad type 0x%x\n", static_cast<unsigned>(row.type));
+    EXPECT_EQ(reports, row.withItself == 0 ? "" : line);
   }
-  EXPECT_EQ(orvix::canonicalRank(0), 0);
-  EXPECT_EQ(orvix::canonicalRank(20), 20);
-  EXPECT_EQ(orvix::canonicalRank(21), -1);
+  EXPECT_TRUE(canonicalRank(0) == 0 && canonicalRank(20) == 20 && canonicalRank(21) == -1);
 }
 
 TEST(Document, ValueWithoutElementGivesDefaults) {
   const BSONObject object = parse(R"({"":1})");
-  struct {
-    BSONValue value;
-    bool isEmpty;
-    const char* rendered;
-  } rows[] = {
-      {BSONValue(true), true, ""},
-      {BSONValue(static_cast<const bson_t*>(nullptr), true), true, ""},
-      {object.get("missing"), true, ""},
-      {object.end(), true, ""},
-      {BSONValue(object.readable(), true), false, "EOO"},  // before the first element
-  };
-  for (auto& [value, isEmpty, rendered] : rows) {
-    EXPECT_EQ(value.isEmpty(), isEmpty);
+  // The last one stands before the first element.
+  for (BSONValue value : {BSONValue(true), BSONValue(static_cast<const bson_t*>(nullptr), true), object.get("missing"),
+                          BSONValue(object.end()), BSONValue(object.readable(), true)}) {
+    EXPECT_EQ(renderValue(value, &kKeys, true, false), value.isEmpty() ? "" : "EOO");
     EXPECT_EQ(value.type(), 0);
     EXPECT_EQ(value.size() + value.getPointer() + value.toDouble(), 0.0);
     EXPECT_EQ(value.data(), value.getBinary(nullptr, nullptr));
     EXPECT_STREQ(value.getString(), "");
-    EXPECT_FALSE(value.toBool());
-    EXPECT_TRUE(value.getObject(false).isEmpty() && value.getArray(true).isEmpty());
-    EXPECT_EQ(orvix::renderValue(value, &kKeys, true, false), rendered);
-    EXPECT_EQ(compareValues(value, rows[0].value), 0);
+    EXPECT_TRUE(!value.toBool() && value.getObject(false).isEmpty() && value.getArray(true).isEmpty());
+    EXPECT_EQ(compareValues(value, BSONValue(true)), 0);
     value.setTime(1);
     EXPECT_FALSE(BSONBuilder().appendValue("k", value));
   }
+  EXPECT_TRUE(object.get("missing").isEmpty() && !BSONValue(object.readable(), true).isEmpty());
   EXPECT_FALSE(BSONValue(false).isBorrowed());
 }
 
 TEST(Document, SizesAndWords) {
   BSONBuilder builder;
-  for (const std::size_t size : {300, 256}) {
-    BSONBuilder child;
-    ASSERT_TRUE(builder.appendDocumentBegin("doc" + std::to_string(size), &child));
-    EXPECT_TRUE(child.appendString("k", std::string(size - 13, 'x')));
-    ASSERT_TRUE(builder.appendDocumentEnd(&child));
-  }
+  const BSONObject sized =
+      parse(R"({"300":{"k":")" + std::string(287, 'x') + R"("},"256":{"k":")" + std::string(243, 'x') + R"("}})");
+  EXPECT_TRUE(sized.get("300").size() == 44 && sized.get("256").size() == 0);
+  EXPECT_EQ(sized.get("300").getObject(false).dataSize(), 300U);
   const uint8_t bytes[] = {1, 0, 0, 0x80};
   EXPECT_TRUE(builder.appendPointer("pointer", 0xdeadbeef) && builder.appendBinary("same", 0x81, bytes, 4));
   EXPECT_TRUE(builder.appendBinary("short", 0x81, bytes, 3) && builder.appendBinary("plain", 0, bytes, 4));
@@ -197,16 +150,10 @@ TEST(Document, SizesAndWords) {
   EXPECT_TRUE(builder.appendString("nul", std::string("a\0b", 3)));
   EXPECT_TRUE(builder.appendString("null", static_cast<const char*>(nullptr)));
   const BSONObject object = builder.getObject(false);
-  EXPECT_EQ(object.get("doc300").size(), 44U);
-  EXPECT_EQ(object.get("doc300").getObject(false).dataSize(), 300U);
-  EXPECT_EQ(object.get("doc256").size(), 0U);
-  EXPECT_EQ(object.getPointer("pointer"), 0xdeadbeef);
-  EXPECT_EQ(object.getPointer("same"), 0x80000001);
+  EXPECT_TRUE(object.getPointer("pointer") == 0xdeadbeef && object.getPointer("same") == 0x80000001);
   EXPECT_EQ(object.getPointer("short") + object.getPointer("plain"), 0U);
-  EXPECT_EQ(object.get("none").type(), 5);
-  EXPECT_EQ(object.get("nul").size(), 3U);
-  EXPECT_EQ(object.get("nul").getStdString(), "a");
-  EXPECT_EQ(object.get("null").type(), 10);
+  EXPECT_TRUE(object.get("nul").size() == 3 && object.get("nul").getStdString() == "a");
+  EXPECT_TRUE(object.get("none").type() == 5 && object.get("null").type() == 10);
 
   for (const char* const zero : {"0.0", "0", R"({"$numberLong":"0"})", "false", R"("")", R"("abc")", "[]"}) {
     const BSONObject one = parse(R"({"a":)" + std::string(zero) + "}");
@@ -218,31 +165,25 @@ TEST(Document, SizesAndWords) {
 TEST(Document, TimesAreSecondsIn32BitsAndWrittenToInt64Alone) {
   const BSONObject times = parse(R"({"long":{"$numberLong":"1"},"date":{"$date":{"$numberLong":"-1999"}},
       "far":{"$date":{"$numberLong":"4294967297999"}},"double":1.0})");
-  EXPECT_EQ(times.get("date").getTime(), -1);
   EXPECT_EQ(times.get("far").getTime(), 1);  // 2^32 + 1 seconds
   for (const char* const key : {"long", "date", "double"}) {
     times.get(key).setTime(3000000);
   }
   EXPECT_EQ(times.get("long").getInt64(), 3000000000);
-  EXPECT_EQ(times.get("date").getTime(), -1);
-  EXPECT_EQ(times.get("double").getDouble(), 1.0);
+  EXPECT_TRUE(times.get("date").getTime() == -1 && times.get("double").getDouble() == 1.0);
 }
 
 TEST(Document, PairsWalkADocument) {
   const BSONObject object = parse(R"({"a":1,"b":2})");
   BSONPair pair = object.begin();
-  EXPECT_EQ(pair, object.begin());
-  EXPECT_TRUE(pair.isBorrowed());
-  EXPECT_FALSE(object.end().isBorrowed());
+  EXPECT_TRUE(pair == object.begin() && pair.isBorrowed() && !object.end().isBorrowed());
   const BSONPair first = pair++;
   EXPECT_EQ(first.key() + pair.key(), "ab");
-  EXPECT_TRUE(first != pair);
+  EXPECT_TRUE(first != pair && pair != object.end());
   EXPECT_TRUE(first != object.copy().begin());  // same place, another document
-  EXPECT_TRUE(pair != object.end());
   EXPECT_EQ(++pair, object.end());
   EXPECT_EQ(pair.key(), "");
   EXPECT_EQ(++pair, BSONPair(false));
-  EXPECT_EQ(parse("{}").begin(), object.end());
 }
 
 TEST(Document, HandlesShareCopiesDoNot) {
@@ -250,25 +191,19 @@ TEST(Document, HandlesShareCopiesDoNot) {
   EXPECT_TRUE(builder.isEmpty());
   BSONObject shared = builder.getObject(false);
   const BSONObject copied = builder.getObject(true);
-  EXPECT_TRUE(builder.appendInt32("a", 1));
-  EXPECT_FALSE(builder.isEmpty());
-  EXPECT_EQ(shared.count() + shared.dataSize(), 1U + 12U);
+  EXPECT_TRUE(builder.appendInt32("a", 1) && !builder.isEmpty());
+  EXPECT_EQ(shared.count() + shared.dataSize() + copied.dataSize(), 1U + 12U);
   EXPECT_TRUE(shared.isBorrowed() && copied.isBorrowed() && builder.getArray(true).isBorrowed());
-  EXPECT_EQ(copied.dataSize(), 0U);
   EXPECT_FALSE(BSONObject(nullptr, false).copy().isBorrowed());
 
   builder.reset();
   BSONObject other = shared;
-  EXPECT_TRUE(shared.concat(parse(R"({"b":2})")));
-  EXPECT_TRUE(shared.concat(shared));
-  EXPECT_EQ(keysOf(other), "a,b,a,b,");
+  EXPECT_TRUE(shared.concat(parse(R"({"b":2})")) && shared.concat(shared));
   shared.clear();
-  EXPECT_TRUE(shared.isEmpty());
-  EXPECT_EQ(other.count(), 4U);
-  EXPECT_TRUE(builder.isEmpty());
+  EXPECT_EQ(other.toJSON(), R"({ "a" : 1, "b" : 2, "a" : 1, "b" : 2 })");
+  EXPECT_TRUE(shared.isEmpty() && builder.isEmpty());
 
-  EXPECT_EQ(other.type(), 3);
-  EXPECT_EQ(BSONArray().type(), 4);
+  EXPECT_TRUE(other.type() == 3 && BSONArray().type() == 4);
   const BSONObject one = parse(R"({"a":1})");
   const BSONObject two = parse(R"({"a":2})");
   EXPECT_TRUE(one == one.copy() && one != two && one < two && !(two < one) && one < parse(R"({"a":1,"a":1})"));
@@ -276,26 +211,20 @@ TEST(Document, HandlesShareCopiesDoNot) {
 
 TEST(Document, NullDocumentAnswersAsAnEmptyOne) {
   for (BSONObject object : {BSONObject(), BSONObject(BSONArray()), parse("{}")}) {
-    EXPECT_TRUE(object.isEmpty());
+    EXPECT_TRUE(object.isEmpty() && object.isBorrowed() && object.begin() == object.end());
     EXPECT_EQ(object.count() + object.dataSize(), 0U);
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(object.data()), 5), std::string("\5\0\0\0\0", 5));
-    EXPECT_EQ(object.begin(), object.end());
-    EXPECT_EQ(object.validate().toString(), "OK");
-    EXPECT_EQ(object.toJSON(), "{ }");
-    EXPECT_EQ(object.toStream(&kKeys, true), "{  }");
+    EXPECT_EQ(object.validate().toString() + object.toJSON() + object.toStream(&kKeys, true), "OK{ }{  }");
     EXPECT_TRUE(object == BSONObject() && !(object < parse("{}")));
-    EXPECT_TRUE(object.copy().isEmpty() && object.isBorrowed());
-    EXPECT_TRUE(object.without("a").isEmpty());
+    EXPECT_TRUE(object.copy().isEmpty() && object.without("a").isEmpty());
     EXPECT_TRUE(object.replace(parse(R"({"a":1})").begin()).isEmpty());
-    EXPECT_FALSE(object.has("a"));
-    EXPECT_TRUE(object.get("a").isEmpty());
+    EXPECT_TRUE(!object.has("a") && object.get("a").isEmpty());
     EXPECT_EQ(object.getInt32("a", 7) + object.getNumber("a", 7) + object.getPointer("a"), 14.0);
     EXPECT_EQ(object.getString("a", nullptr), nullptr);
     EXPECT_TRUE(object.getObject("a", true).isEmpty() && object.getArray("a", false).isEmpty());
     EXPECT_TRUE(BSONBuilder().fromObject(object));
     object.clear();
-    EXPECT_TRUE(object.concat(parse(R"({"a":1})")));
-    EXPECT_EQ(object.count(), 1U);
+    EXPECT_TRUE(object.concat(parse(R"({"a":1})")) && object.count() == 1);
   }
 }
 
@@ -317,13 +246,11 @@ TEST(Document, BuilderTakesWholeDocuments) {
     EXPECT_EQ(status.toString(), "Failed: mine: fromData") << testing::PrintToString(bytes);
     EXPECT_TRUE(builder.isEmpty() && builder.getObject(true).isEmpty());
   }
-  EXPECT_EQ(builder.fromObject(parse(R"({"a":1})")).toString(), "OK");
-  EXPECT_EQ(builder.fromObject(builder.getObject(false)).toString(), "OK");
-  EXPECT_EQ(builder.fromObject(BSONObject()).toString(), "OK");
+  EXPECT_TRUE(builder.fromObject(parse(R"({"a":1})")) && builder.fromObject(builder.getObject(false)));
+  EXPECT_TRUE(builder.fromObject(BSONObject()));
   EXPECT_EQ(builder.getObject(false).toJSON(), R"({ "a" : 1 })");
   EXPECT_EQ(builder.fromJSON(R"({"b":)").toString(), "Failed: Incomplete JSON");
-  EXPECT_TRUE(builder.isEmpty());
-  EXPECT_EQ(builder.fromJSON(R"({"b":[true]})").toString(), "OK");
+  EXPECT_TRUE(builder.isEmpty() && builder.fromJSON(R"({"b":[true]})"));
   EXPECT_EQ(builder.getObject(false).toStream(&kKeys, true), R"({ "b": [ true ] })");
 }
 
@@ -351,29 +278,22 @@ TEST(Document, BuilderNests) {
 }
 
 TEST(Document, RendersForPeople) {
-  const struct {
-    const char* json;
-    const void* withKeys;
-    bool recursive;
-    const char* object;
-    const char* array;
-  } kRows[] = {
+  // clang-format off
+  const std::tuple<const char*, const void*, bool, const char*, const char*> rows[] = {
       {"{}", &kKeys, true, "{  }", "[  ]"},
       {R"({"a":1,"b":"x"})", &kKeys, false, R"({ "a": 1, "b": "x" })", R"([ 1, "x" ])"},
       {R"({"a":1,"b":"x"})", nullptr, false, R"({ 1, "x" })", R"([ 1, "x" ])"},
       {R"({"n":{"a":[{"b":false}]}})", &kKeys, false, R"({ "n": <Object> })", "[ <Object> ]"},
-      {R"({"n":{"a":[{"b":false}]}})", &kKeys, true, R"({ "n": { "a": [ { "b": false } ] } })",
-       R"([ { "a": [ { "b": false } ] } ])"},
+      {R"({"n":{"a":[1]}})", &kKeys, true, R"({ "n": { "a": [ 1 ] } })", R"([ { "a": [ 1 ] } ])"},
       {R"({"q\"":"a\"\\\n"})", &kKeys, true, "{ \"q\"\": \"a\"\\\n\" }", "[ \"a\"\\\n\" ]"},
       {R"({"l":{"$numberLong":"-9223372036854775808"}})", nullptr, true, "{ -9223372036854775808 }",
-       "[ -9223372036854775808 ]"},
-  };
-  for (const auto& row : kRows) {
-    SCOPED_TRACE(row.json);
+       "[ -9223372036854775808 ]"}};
+  // clang-format on
+  for (const auto& [json, withKeys, recursive, asObject, asArray] : rows) {
     BSONBuilder builder;
-    ASSERT_TRUE(builder.fromJSON(row.json));
-    EXPECT_EQ(builder.getObject(false).toStream(row.withKeys, row.recursive), row.object);
-    EXPECT_EQ(builder.getArray(false).toStream(row.withKeys, row.recursive), row.array);
+    ASSERT_TRUE(builder.fromJSON(json)) << json;
+    EXPECT_EQ(builder.getObject(false).toStream(withKeys, recursive), asObject);
+    EXPECT_EQ(builder.getArray(false).toStream(withKeys, recursive), asArray);
   }
   const std::string huge = parse(R"({"a":-1e300})").toStream(nullptr, true);
   EXPECT_EQ(huge.size(), 2U + 1U + 301U + 7U + 2U);
@@ -383,12 +303,12 @@ TEST(Document, RendersForPeople) {
 TEST(Document, VisitorsTellOfNestedElements) {
   const BSONObject object = parse(R"({"a":1,"b":{"x":1},"c":[1],"d":2})");
   bson_visitor_t table{};
-  table.visit_before = orvix::visitPreOrder;
-  table.visit_after = orvix::visitPostOrder;
-  const Trace trace;
-  orvix::visit(object.readable(), &table, nullptr);
-  EXPECT_EQ(Trace::lines, (std::vector<std::string>{"visitPreOrder: 'b'", "visitPostOrder: 'b'", "visitPreOrder: 'c'",
-                                                    "visitPostOrder: 'c'"}));
+  table.visit_before = visitPreOrder;
+  table.visit_after = visitPostOrder;
+  listen();
+  visit(object.readable(), &table, nullptr);
+  EXPECT_EQ(reports, "visitPreOrder: 'b'\nvisitPostOrder: 'b'\nvisitPreOrder: 'c'\nvisitPostOrder: 'c'\n");
 }
 
 }  // namespace
+}  // namespace orvix

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 #include <string>
+#include <utility>
 
 #include "debug/xdbg.h"
 #include "serial/xpl.h"
@@ -37,7 +38,7 @@ inline int recordTrace(void* context, int kind, unsigned slot, const void* data,
 
 inline std::string describe(const termios& line) {
   std::string text;
-  for (const unsigned word : {line.c_iflag, line.c_oflag, line.c_cflag, line.c_lflag, cfgetispeed(&line)}) {
+  for (const unsigned word : {line.c_iflag, line.c_oflag, line.c_cflag, line.c_lflag, line.c_ispeed, line.c_ospeed}) {
     text += std::to_string(word) + " ";
   }
   return text + std::string(line.c_cc, line.c_cc + NCCS);
@@ -72,8 +73,7 @@ class SerialPort : public testing::Test {
     const XplDcb dcb = block(text);
     traced.clear();
     const int handle = XPLOpen(&dcb, receiveSize, 128, &traced, recordTrace);
-    primed = traced;
-    traced.clear();
+    primed = std::exchange(traced, "");
     return handle;
   }
 

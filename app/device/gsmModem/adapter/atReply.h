@@ -13,7 +13,8 @@ namespace orvix::gsm {
 std::optional<std::string> signalText(const std::string& reply);
 
 // Whether the reply holds a "+CREG: " answer, and its second parameter, one character or none; the first parameter is
-// taken to be one character wide. Throws std::out_of_range when fewer than two characters follow.
+// taken to be one character wide. The text is for replies that hold an answer; it throws std::out_of_range when fewer
+// than two characters follow.
 bool hasRegistration(const std::string& reply);
 std::string registrationText(const std::string& reply);
 

@@ -33,9 +33,9 @@ const KeyRule (&keyRules())[8] {
   return rules;
 }
 
-Status checkPresence(const BSONObject& doc, const GsmDevice& device) {
+Status checkPresence(const BSONObject& doc) {
   for (const KeyRule& rule : keyRules()) {
-    if (!device.hasKeyOfType(doc, rule.path, rule.typeCode)) {
+    if (!GsmDevice::hasKeyOfType(doc, rule.path, rule.typeCode)) {
       return Status::failed(rule.whenMissing);
     }
   }
@@ -65,13 +65,13 @@ Status checkFilled(const BSONObject& doc) {
 
 }  // namespace
 
-bool GsmDevice::hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode) const {
+bool GsmDevice::hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode) {
   const BSONValue value = document.get(key);
   return !value.isEmpty() && value.type() == typeCode;
 }
 
 Status GsmDevice::checkConfig(const BSONObject& doc) {
-  Status status = checkPresence(doc, *this);
+  Status status = checkPresence(doc);
   if (status.isOk()) {
     status = checkNames(doc);
   }
@@ -140,17 +140,10 @@ Status GsmDevice::loadDefaultConfig(const Status& reason) {
 }
 
 Status GsmDevice::SetConfig(const BSONObject& doc) {
-  DeviceState target = state;
-  switch (state) {
-    case DeviceState::kNone:
-      return Status::unexpected("this device is in an illegal state");
-    case DeviceState::kCreated:
-    case DeviceState::kReset:
-      target = DeviceState::kWithConfig;
-      break;
-    default:
-      break;
+  if (state == DeviceState::kNone) {
+    return Status::unexpected("this device is in an illegal state");
   }
+  const bool isFirst = state == DeviceState::kCreated || state == DeviceState::kReset;
   if (Status status = checkConfig(doc); !status.isOk()) {
     logDevice(2, "SetConfig: checkConfig failed: " + status.toString() + ". Loading default config!");
     // Hosts rely on it: the default is announced and built, but neither applied nor saved.
@@ -160,7 +153,7 @@ Status GsmDevice::SetConfig(const BSONObject& doc) {
     }
   }
   Status saved = saveJSON(cfgfile, doc);
-  OnStateChanged(target);
+  OnStateChanged(isFirst ? DeviceState::kWithConfig : state);
   return saved;
 }
 

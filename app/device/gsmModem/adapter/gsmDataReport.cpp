@@ -13,21 +13,22 @@ BSONObject GsmDataReport::buildDocument() const {
   BSONBuilder root;
   BSONBuilder modem;
   BSONBuilder report;
-  BSONBuilder part;
+  BSONBuilder signal;
+  BSONBuilder network;
   root.appendDocumentBegin("GSMModem", &modem);
   modem.appendDocumentBegin("report", &report);
   report.appendString("time", localTimeText(timestamp));
 
-  report.appendDocumentBegin("signalQuality", &part);
-  part.appendInt32("percent", signalPercent(measured.signalQuality));
-  part.appendInt32("dBm", signalDbm(measured.signalQuality));
-  part.appendBool("valid", isSignalValid(measured.signalQuality));
-  report.appendDocumentEnd(&part);
+  report.appendDocumentBegin("signalQuality", &signal);
+  signal.appendInt32("percent", signalPercent(measured.signalQuality));
+  signal.appendInt32("dBm", signalDbm(measured.signalQuality));
+  signal.appendBool("valid", isSignalValid(measured.signalQuality));
+  report.appendDocumentEnd(&signal);
 
-  report.appendDocumentBegin("NetworkRegistration", &part);
-  part.appendString("status", registrationWord(measured.registration));
-  part.appendBool("valid", isRegistrationValid(measured.registration));
-  report.appendDocumentEnd(&part);
+  report.appendDocumentBegin("NetworkRegistration", &network);
+  network.appendString("status", registrationWord(measured.registration));
+  network.appendBool("valid", isRegistrationValid(measured.registration));
+  report.appendDocumentEnd(&network);
 
   modem.appendDocumentEnd(&report);
   root.appendDocumentEnd(&modem);
@@ -43,10 +44,11 @@ bool GsmDataReport::GetTimestamp(std::time_t* time) {
 }
 
 bool GsmDataReport::GetValue(const std::string& path, BSONValue* value) {
-  if (value == nullptr || !reportDocument.has(path)) {
+  const BSONValue found = reportDocument.get(path);
+  if (value == nullptr || found.isEmpty()) {
     return false;
   }
-  *value = reportDocument.get(path);
+  *value = found;
   return true;
 }
 

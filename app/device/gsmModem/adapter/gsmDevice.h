@@ -65,7 +65,7 @@ class GsmDevice : public IDevice {
   // The list-of-values document.
   Status getLov(BSONObject* out);
   // Whether the dotted path exists with that BSON type code.
-  bool hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode) const;
+  static bool hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode);
 
   // Connection. Opening an open connection succeeds at once. Opening takes no lock.
   Status openConnection();
@@ -81,8 +81,10 @@ class GsmDevice : public IDevice {
   // its first NUL byte.
   Status sendAtCommand(const std::string& command, const std::string& expectedReply, int waitMs, std::string* reply);
 
-  // Commands; each takes `commandLock`. "phone" and "text" are stored whole as the next message.
+  // Checks "phone" and "text" and stores the document as the next message; takes no lock.
   Status setSmsParams(const BSONObject& params);
+
+  // Commands; each takes `commandLock`.
   Status sendSms();
   // The number as text; `value` may be null and is untouched on failure.
   Status getSignalQuality(std::string* value);

@@ -1,0 +1,89 @@
+// Reading a modem's replies, and what its numbers mean.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "app/device/gsmModem/adapter/atReply.h"
+#include "app/device/gsmModem/adapter/gsmDataReport.h"
+
+using orvix::gsm::GsmDataReport;
+
+namespace {
+
+struct SignalRow {
+  const char* reply;
+  const char* text;  // null: no such answer
+  int dBm;
+  int percent;
+};
+
+const SignalRow kSignals[] = {
+    {"\r\n+CSQ: 17,99\r\n\r\nOK\r\n", "17", -79, 53},
+    {"AT+CSQ\r\r\n+CSQ: 9,99\r\n\r\nOK\r\n", "9", -95, 26},
+    {"\r\n+CSQ: 99\r\n\r\nOK\r\n", "99", -9999, -1},
+    {"+CSQ: 99,99", "99", -9999, -1},
+    {"+CSQ: 5\r\nOK", "5\r", -103, 13},
+    {"+CSQ: ", "", -9998, -2},
+    {"+CSQ: 0,0", "0", -9998, -2},
+    {"+CSQ: 1,0", "1", -9998, -2},
+    {"+CSQ: 2,0", "2", -109, 3},
+    {"+CSQ: 16,0", "16", -81, 50},
+    {"+CSQ: 31,0", "31", -51, 100},
+    {"+CSQ: 32,0", "32", -9998, -2},
+    {"+CSQ: -1,0", "-1", -9998, -2},
+    {"+CSQ: 99999999999,0", "99999999999", -9998, -2},
+    {"+CMTI: \"SM\",1\r\nAT+CSQ\r\r\n+CSQ: 14,99\r\n\r\nOK\r\n", "14,99\r\n\r\nOK\r\n", -85, 43},
+    {"+CSQ:4,0\r\nOK\r\n", nullptr, 0, 0},
+    {"\r\nERROR\r\n", nullptr, 0, 0},
+    {"", nullptr, 0, 0},
+};
+
+TEST(ReplyTest, SignalIsCutOutAndConverted) {
+  for (const SignalRow& row : kSignals) {
+    const auto text = orvix::gsm::signalText(row.reply);
+    ASSERT_EQ(text.has_value(), row.text != nullptr) << row.reply;
+    if (text) {
+      const int csq = orvix::gsm::numberOf(*text);
+      EXPECT_EQ(*text, row.text) << row.reply;
+      EXPECT_EQ(GsmDataReport::signalDbm(csq), row.dBm) << row.reply;
+      EXPECT_EQ(GsmDataReport::signalPercent(csq), row.percent) << row.reply;
+      EXPECT_EQ(GsmDataReport::isSignalValid(csq), row.percent > 0) << row.reply;
+    }
+  }
+}
+
+struct RegistrationRow {
+  const char* reply;
+  const char* text;
+  const char* word;
+  bool valid;
+};
+
+const RegistrationRow kRegistrations[] = {
+    {"\r\n+CREG: 0,0\r\n\r\nOK\r\n", "0", "none", true},
+    {"AT+CREG?\r\r\n+CREG: 2,1, 550014, 676\r\n\r\nOK\r\n", "1", "home", true},
+    {"+CREG: 0,2", "2", "searching", true},
+    {"\r\n+CREG: 1,3\r\n\r\nOK\r\n", "3", "denied", true},
+    {"+CREG: 0,4", "4", "unknown", true},
+    {"+CREG: 2,5,\"1A2B\",\"0C3D\"", "5", "roaming", true},
+    {"\r\n+CREG: 2,6,\"8B37\",\"0A265185\",7\r\n\r\nOK\r\n", "6", "unknown", true},
+    {"+CREG: 0,7", "7", "unknown", false},
+    {"\r\n+CREG: 0,11\r\n\r\nOK\r\n", "1", "home", true},
+    {"\r\n+CREG: 2,,\r\n\r\nOK\r\n", ",", "none", true},
+    {"+CREG: 0,", "", "none", true},
+};
+
+TEST(ReplyTest, RegistrationIsCutOutAndNamed) {
+  for (const RegistrationRow& row : kRegistrations) {
+    const std::string text = orvix::gsm::registrationText(row.reply);
+    EXPECT_EQ(text, row.text) << row.reply;
+    const int value = orvix::gsm::numberOf(text);
+    EXPECT_STREQ(GsmDataReport::registrationWord(value), row.word) << row.reply;
+    EXPECT_EQ(GsmDataReport::isRegistrationValid(value), row.valid) << row.reply;
+  }
+  EXPECT_FALSE(GsmDataReport::isRegistrationValid(-1));
+  EXPECT_THROW(orvix::gsm::registrationText("+CREG: 1"), std::out_of_range);
+}
+
+}  // namespace
