@@ -4,6 +4,8 @@ set(ORVIX_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/OrvixGsm)
 
 install(TARGETS gsmmodem DESTINATION ${ORVIX_PLUGIN_DIR} COMPONENT runtime)
 install(TARGETS gsm-host gsm-modem-simulator DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime)
+install(PROGRAMS scripts/tcp-line DESTINATION lib/orvix COMPONENT runtime)
+install(FILES packaging/gsm-tcp-line@.service DESTINATION lib/systemd/system COMPONENT runtime)
 install(FILES packaging/modem.json DESTINATION share/doc/orvix-gsm/examples COMPONENT runtime)
 
 install(TARGETS orvix_api orvix_document orvix_common xdbg EXPORT OrvixGsm
@@ -52,6 +54,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "Orvix GSM maintainers <maintainers@orvix-gsm.invalid>")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME orvix-gsm)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION comm)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS socat)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "A module that device gateways load to gain the device type GSMModem: signal,
 registration and text messages of a GSM modem on a serial line. gsm-host drives
 it by hand; gsm-modem-simulator stands in for a modem.")

@@ -2,11 +2,18 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 namespace orvix::host {
 
-// Looks at the device file of a connection string after an open has failed; one clause with the remedy where there is
-// one, e.g. "/dev/ttyUSB0: Permission denied; join the group dialout". Never "" - the settings are what is left.
-std::string explainLine(const std::string& connectionString);
+// The device path of a connection string: what stands before the first ':'.
+std::string pathOf(const std::string& connectionString);
+
+// Looks at the device file of a connection string; one clause with cause and remedy, for example "/dev/ttyUSB0:
+// Permission denied; join the group dialout". "" when the file opens, is a terminal, and nobody holds it.
+std::string lineTrouble(const std::string& connectionString);
+
+// Serial devices that a modem may be behind.
+std::vector<std::string> serialDevices();
 
 }  // namespace orvix::host

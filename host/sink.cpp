@@ -1,6 +1,9 @@
 #include "host/sink.h"
 
 #include <iostream>
+#include <utility>
+
+#include "host/terminal.h"
 
 namespace orvix::host {
 
@@ -11,7 +14,7 @@ const char* statusWord(DeviceStatus status) {
     case DeviceStatus::kInitializing:
       return "initialising";
     case DeviceStatus::kNotAvailable:
-      return "modem not available";
+      return "not available";
     case DeviceStatus::kError:
       return "error";
     case DeviceStatus::kReady:
@@ -20,16 +23,33 @@ const char* statusWord(DeviceStatus status) {
   return "unknown";
 }
 
+void printJsonLine(const std::string& kind, const std::string& fields) {
+  std::cout << R"({"at": )" << jsonString(isoTime()) << R"(, "kind": ")" << kind << R"(", )" << fields << "}"
+            << std::endl;
+}
+
 void Sink::OnEvent(IDevice* /*device*/, const std::string& name, const BSONObject& document) {
-  std::cout << "  event   " << name << " " << document.toJSON() << std::endl;
+  if (telling == Telling::kText) {
+    std::cout << dim(std::cout, timeOfDay()) << "  event   " << name << " " << document.toJSON() << std::endl;
+  } else if (telling == Telling::kJsonLines) {
+    printJsonLine("event", R"("name": )" + jsonString(name) + R"(, "document": )" + document.toJSON());
+  }
 }
 
 void Sink::OnDataReport(IDevice* /*device*/, IDeviceDataReport* /*report*/) {
-  std::cout << "  event   new data report" << std::endl;
+  changed = true;
 }
 
 void Sink::OnStatusChanged(IDevice* /*device*/, DeviceStatus status) {
-  std::cout << "  status  " << statusWord(status) << std::endl;
+  if (telling == Telling::kText) {
+    std::cout << dim(std::cout, timeOfDay()) << "  status  " << statusWord(status) << std::endl;
+  } else if (telling == Telling::kJsonLines) {
+    printJsonLine("status", R"("status": ")" + std::string(statusWord(status)) + R"(")");
+  }
+}
+
+bool Sink::takeChanged() {
+  return std::exchange(changed, false);
 }
 
 }  // namespace orvix::host

@@ -1,0 +1,40 @@
+// A live line about what a long dialogue is doing. Its own thread redraws; onTraffic runs in the device's.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <string>
+#include <thread>
+
+#include "host/traffic.h"
+
+namespace orvix::host {
+
+// On a terminal, shows on standard error which step the dialogue is in, as the trace tells, and how long it has run;
+// the line is wiped at the end. Anywhere else it shows nothing.
+class Progress : public TrafficListener {
+ public:
+  explicit Progress(bool isWanted);
+  ~Progress() { finish(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void onTraffic(XplTraceKind kind, std::string_view bytes) override;
+  // Wipes the line; it does not come back.
+  void finish();
+
+ private:
+  void redraw();
+
+  std::mutex lock;
+  std::condition_variable wake;
+  std::string step = "opening the line";
+  bool isDone = false;
+  std::thread painter;
+};
+
+// The step that a command begins, for people.
+std::string stepOf(std::string_view command);
+
+}  // namespace orvix::host

@@ -1,0 +1,91 @@
+#include <chrono>
+#include <iostream>
+#include <memory>
+
+#include "app/common/document/document.h"
+#include "host/commands.h"
+#include "host/deviceSession.h"
+#include "host/exitCode.h"
+#include "host/interrupt.h"
+#include "host/modemErrors.h"
+#include "host/progress.h"
+#include "host/reportView.h"
+#include "host/terminal.h"
+
+namespace orvix::host {
+namespace {
+
+Status takeReport(IDevice* device, BSONObject* document) {
+  IDeviceDataReport* raw = nullptr;
+  Status status = device->GetDataReport(&raw);
+  const std::unique_ptr<IDeviceDataReport> report(raw);
+  if (status.isOk()) {
+    report->GetDocument(document);
+  }
+  return status;
+}
+
+// One report of a monitor's run; false when the modem gave none.
+bool showNext(DeviceSession* session, bool asJson) {
+  BSONObject document;
+  const Status status = takeReport(&session->device(), &document);
+  const bool isChanged = session->takeChanged();
+  if (!status.isOk()) {
+    if (asJson) {
+      printJsonLine("error", R"("text": )" + jsonString(status.toString()));
+    } else {
+      std::cout << dim(std::cout, timeOfDay()) << "  " << red(std::cout, status.toString()) << std::endl;
+    }
+  } else if (asJson) {
+    printJsonLine("report", R"("changed": )" + std::string(isChanged ? "true" : "false") + R"(, "document": )" +
+                                document.toJSON());
+  } else {
+    std::cout << dim(std::cout, timeOfDay()) << (isChanged ? " * " : "   ") << signalText(document) << "  "
+              << registrationText(document) << std::endl;
+  }
+  return status.isOk();
+}
+
+}  // namespace
+
+void showReport(const Options& options) {
+  const bool isQuiet = !options.trace && !options.hex && options.verbosity == 0;
+  Progress progress(isQuiet);
+  DeviceSession session(options, Telling::kNothing, &progress);
+  session.startReady();
+  BSONObject document;
+  const Status status = takeReport(&session.device(), &document);
+  progress.finish();
+  if (!status.isOk()) {
+    throw Failure(kModem, "the modem gave no report: " + explained(status.toString()));
+  }
+  if (options.json) {
+    std::cout << document.toJSON() << std::endl;
+  } else {
+    printReport(std::cout, document);
+  }
+}
+
+void monitorModem(const Options& options) {
+  using namespace std::chrono;
+  catchInterrupts();
+  DeviceSession session(options, options.json ? Telling::kJsonLines : Telling::kText);
+  if (!options.json) {
+    std::cout << "GSM modem on " << session.line() << ", * marks a change, Ctrl-C ends" << std::endl;
+  }
+  session.start();
+  bool isAnswered = true;
+  for (unsigned number = 1; !isInterrupted(); ++number) {
+    const auto begin = steady_clock::now();
+    isAnswered = showNext(&session, options.json);
+    if (number == options.count || !std::cout) {
+      break;
+    }
+    sleepUnlessInterrupted(options.intervalSeconds - duration<double>(steady_clock::now() - begin).count());
+  }
+  if (!isAnswered && !isInterrupted()) {
+    throw Failure(kModem, "the modem did not answer the last time; try gsm-host doctor");
+  }
+}
+
+}  // namespace orvix::host

@@ -1,0 +1,31 @@
+// A modem in this process, for a first try. It runs in a thread of its own until it is destroyed.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "simulator/modem.h"
+#include "simulator/ptyLine.h"
+#include "simulator/runLoop.h"
+
+namespace orvix::host {
+
+class SimulatedModem {
+ public:
+  SimulatedModem();
+  ~SimulatedModem();
+  SimulatedModem(const SimulatedModem&) = delete;
+  SimulatedModem& operator=(const SimulatedModem&) = delete;
+
+  // Path of its line.
+  std::string path() const { return line.slavePath(); }
+
+ private:
+  simulator::PtyLine line;
+  simulator::Modem modem;
+  simulator::StopEvent stop;
+  std::thread runner;
+};
+
+}  // namespace orvix::host

@@ -1,0 +1,95 @@
+#include "host/terminal.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <iostream>
+
+namespace orvix::host {
+namespace {
+
+bool colorOff = std::getenv("NO_COLOR") != nullptr && *std::getenv("NO_COLOR") != '\0';
+
+std::string painted(const std::ostream& stream, const char* code, const std::string& text) {
+  return colorOff || !isTerminal(stream) ? text : std::string("\x1b[") + code + "m" + text + "\x1b[0m";
+}
+
+std::tm localTime(std::time_t time) {
+  std::tm local{};
+  localtime_r(&time, &local);
+  return local;
+}
+
+}  // namespace
+
+void switchColorOff() {
+  colorOff = true;
+}
+
+bool isTerminal(const std::ostream& stream) {
+  return isatty(&stream == &std::cout ? STDOUT_FILENO : STDERR_FILENO) != 0;
+}
+
+std::string bold(const std::ostream& stream, const std::string& text) {
+  return painted(stream, "1", text);
+}
+
+std::string dim(const std::ostream& stream, const std::string& text) {
+  return painted(stream, "2", text);
+}
+
+std::string green(const std::ostream& stream, const std::string& text) {
+  return painted(stream, "32", text);
+}
+
+std::string yellow(const std::ostream& stream, const std::string& text) {
+  return painted(stream, "33", text);
+}
+
+std::string red(const std::ostream& stream, const std::string& text) {
+  return painted(stream, "31", text);
+}
+
+std::string timeOfDay(bool withMilliseconds) {
+  using namespace std::chrono;
+  const auto now = system_clock::now();
+  const std::tm local = localTime(system_clock::to_time_t(now));
+  char text[48];
+  std::strftime(text, sizeof text, "%H:%M:%S", &local);
+  if (!withMilliseconds) {
+    return text;
+  }
+  char milliseconds[8];
+  std::snprintf(milliseconds, sizeof milliseconds, ".%03d",
+                static_cast<int>(duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000));
+  return std::string(text) + milliseconds;
+}
+
+std::string isoTime() {
+  const std::tm local = localTime(std::time(nullptr));
+  char text[48];
+  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
+  return text;
+}
+
+std::string jsonString(const std::string& text) {
+  std::string json = "\"";
+  for (const char c : text) {
+    if (c == '"' || c == '\\') {
+      json += '\\';
+      json += c;
+    } else if (static_cast<unsigned char>(c) < 0x20) {
+      char code[8];
+      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
+      json += code;
+    } else {
+      json += c;
+    }
+  }
+  return json + "\"";
+}
+
+}  // namespace orvix::host

@@ -1,0 +1,31 @@
+#include "host/trafficPrinter.h"
+
+#include <iostream>
+
+#include "host/terminal.h"
+
+namespace orvix::host {
+
+void TrafficPrinter::onTraffic(XplTraceKind kind, std::string_view bytes) {
+  std::cerr << dim(std::cerr, timeOfDay(true)) << ' ';
+  switch (kind) {
+    case kXplTraceSent:
+      std::cerr << "> " << escaped(bytes);
+      break;
+    case kXplTraceReceived:
+      std::cerr << "< " << escaped(bytes);
+      break;
+    case kXplTraceLinesRead:
+      std::cerr << "= lines:" << linesThatAreOn(bytes);
+      break;
+    case kXplTraceLinesSet:
+      std::cerr << "= lines set:" << linesThatAreOn(bytes);
+      break;
+  }
+  if (withHex) {
+    std::cerr << "\n               " << dim(std::cerr, hexText(bytes));
+  }
+  std::cerr << std::endl;
+}
+
+}  // namespace orvix::host

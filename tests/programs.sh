@@ -1,0 +1,51 @@
+# For the tests of programs as processes; sourced with FOLDER-OF-PROGRAMS [EMULATOR...] as arguments.
+set -eu
+bin=$1
+shift
+emulator=("$@")
+folder=$(mktemp -d)
+modem=
+finish() {
+  for pid in $modem ${others:-}; do
+    kill "$pid" 2>/dev/null || true
+    wait "$pid" 2>/dev/null || true
+  done
+  rm -rf "$folder"
+}
+trap finish EXIT
+fail() {
+  echo "FAILED: $1"
+  tail -n 50 "$folder"/*.txt
+  exit 1
+}
+# expect NAME TEXT: the output NAME holds the text.
+expect() { grep -qF -- "$2" "$folder/$1.txt" || fail "no \"$2\" in $1"; }
+# until COMMAND...: waits for it to succeed, 10 s at most.
+until_true() {
+  for _ in $(seq 200); do
+    "$@" 2>/dev/null && return
+    sleep 0.05
+  done
+  fail "in vain: $*"
+}
+start_modem() {
+  "${emulator[@]}" "$bin/gsm-modem-simulator" "$@" >"$folder/modem.txt" &
+  modem=$!
+  until_true grep -q '^modem on ' "$folder/modem.txt"
+}
+# stop_modem STATUS: ends it and checks how it ended.
+stop_modem() {
+  local status=0
+  kill "$modem" 2>/dev/null || true
+  wait "$modem" || status=$?
+  modem=
+  [[ $status == "$1" ]] || fail "the simulator ended with $status, not $1"
+}
+# host NAME STATUS ARGUMENT...: runs gsm-host, its output and errors into NAME, and checks how it ended.
+host() {
+  local name=$1 expected=$2 status=0
+  shift 2
+  "${emulator[@]}" "$bin/gsm-host" "$@" >"$folder/$name.txt" 2>"$folder/$name.err" || status=$?
+  cat "$folder/$name.err" >>"$folder/$name.txt"
+  [[ $status == "$expected" ]] || fail "$name ended with $status, not $expected"
+}
