@@ -31,8 +31,10 @@ enum XDbgRoute : int {
 };
 
 // Values for XDbgSetStream besides an open stream and null (no stream): the file "xdebug.txt", and "only tell me".
+// NOLINTBEGIN(performance-no-int-to-ptr): marks that are no addresses.
 inline FILE* const kXDbgStreamFile = reinterpret_cast<FILE*>(std::intptr_t{-1});
 inline FILE* const kXDbgStreamQuery = reinterpret_cast<FILE*>(std::intptr_t{-2});
+// NOLINTEND(performance-no-int-to-ptr)
 
 extern "C" {
 

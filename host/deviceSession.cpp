@@ -115,7 +115,7 @@ void DeviceSession::startReady() {
 std::string DeviceSession::line() {
   BSONObject config;
   modem->GetProperty("config.current", &config);
-  const std::string comstr = config.getString("config.comstr", "");
+  std::string comstr = config.getString("config.comstr", "");
   const std::size_t colon = comstr.find(':');
   if (std::string(config.getString("config.mode", "")) != "ip" || colon == std::string::npos) {
     return comstr;

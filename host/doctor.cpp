@@ -15,7 +15,7 @@ namespace orvix::host {
 namespace {
 
 // What came back, whether it made sense or not.
-class Ear : public TrafficListener {
+class Ear final : public TrafficListener {
  public:
   void onTraffic(XplTraceKind kind, std::string_view bytes) override {
     if (kind == kXplTraceReceived) {

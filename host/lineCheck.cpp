@@ -46,7 +46,7 @@ std::string holderOf(const std::string& path) {
     if (isNumber(number) && number != self && holds(process.path(), wanted.st_rdev)) {
       std::string name;
       std::getline(std::ifstream(process.path() / "comm"), name);
-      return "process " + number + " (" + name + ")";
+      return std::string("process ").append(number).append(" (").append(name).append(")");
     }
   }
   return "another process";
@@ -59,7 +59,7 @@ std::string groupOf(const std::string& path) {
 }
 
 std::string openTrouble(const std::string& path, int error) {
-  const std::string text = path + ": " + std::strerror(error);
+  std::string text = path + ": " + std::strerror(error);
   switch (error) {
     case ENOENT:
       if (path.rfind("/dev/tcp/", 0) == 0) {

@@ -52,7 +52,8 @@ constexpr Meaning kMeanings[] = {
 std::string explained(const std::string& statusText) {
   static const std::string kMark = "ERROR: ";
   const std::size_t mark = statusText.find(kMark);
-  const int number = mark == std::string::npos ? -1 : std::atoi(statusText.c_str() + mark + kMark.size());
+  const long number =
+      mark == std::string::npos ? -1 : std::strtol(statusText.c_str() + mark + kMark.size(), nullptr, 10);
   for (const Meaning& meaning : kMeanings) {
     if (meaning.number == number) {
       return statusText + " (" + meaning.text + ")";

@@ -13,7 +13,7 @@ namespace orvix::host {
 
 // On a terminal, shows on standard error which step the dialogue is in, as the trace tells, and how long it has run;
 // the line is wiped at the end. Anywhere else it shows nothing.
-class Progress : public TrafficListener {
+class Progress final : public TrafficListener {
  public:
   explicit Progress(bool isWanted);
   ~Progress() { finish(); }

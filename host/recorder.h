@@ -11,7 +11,7 @@ namespace orvix::host {
 
 // Every piece is on its way to the file before the call ends, so that a crash loses nothing. Throws Failure when the
 // file cannot be written at the start; later failures are reported once by hasFailed.
-class Recorder : public TrafficListener {
+class Recorder final : public TrafficListener {
  public:
   Recorder(const std::string& file, const std::string& line);
 

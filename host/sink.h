@@ -16,7 +16,7 @@ const char* statusWord(DeviceStatus status);
 // Prints one JSON document a line: {"at": TIME, "kind": KIND, FIELDS}; `fields` is JSON text.
 void printJsonLine(const std::string& kind, const std::string& fields);
 
-class Sink : public IDeviceEventSink {
+class Sink final : public IDeviceEventSink {
  public:
   explicit Sink(Telling how) : telling(how) {}
 

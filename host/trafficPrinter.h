@@ -7,7 +7,7 @@ namespace orvix::host {
 
 // One line for each piece: local time, direction (">" to the modem, "<" from it, "=" modem lines) and the text with
 // control characters escaped, or the lines that are on; with `hex` a second line of hexadecimal bytes.
-class TrafficPrinter : public TrafficListener {
+class TrafficPrinter final : public TrafficListener {
  public:
   explicit TrafficPrinter(bool hex) : withHex(hex) {}
 

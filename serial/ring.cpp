@@ -13,10 +13,11 @@ unsigned char* advanced(const XplRing* ring, unsigned char* position) {
 
 XplRing* createRing(std::uint32_t capacity) {
   constexpr std::size_t kOverhead = sizeof(XplRing) + 1;
-  if (capacity > SIZE_MAX - kOverhead) {
+  const std::size_t wanted = capacity;
+  if (wanted > SIZE_MAX - kOverhead) {
     return nullptr;
   }
-  XplRing* const ring = static_cast<XplRing*>(std::malloc(kOverhead + capacity));
+  XplRing* const ring = static_cast<XplRing*>(std::malloc(kOverhead + wanted));
   if (ring != nullptr) {
     ring->capacity = capacity;
     ring->storage = reinterpret_cast<unsigned char*>(ring + 1);

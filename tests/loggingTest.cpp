@@ -135,23 +135,3 @@ TEST_F(LoggingTest, BridgeHandlesEveryReport) {
   EXPECT_EQ(hook(kXDbgError, kXDbgToStream, nullptr, 0), 0);
   EXPECT_EQ(log.lines, (Lines{"logging:35] assertion", "logging:35] "}));
 }
-
-TEST_F(LoggingTest, PatternsChooseTheTagByItsBaseName) {
-  // In a new process: glog reads the patterns once.
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        orvix::setUpLogging(true, "loggingTest", true, 0, 0, "logging=3,some*=2", "");
-        XDbgInfo("of level five");
-        XDbgWarning("of level two");
-        orvix::logVerbose("a/b/something", 710, 2, "through");
-        orvix::logVerbose("a/b/something", 711, 3, "hidden");
-        orvix::logVerbose("some/other", 712, 1, "hidden");
-        orvix::tearDownLogging();
-        std::exit(0);
-      },
-      testing::ExitedWithCode(0),
-      "\\] SetUp logging\nI[^\n]* logging:35\\] of level two\nI[^\n]* something:710\\] through\n"
-      "I[^\n]* logging:122\\] TearDown logging\n$");
-  GTEST_FLAG_SET(death_test_style, "fast");
-}

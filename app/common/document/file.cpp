@@ -35,7 +35,7 @@ bool readWhole(FILE* file, void* block, std::size_t size) {
 }  // namespace
 
 Status loadFile(const std::string& path, void** data, std::size_t* size) {
-  const Status failure = Status::failed(kLoadFile, path.c_str());
+  Status failure = Status::failed(kLoadFile, path.c_str());
   if (data == nullptr) {
     return Status::invalidArgument(kLoadFile, kTargetPointer);
   }

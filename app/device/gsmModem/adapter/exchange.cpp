@@ -33,7 +33,7 @@ class ReplyBuffer {
     return received;
   }
 
-  std::string text() const { return bytes.c_str(); }
+  std::string text() const { return bytes.substr(0, bytes.find('\0')); }
 
  private:
   std::string bytes;
