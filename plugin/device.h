@@ -1,8 +1,9 @@
 // The boundary between a host and its devices: what the host calls, and the two host objects that a device calls.
 //
-// Threads: a host may call a device from several threads; the modem commands of one device are serialised inside.
-// Start, Stop, SetProperty and destruction of one device are for the host to serialise, as are data reports of all
-// devices of a process, which share their change detection. Sink and trace callbacks run on the calling thread.
+// Threads: a host may call a device from several threads; the modem commands of one device are serialised inside. For
+// the host to serialise: Start, Stop, SetProperty, sendSMS and destruction of one device; and over all devices of the
+// process creating, opening and closing, and data reports, which share their change detection. Sink and trace callbacks
+// run on the calling thread; the trace callback runs under the device's lock and must not call the device.
 //
 // Classes are called through their tables of virtual functions by position, so the order of declaration is binding on
 // both sides. Every document is a shared handle; reports belong to whoever asked for them. Release all documents and
@@ -51,7 +52,8 @@ class IDeviceEventSink {
   ~IDeviceEventSink() = default;
 };
 
-// Asked whenever a device opens its line: whether to trace it, and only then for the pair to trace with (see xpl.h).
+// Asked at every attempt to open the line, twice in a Start: whether to trace it, and only then for the pair to trace
+// with. Without both of the pair nothing is traced (see serial/xpl.h).
 class ITraceProvider {
  public:
   virtual bool IsTraceEnabled() = 0;

@@ -8,8 +8,8 @@
 
 namespace orvix::gsm {
 
-// Of these, kConnect is left as soon as a report follows, and kReset, kInitializing and kInitFailed are tested for but
-// never entered by this plug-in.
+// Of these, kConnect is left as soon as a report follows. kReset, kInitializing and kInitFailed are tested for but never
+// entered, and kError is entered from itself or kInitFailed alone, so no call of a host leads there.
 enum class DeviceState : std::uint32_t {
   kNone = 0,          // not usable
   kCreated = 1,       // no configuration accepted yet
@@ -18,7 +18,7 @@ enum class DeviceState : std::uint32_t {
   kReset = 4,         // as kCreated
   kInitializing = 5,  // modem being initialised
   kInitFailed = 6,    // modem initialisation failed
-  kNotAvailable = 7,  // connection open, but the modem does not answer as required
+  kNotAvailable = 7,  // the modem does not answer as required, or a report could not open the line
   kError = 8,         // error while talking to the modem
   kReady = 9,         // connection open and modem ready
 };
