@@ -1,24 +1,12 @@
 #include "simulator/commands.h"
 
+#include "simulator/commandTable.h"
+
 #include <algorithm>
 #include <iterator>
 
 namespace orvix::simulator {
 namespace {
-
-constexpr int kOperationNotSupported = 303;  // of +CMS ERROR
-constexpr std::size_t kMaxNumberLength = 40;
-
-struct Request {
-  std::string_view argument;  // what follows the name: "", "?", "=?" or "=value"
-  const ModemOptions& options;
-  Settings& settings;
-};
-
-struct Command {
-  std::string_view name;
-  Answer (*execute)(const Request& request);
-};
 
 struct FixedText {
   std::string_view name;
@@ -32,43 +20,6 @@ struct Setting {
   std::string_view range;
   std::string (*details)(const Request& request);
 };
-
-std::string upper(std::string_view text) {
-  std::string result(text);
-  for (char& c : result) {
-    if (c >= 'a' && c <= 'z') {
-      c = static_cast<char>(c - 'a' + 'A');
-    }
-  }
-  return result;
-}
-
-std::string framed(std::string_view text) {
-  return "\r\n" + std::string(text) + "\r\n";
-}
-
-Answer ok() {
-  return {framed("OK")};
-}
-
-Answer error() {
-  return {errorReply()};
-}
-
-Answer information(std::string_view text) {
-  return {framed(text) + framed("OK")};
-}
-
-Answer incorrectParameters(const Settings& settings) {
-  switch (settings.errorReport) {
-    case 1:
-      return {framed("+CME ERROR: 50")};
-    case 2:
-      return {framed("+CME ERROR: incorrect parameters")};
-    default:
-      return error();
-  }
-}
 
 Answer attention(const Request& request) {
   return request.argument.empty() ? ok() : error();
@@ -109,44 +60,8 @@ Answer signalQuality(const Request& request) {
   return information("+CSQ: " + std::to_string(request.options.rssi) + ",99");
 }
 
-bool isNumber(std::string_view text) {
-  if (!text.empty() && text.front() == '+') {
-    text.remove_prefix(1);
-  }
-  return !text.empty() && text.size() <= kMaxNumberLength &&
-         text.find_first_not_of("0123456789*#") == std::string_view::npos;
-}
-
-// Of ="number" and ="number",type; empty when malformed.
-std::string_view quotedNumber(std::string_view argument) {
-  if (argument.substr(0, 2) != "=\"") {
-    return {};
-  }
-  argument.remove_prefix(2);
-  const std::size_t end = argument.find('"');
-  if (end == std::string_view::npos) {
-    return {};
-  }
-  const std::string_view type = argument.substr(end + 1);
-  if (type != "" && type != ",129" && type != ",145") {
-    return {};
-  }
-  const std::string_view number = argument.substr(0, end);
-  return isNumber(number) ? number : std::string_view{};
-}
-
-Answer sendMessage(const Request& request) {
-  if (request.argument == "=?") {
-    return ok();
-  }
-  if (request.settings.messageFormat == 0) {
-    return {smsErrorReply(kOperationNotSupported)};
-  }
-  const std::string_view number = quotedNumber(request.argument);
-  if (number.empty()) {
-    return error();
-  }
-  return {"\r\n> ", std::string(number)};
+Answer simCard(const Request& request) {
+  return request.argument == "?" ? information("+CPIN: READY") : error();
 }
 
 std::string noDetails(const Request&) {
@@ -159,21 +74,55 @@ bool isRegistered(int registration) {
   return std::find(std::begin(kRegistered), std::end(kRegistered), registration) != std::end(kRegistered);
 }
 
+// <stat>, with the location where it is known and asked for.
+std::string registrationText(const ModemOptions& options, const Settings& settings) {
+  const bool located = settings.registrationReport == 2 && isRegistered(options.registration);
+  return std::to_string(options.registration) + (located ? ",\"01A5\",\"3F21\"" : "");
+}
+
 std::string registrationDetails(const Request& request) {
-  const int registration = request.options.registration;
-  const bool located = request.settings.registrationReport == 2 && isRegistered(registration);
-  return "," + std::to_string(registration) + (located ? ",\"01A5\",\"3F21\"" : "");
+  return "," + registrationText(request.options, request.settings);
+}
+
+// Always switched on.
+Answer functionality(const Request& request) {
+  if (request.argument == "?") {
+    return information("+CFUN: 1");
+  }
+  if (request.argument == "=?") {
+    return information("+CFUN: (1),(0)");
+  }
+  return request.argument == "=1" || request.argument == "=1,0" ? ok() : incorrectParameters(request.settings);
+}
+
+Answer networkOperator(const Request& request) {
+  if (request.argument != "?") {
+    return error();
+  }
+  return information(isRegistered(request.options.registration) ? "+COPS: 0,0,\"Orvix\"" : "+COPS: 0");
+}
+
+// Texts pass through the modem as they are, so the sets that it offers differ by name alone.
+Answer characterSet(const Request& request) {
+  const bool isListed = request.argument == "=\"IRA\"" || request.argument == "=\"GSM\"";
+  if (!isListed && request.argument != "?" && request.argument != "=?") {
+    return incorrectParameters(request.settings);
+  }
+  return answerStored(request, "+CSCS: ", request.settings.characterSet, "(\"IRA\",\"GSM\")");
 }
 
 constexpr Command kCommands[] = {
-    {"", attention},         {"E", echoOff},          {"E0", echoOff},
-    {"E1", echoOn},          {"Z", restoreSettings},  {"Z0", restoreSettings},
-    {"&F", restoreSettings}, {"+CSQ", signalQuality}, {"+CMGS", sendMessage},
+    {"", attention},          {"E", echoOff},
+    {"E0", echoOff},          {"E1", echoOn},
+    {"Z", restoreSettings},   {"Z0", restoreSettings},
+    {"&F", restoreSettings},  {"+CPIN", simCard},
+    {"+CFUN", functionality}, {"+COPS", networkOperator},
+    {"+CSQ", signalQuality},  {"+CSCS", characterSet},
 };
 
 constexpr FixedText kFixedTexts[] = {
-    {"I", "Orvix development modem"}, {"+CGMI", "Orvix"}, {"+CGMM", "development modem"}, {"+CGMR", "1"},
-    {"+CGSN", "001010123456780"},
+    {"I", "Orvix development modem"}, {"+CGMI", "Orvix"},           {"+CGMM", "development modem"}, {"+CGMR", "1"},
+    {"+CGSN", "001010123456780"},     {"+CIMI", "001010123456789"},
 };
 
 constexpr Setting kSettings[] = {
@@ -211,6 +160,58 @@ Answer answerSetting(const Setting& row, const Request& request) {
 
 }  // namespace
 
+std::string upperCase(std::string_view text) {
+  std::string result(text);
+  for (char& c : result) {
+    if (c >= 'a' && c <= 'z') {
+      c = static_cast<char>(c - 'a' + 'A');
+    }
+  }
+  return result;
+}
+
+std::string framed(std::string_view text) {
+  return "\r\n" + std::string(text) + "\r\n";
+}
+
+Answer ok() {
+  return {framed("OK")};
+}
+
+Answer error() {
+  return {errorReply()};
+}
+
+Answer information(std::string_view text) {
+  return {framed(text) + framed("OK")};
+}
+
+Answer incorrectParameters(const Settings& settings) {
+  switch (settings.errorReport) {
+    case 1:
+      return {framed("+CME ERROR: 50")};
+    case 2:
+      return {framed("+CME ERROR: incorrect parameters")};
+    default:
+      return error();
+  }
+}
+
+Answer answerStored(const Request& request, std::string_view label, std::string& value, std::string_view range) {
+  constexpr std::string_view kAllowed = "0123456789,\"+*#ABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  if (request.argument == "?") {
+    return information(std::string(label) + value);
+  }
+  if (request.argument == "=?") {
+    return information(std::string(label) + std::string(range));
+  }
+  if (request.argument.size() < 2 || request.argument.find_first_not_of(kAllowed, 1) != std::string_view::npos) {
+    return incorrectParameters(request.settings);
+  }
+  value = request.argument.substr(1);
+  return ok();
+}
+
 std::string errorReply() {
   return framed("ERROR");
 }
@@ -223,18 +224,25 @@ std::string smsAcceptedReply(int reference) {
   return information("+CMGS: " + std::to_string(reference)).reply;
 }
 
+std::string registrationChange(const ModemOptions& options, const Settings& settings) {
+  return settings.registrationReport == 0 ? "" : framed("+CREG: " + registrationText(options, settings));
+}
+
 bool beginsWithAt(std::string_view line) {
-  return upper(line.substr(0, 2)) == "AT";
+  return upperCase(line.substr(0, 2)) == "AT";
 }
 
 Answer answerCommand(std::string_view line, const ModemOptions& options, Settings& settings) {
-  const std::string_view command = line.substr(2);
-  const std::string name = upper(command.substr(0, command.find_first_of("=?")));
-  const Request request{command.substr(name.size()), options, settings};
+  const std::string_view body = line.substr(2);
+  const std::string name = upperCase(body.substr(0, body.find_first_of("=?")));
+  const Request request{body.substr(name.size()), options, settings};
   for (const Command& row : kCommands) {
     if (row.name == name) {
       return row.execute(request);
     }
+  }
+  if (const Command* command = findMessageCommand(name)) {
+    return command->execute(request);
   }
   for (const FixedText& row : kFixedTexts) {
     if (row.name == name) {

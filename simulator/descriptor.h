@@ -17,13 +17,18 @@ namespace orvix::simulator {
 
 class Descriptor {
  public:
-  // Owns what it is given; -1 stands for none.
+  // Owns what it is given; -1 stands for none. Assignment leaves what was owned before to the other side: assign from
+  // a temporary to close it at once.
   explicit Descriptor(int opened = -1) noexcept : value(opened) {}
   Descriptor(Descriptor&& other) noexcept : value(std::exchange(other.value, -1)) {}
-  Descriptor& operator=(Descriptor&&) = delete;
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(value, other.value);
+    return *this;
+  }
   ~Descriptor() {
-    if (value >= 0)
+    if (value >= 0) {
       ::close(value);
+    }
   }
 
   // Borrowed: never close it.

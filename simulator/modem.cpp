@@ -1,5 +1,8 @@
 #include "simulator/modem.h"
 
+#include "simulator/smsSubmit.h"
+
+#include <algorithm>
 #include <utility>
 
 namespace orvix::simulator {
@@ -7,7 +10,6 @@ namespace {
 
 constexpr char kCtrlZ = 0x1A;
 constexpr char kEscape = 0x1B;
-constexpr int kInvalidTextModeParameter = 305;
 
 bool isControl(char byte) {
   return static_cast<unsigned char>(byte) < 0x20;
@@ -22,7 +24,12 @@ void appendBounded(std::string& text, char byte, std::size_t limit) {
 
 }  // namespace
 
-Modem::Modem(const ModemOptions& initialOptions) : options(initialOptions) {
+Modem::Modem(const ModemOptions& initialOptions) : options(initialOptions), faults(initialOptions.faults) {
+  restoreSettings();
+}
+
+void Modem::restoreSettings() {
+  settings = Settings{};
   settings.echo = options.echo;
 }
 
@@ -35,6 +42,10 @@ void Modem::onTrace(TraceHandler handler) {
 }
 
 void Modem::receive(std::string_view bytes, std::int64_t nowMs) {
+  walk(nowMs);
+  if (!isOnLine()) {
+    return;
+  }
   for (const char byte : bytes) {
     switch (state) {
       case State::command:
@@ -85,26 +96,44 @@ void Modem::execute(const std::string& line, std::int64_t nowMs) {
   if (line.size() > kMaxLineLength) {
     return reply(errorReply(), nowMs);
   }
-  Answer answer = answerCommand(line, options, settings);
-  if (!answer.smsDestination.empty()) {
-    if (options.smsOutcome == SmsOutcome::noPrompt) {
-      return;
-    }
-    destination = std::move(answer.smsDestination);
+  const Fault& fault = faults.meet(Fault::Trigger::command, line);
+  Answer answer = fault.error.empty() ? answerCommand(line, options, settings) : Answer{framed(fault.error)};
+  settings.echo = fault.echo.value_or(settings.echo);
+  if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::noPrompt)) {
+    answer = {};
+  }
+  if (answer.submission) {
+    submission = *std::move(answer.submission);
     state = State::body;
   }
-  reply(answer.reply, nowMs);
+  reply(answer.reply, nowMs, fault);
 }
 
 void Modem::endBody(std::int64_t nowMs) {
   state = State::command;
-  std::string text = std::exchange(input, {});
-  trace(Direction::toModem, text + kCtrlZ);
-  if (text.size() > kMaxBodyLength) {
-    return reply(smsErrorReply(kInvalidTextModeParameter), nowMs);
+  const std::string body = std::exchange(input, {});
+  trace(Direction::toModem, body + kCtrlZ);
+  std::optional<Message> message = messageOf(body);
+  if (!message) {
+    const bool isText = submission.mode == MessageMode::text;
+    return reply(smsErrorReply(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter), nowMs);
   }
-  keep({destination, std::move(text)});
-  reply(sendResult(), nowMs);
+  const Fault& fault = faults.meet(Fault::Trigger::body, message->text);
+  settings.echo = fault.echo.value_or(settings.echo);
+  const std::string result = sendResult(*message, fault);
+  keep(*std::move(message));
+  reply(result, nowMs, fault);
+}
+
+std::optional<Message> Modem::messageOf(const std::string& body) const {
+  if (body.size() > kMaxBodyLength) {
+    return std::nullopt;
+  }
+  if (submission.mode == MessageMode::text) {
+    return Message{submission.destination, body};
+  }
+  const std::optional<SmsSubmit> submit = decodeSubmit(body, submission.pduOctets);
+  return submit ? std::optional<Message>({submit->number, submit->text, MessageMode::pdu}) : std::nullopt;
 }
 
 void Modem::abandonBody(std::int64_t nowMs) {
@@ -123,10 +152,14 @@ void Modem::keep(Message message) {
   }
 }
 
-std::string Modem::sendResult() {
+std::string Modem::sendResult(Message& message, const Fault& fault) {
+  if (!fault.error.empty()) {
+    return framed(fault.error);
+  }
   switch (options.smsOutcome) {
     case SmsOutcome::accepted:
-      return smsAcceptedReply(++messageReference);
+      message.reference = ++messageReference;
+      return smsAcceptedReply(*message.reference);
     case SmsOutcome::refused:
       return smsErrorReply(options.smsErrorCode);
     case SmsOutcome::silent:
@@ -142,12 +175,20 @@ void Modem::echo(char byte, std::int64_t nowMs) {
   }
 }
 
-void Modem::reply(const std::string& bytes, std::int64_t nowMs) {
-  if (bytes.empty()) {
+void Modem::reply(const std::string& bytes, std::int64_t nowMs, const Fault& fault) {
+  const std::int64_t dueMs = nowMs + options.replyDelayMs + fault.delayMs;
+  if (fault.hangUpMs) {
+    outputs.push_back({lastDueMs(dueMs), {}, fault.hangUpMs});
     return;
   }
-  trace(Direction::fromModem, bytes);
-  queue(bytes, nowMs + options.replyDelayMs);
+  std::string whole;
+  for (const ReplyPiece& piece : disturbed(fault, bytes)) {
+    queue(piece.bytes, dueMs + piece.afterMs);
+    whole += piece.bytes;
+  }
+  if (!whole.empty()) {
+    trace(Direction::fromModem, whole);
+  }
 }
 
 // Output keeps its order: an echo never overtakes a reply that is still to come.
@@ -156,27 +197,69 @@ void Modem::queue(std::string_view bytes, std::int64_t dueMs) {
     return;
   }
   pendingBytes += bytes.size();
-  if (outputs.empty() || outputs.back().dueMs < dueMs) {
-    outputs.push_back({dueMs, {}});
+  if (outputs.empty() || outputs.back().dueMs < dueMs || outputs.back().hangUpMs) {
+    outputs.push_back({lastDueMs(dueMs), {}});
   }
   outputs.back().bytes += bytes;
 }
 
+std::int64_t Modem::lastDueMs(std::int64_t dueMs) const {
+  return outputs.empty() ? dueMs : std::max(dueMs, outputs.back().dueMs);
+}
+
 std::string Modem::takeDue(std::int64_t nowMs) {
+  walk(nowMs);
+  if (returnMs && *returnMs <= nowMs) {
+    returnMs.reset();
+    return {};
+  }
   std::string due;
   while (!outputs.empty() && outputs.front().dueMs <= nowMs) {
-    due += outputs.front().bytes;
+    const Output output = std::move(outputs.front());
     outputs.pop_front();
+    due += output.bytes;
+    pendingBytes -= output.bytes.size();
+    if (output.hangUpMs) {
+      hangUp(output.dueMs + *output.hangUpMs);
+    }
   }
-  pendingBytes -= due.size();
   return due;
 }
 
-std::optional<std::int64_t> Modem::nextDueMs() const {
-  if (outputs.empty()) {
-    return std::nullopt;
+void Modem::hangUp(std::int64_t untilMs) {
+  returnMs = untilMs;
+  outputs.clear();
+  pendingBytes = 0;
+  input.clear();
+  state = State::command;
+  restoreSettings();
+}
+
+bool Modem::isOnLine() const {
+  return !returnMs;
+}
+
+void Modem::walk(std::int64_t nowMs) {
+  for (; stepsWalked < options.walk.size() && options.walk[stepsWalked].ms <= nowMs; ++stepsWalked) {
+    const WalkStep& step = options.walk[stepsWalked];
+    options.rssi = step.rssi.value_or(options.rssi);
+    if (step.registration && *step.registration != std::exchange(options.registration, *step.registration) &&
+        isOnLine()) {
+      queue(registrationChange(options, settings), step.ms);
+    }
   }
-  return outputs.front().dueMs;
+}
+
+std::optional<std::int64_t> Modem::nextDueMs() const {
+  if (returnMs) {
+    return returnMs;
+  }
+  const bool reportsWalk = settings.registrationReport != 0 && stepsWalked < options.walk.size();
+  if (outputs.empty()) {
+    return reportsWalk ? std::optional(options.walk[stepsWalked].ms) : std::nullopt;
+  }
+  const std::int64_t dueMs = outputs.front().dueMs;
+  return reportsWalk ? std::min(dueMs, options.walk[stepsWalked].ms) : dueMs;
 }
 
 const std::deque<Message>& Modem::messages() const {

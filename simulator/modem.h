@@ -3,17 +3,17 @@
 //
 // Dialogue after ITU-T V.250: a command line begins with AT and ends with CR. Any other line is echoed and ignored.
 // Control characters and empty lines are swallowed without echo or answer, so what a client sends behind a Ctrl-Z does
-// no harm. After the prompt of AT+CMGS
-// (3GPP TS 27.005, text mode) everything is body until Ctrl-Z (0x1A) sends or Escape (0x1B) abandons it.
+// no harm. After the prompt of AT+CMGS (3GPP TS 27.005) everything is body until Ctrl-Z (0x1A) sends or Escape (0x1B)
+// abandons it: the text itself in text mode, an SMS-SUBMIT in hexadecimal in PDU mode.
 //
 // Nothing grows without limit: see the constants. What exceeds them answers an error (lines, bodies), is lost as on an
 // overrun line (output nobody takes) or pushes out the oldest (messages).
-//
-// Times are milliseconds on a clock of the caller's choice that never runs backwards.
 #pragma once
 
 #include "simulator/commands.h"
+#include "simulator/disturbance.h"
 #include "simulator/modemOptions.h"
+#include "simulator/station.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -26,19 +26,21 @@
 namespace orvix::simulator {
 
 constexpr std::size_t kMaxLineLength = 1024;      // bytes without CR; a longer line answers ERROR
-constexpr std::size_t kMaxBodyLength = 1024;      // bytes without Ctrl-Z; a longer body answers +CMS ERROR: 305
+constexpr std::size_t kMaxBodyLength = 1024;      // bytes without Ctrl-Z; a longer body answers +CMS ERROR: 304 or 305
 constexpr std::size_t kMaxPendingOutput = 65536;  // bytes
 constexpr std::size_t kMaxMessages = 1000;
 
-// A body that ended with Ctrl-Z, byte for byte, whatever the modem then answered.
+// A body that ended with Ctrl-Z, whatever the modem then answered.
 struct Message {
   std::string destination;
-  std::string text;
+  std::string text;  // text mode: the body byte for byte; PDU mode: the text of its PDU as UTF-8
+  MessageMode mode = MessageMode::text;
+  std::optional<int> reference{};  // that of "+CMGS: <reference>"; none when the modem gave none
 };
 
 enum class Direction { toModem, fromModem };
 
-class Modem {
+class Modem : public Station {
  public:
   using MessageHandler = std::function<void(const Message& message)>;
   using TraceHandler = std::function<void(Direction direction, std::string_view bytes)>;
@@ -50,14 +52,13 @@ class Modem {
   void onMessage(MessageHandler handler);
   void onTrace(TraceHandler handler);
 
-  // Takes what the client wrote, in pieces of any size.
-  void receive(std::string_view bytes, std::int64_t nowMs);
+  void receive(std::string_view bytes, std::int64_t nowMs) override;
+  std::string takeDue(std::int64_t nowMs) override;
+  std::optional<std::int64_t> nextDueMs() const override;
 
-  // Hands over, once, all output due by nowMs, in order; empty when there is none.
-  std::string takeDue(std::int64_t nowMs);
-
-  // When the next output falls due; none while nothing is pending.
-  std::optional<std::int64_t> nextDueMs() const;
+  // False from a fault's hang-up to its return. What was still to be sent is lost then, and the modem that comes back
+  // has forgotten input and settings, as one that was switched off and on.
+  bool isOnLine() const override;
 
   // The latest messages, oldest first; valid until the next call of receive.
   const std::deque<Message>& messages() const;
@@ -68,6 +69,7 @@ class Modem {
   struct Output {
     std::int64_t dueMs;
     std::string bytes;
+    std::optional<std::int64_t> hangUpMs{};  // behind the bytes: how long the line is gone
   };
 
   void takeCommandByte(char byte, std::int64_t nowMs);
@@ -76,18 +78,26 @@ class Modem {
   void execute(const std::string& line, std::int64_t nowMs);
   void endBody(std::int64_t nowMs);
   void abandonBody(std::int64_t nowMs);
+  std::optional<Message> messageOf(const std::string& body) const;
   void keep(Message message);
-  std::string sendResult();
+  std::string sendResult(Message& message, const Fault& fault);
   void echo(char byte, std::int64_t nowMs);
-  void reply(const std::string& bytes, std::int64_t nowMs);
+  void reply(const std::string& bytes, std::int64_t nowMs, const Fault& fault = {});
   void queue(std::string_view bytes, std::int64_t dueMs);
+  std::int64_t lastDueMs(std::int64_t dueMs) const;
+  void hangUp(std::int64_t untilMs);
+  void restoreSettings();
+  void walk(std::int64_t nowMs);
   void trace(Direction direction, std::string_view bytes) const;
 
-  const ModemOptions options;
+  ModemOptions options;  // the walk changes the network's part
+  FaultCounter faults;
+  std::size_t stepsWalked = 0;
+  std::optional<std::int64_t> returnMs;  // while hung up
   Settings settings;
   State state = State::command;
   std::string input;  // the line or body so far, cut one byte above its limit
-  std::string destination;
+  Submission submission{};
   std::uint8_t messageReference = 0;
   std::deque<Output> outputs;  // due times never fall from front to back
   std::size_t pendingBytes = 0;

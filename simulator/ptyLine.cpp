@@ -1,6 +1,7 @@
 #include "simulator/ptyLine.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <termios.h>
 #include <cstdlib>
 #include <filesystem>
@@ -61,25 +62,32 @@ bool isLeftBehind(const std::string& link) {
   return target.rfind("/dev/pts/", 0) == 0 || fs::status(link, unknown).type() == fs::file_type::not_found;
 }
 
-void createLink(const std::string& target, const std::string& link) {
-  if (isLeftBehind(link)) {
-    ::unlink(link.c_str());
-  }
-  if (::symlink(target.c_str(), link.c_str()) < 0) {
-    throwErrno("cannot create the link ", link);
-  }
-}
-
 }  // namespace
 
-PtyLine::PtyLine(std::string link)
-    : master(openMaster()), slaveName(nameOfSlave(master.get())), slave(openRaw(slaveName)), linkPath(std::move(link)) {
-  if (!linkPath.empty()) {
-    createLink(slaveName, linkPath);
-  }
+PtyLine::Terminal::Terminal() : master(openMaster()), slaveName(nameOfSlave(master.get())), slave(openRaw(slaveName)) {
+}
+
+PtyLine::PtyLine(std::string link) : linkPath(std::move(link)) {
+  comeBack();
 }
 
 PtyLine::~PtyLine() {
+  removeLink();
+}
+
+void PtyLine::createLink() const {
+  if (linkPath.empty()) {
+    return;
+  }
+  if (isLeftBehind(linkPath)) {
+    ::unlink(linkPath.c_str());
+  }
+  if (::symlink(slaveName.c_str(), linkPath.c_str()) < 0) {
+    throwErrno("cannot create the link ", linkPath);
+  }
+}
+
+void PtyLine::removeLink() const {
   std::error_code ignored;
   if (!linkPath.empty() && fs::read_symlink(linkPath, ignored) == slaveName) {
     fs::remove(linkPath, ignored);
@@ -90,13 +98,17 @@ const std::string& PtyLine::slavePath() const {
   return slaveName;
 }
 
+std::string PtyLine::name() const {
+  return slaveName;
+}
+
 int PtyLine::descriptor() const {
-  return master.get();
+  return terminal ? terminal->master.get() : -1;
 }
 
 std::string PtyLine::receive() {
   char buffer[kReadSize];
-  const ssize_t count = ::read(master.get(), buffer, sizeof buffer);
+  const ssize_t count = terminal ? ::read(terminal->master.get(), buffer, sizeof buffer) : 0;
   if (count >= 0) {
     return {buffer, static_cast<std::size_t>(count)};
   }
@@ -107,8 +119,8 @@ std::string PtyLine::receive() {
 }
 
 void PtyLine::send(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t count = ::write(master.get(), bytes.data(), bytes.size());
+  while (terminal && !bytes.empty()) {
+    const ssize_t count = ::write(terminal->master.get(), bytes.data(), bytes.size());
     if (count > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
     } else if (errno == EAGAIN) {
@@ -117,6 +129,22 @@ void PtyLine::send(std::string_view bytes) {
       throwErrno("cannot write to ", slaveName);
     }
   }
+}
+
+bool PtyLine::isDrained() const {
+  int unread = 0;
+  return !terminal || ::ioctl(terminal->slave.get(), FIONREAD, &unread) < 0 || unread == 0;
+}
+
+void PtyLine::hangUp() {
+  removeLink();
+  terminal.reset();
+}
+
+void PtyLine::comeBack() {
+  terminal.emplace();
+  slaveName = terminal->slaveName;
+  createLink();
 }
 
 }  // namespace orvix::simulator

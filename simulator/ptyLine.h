@@ -3,44 +3,53 @@
 // Clients open slavePath(), or the link, as they would a serial port, and may come and go as they like: the slave is
 // held open meanwhile, in raw mode, with whatever settings the last client left. As on a line without flow control,
 // output that no client reads is lost once the terminal's buffer is full, and until then waits for the next client.
-//
-// Failures throw std::system_error; its what() names the step and the reason.
 #pragma once
 
 #include "simulator/descriptor.h"
+#include "simulator/line.h"
 
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace orvix::simulator {
 
-class PtyLine {
+class PtyLine final : public Line {
  public:
   // A path that is not empty becomes a symbolic link to the slave. A link left behind by an earlier run (it dangles or
   // points below /dev/pts/) is replaced; whatever else is there stays, and the constructor throws EEXIST.
   explicit PtyLine(std::string link = {});
 
   // Removes the link, unless it leads elsewhere by now.
-  ~PtyLine();
-
-  PtyLine(const PtyLine&) = delete;
-  PtyLine& operator=(const PtyLine&) = delete;
+  ~PtyLine() override;
 
   const std::string& slavePath() const;
 
-  // Readable, for poll, when a client wrote. Borrowed.
-  int descriptor() const;
+  std::string name() const override;
+  int descriptor() const override;
+  std::string receive() override;
+  void send(std::string_view bytes) override;
+  bool isDrained() const override;
 
-  // What clients wrote, some bytes at a time; empty when there is nothing. Never waits.
-  std::string receive();
-
-  // Never waits; what does not fit is lost.
-  void send(std::string_view bytes);
+  // The terminal goes, and its link with it; clients read what a removed device reads. A new terminal comes back, most
+  // likely under another path, and the same link.
+  void hangUp() override;
+  void comeBack() override;
 
  private:
-  const Descriptor master;
-  const std::string slaveName;
-  const Descriptor slave;  // never read: while it is open, the master sees no hang-up between clients
+  struct Terminal {
+    Terminal();
+
+    const Descriptor master;
+    const std::string slaveName;
+    const Descriptor slave;  // never read: while it is open, the master sees no hang-up between clients
+  };
+
+  void createLink() const;
+  void removeLink() const;
+
+  std::optional<Terminal> terminal;  // none while hung up
+  std::string slaveName;             // of the latest terminal
   const std::string linkPath;
 };
 

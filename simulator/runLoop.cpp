@@ -9,17 +9,46 @@
 namespace orvix::simulator {
 namespace {
 
-std::int64_t clockMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
+// How often a line is asked again whether it is drained, which no descriptor tells.
+constexpr int kDrainPollMs = 10;
+// A client that reads nothing for so long will not read at all.
+constexpr std::int64_t kDrainLimitMs = 10000;
+
+class Clock {
+ public:
+  std::int64_t nowMs() const {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - begin).count();
+  }
+
+ private:
+  const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+};
 
 // For poll: the time left in milliseconds, or -1 to wait for events alone.
-int timeoutMs(std::optional<std::int64_t> dueMs) {
+int timeoutMs(const Station& station, const Clock& clock) {
+  const std::optional<std::int64_t> dueMs = station.nextDueMs();
   if (!dueMs) {
-    return -1;
+    return station.isOver() ? kDrainPollMs : -1;
   }
-  return static_cast<int>(std::clamp<std::int64_t>(*dueMs - clockMs(), 0, std::numeric_limits<int>::max()));
+  return static_cast<int>(std::clamp<std::int64_t>(*dueMs - clock.nowMs(), 0, std::numeric_limits<int>::max()));
+}
+
+bool isLeft(const Line& line, std::int64_t overForMs) {
+  return line.isDrained() || overForMs > kDrainLimitMs;
+}
+
+void followStation(const Station& station, Line& line, bool& isUp, const std::function<void()>& onReturn) {
+  if (station.isOnLine() == isUp) {
+    return;
+  }
+  isUp = !isUp;
+  if (!isUp) {
+    return line.hangUp();
+  }
+  line.comeBack();
+  if (onReturn) {
+    onReturn();
+  }
 }
 
 }  // namespace
@@ -40,19 +69,23 @@ int StopEvent::descriptor() const noexcept {
   return event.get();
 }
 
-void run(Modem& modem, PtyLine& line, const StopEvent& stop) {
-  for (;;) {
+void run(Station& station, Line& line, const StopEvent& stop, const std::function<void()>& onReturn) {
+  const Clock clock;
+  bool isUp = true;
+  for (std::int64_t activeMs = 0; !station.isOver() || !isLeft(line, clock.nowMs() - activeMs);) {
+    activeMs = station.isOver() ? activeMs : clock.nowMs();
     pollfd events[] = {{stop.descriptor(), POLLIN, 0}, {line.descriptor(), POLLIN, 0}};
-    if (::poll(events, 2, timeoutMs(modem.nextDueMs())) < 0 && errno != EINTR) {
+    if (::poll(events, 2, timeoutMs(station, clock)) < 0 && errno != EINTR) {
       throwErrno("cannot wait for the line");
     }
     if (events[0].revents != 0) {
       return;
     }
     if (events[1].revents != 0) {
-      modem.receive(line.receive(), clockMs());
+      station.receive(line.receive(), clock.nowMs());
     }
-    line.send(modem.takeDue(clockMs()));
+    line.send(station.takeDue(clock.nowMs()));
+    followStation(station, line, isUp, onReturn);
   }
 }
 

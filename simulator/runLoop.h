@@ -1,9 +1,11 @@
-// Joins a modem and its line in real time, in a program or in a thread of a test.
+// Joins a station and its line in real time, in a program or in a thread of a test.
 #pragma once
 
 #include "simulator/descriptor.h"
-#include "simulator/modem.h"
-#include "simulator/ptyLine.h"
+#include "simulator/line.h"
+#include "simulator/station.h"
+
+#include <functional>
 
 namespace orvix::simulator {
 
@@ -22,8 +24,10 @@ class StopEvent {
   Descriptor event;
 };
 
-// Returns when stop is requested; throws std::system_error when the line fails. The modem and the line belong to the
-// calling thread meanwhile, and the modem's handlers run in it: other threads look at messages() after run() returned.
-void run(Modem& modem, PtyLine& line, const StopEvent& stop);
+// Switches the station on and returns when stop is requested, or when the station is over and clients have taken what
+// it sent; throws std::system_error when the line fails. Station and line belong to the calling thread meanwhile, and
+// the station's handlers run in it, as does onReturn, after each return from a hang-up: other threads look at the
+// station after run() returned.
+void run(Station& station, Line& line, const StopEvent& stop, const std::function<void()>& onReturn = {});
 
 }  // namespace orvix::simulator

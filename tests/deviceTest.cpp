@@ -170,7 +170,8 @@ struct ConfigRow {
 };
 
 const ConfigRow kConfigs[] = {
-    {R"({"id":"gsmmodem","name":"gsmmodemconfiguration","config":{"mode":"x","comstr":"y","ip":{"address":"z","port":0}},
+    {R"({"id":"gsmmodem","name":"gsmmodemconfiguration")"
+     R"(,"config":{"mode":"x","comstr":"y","ip":{"address":"z","port":0}},
         "more":1})",
      "OK"},
     {R"({})", "Failed: Parameter ID missing."},
@@ -189,11 +190,14 @@ const ConfigRow kConfigs[] = {
      "Failed: Parameter ID invalid."},
     {R"({"id":"GSMMODEM","name":"GsmModem","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
      "Failed: Parameter name invalid.: Expected [GSMMODEMConfiguration] But got [GsmModem]..."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
+     R"(,"config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
      "Failed: Parameter config.mode is empty."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"a","comstr":"","ip":{"address":"","port":1}}})",
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
+     R"(,"config":{"mode":"a","comstr":"","ip":{"address":"","port":1}}})",
      "Failed: Parameter config.comstr is empty."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":{"mode":"a","comstr":"b","ip":{"address":"","port":1}}})",
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
+     R"(,"config":{"mode":"a","comstr":"b","ip":{"address":"","port":1}}})",
      "Failed: Parameter config.ip.address is empty."},
 };
 

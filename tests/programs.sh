@@ -28,18 +28,24 @@ until_true() {
   done
   fail "in vain: $*"
 }
+# start_modem OPTION...: starts the simulator; its line is in $line, its output in modem, its errors in errors.
 start_modem() {
-  "${emulator[@]}" "$bin/gsm-modem-simulator" "$@" >"$folder/modem.txt" &
+  : >"$folder/modem.txt" # what an earlier one said must not count
+  "${emulator[@]}" "$bin/gsm-modem-simulator" "$@" >"$folder/modem.txt" 2>"$folder/errors.txt" &
   modem=$!
   until_true grep -q '^modem on ' "$folder/modem.txt"
+  line=$(sed -n 's/^modem on \([^ ]*\).*/\1/p' "$folder/modem.txt")
 }
-# stop_modem STATUS: ends it and checks how it ended.
-stop_modem() {
+# modem_ends STATUS: waits for the simulator's end and checks how it ended.
+modem_ends() {
   local status=0
-  kill "$modem" 2>/dev/null || true
   wait "$modem" || status=$?
   modem=
   [[ $status == "$1" ]] || fail "the simulator ended with $status, not $1"
+}
+stop_modem() {
+  kill "$modem"
+  modem_ends "$1"
 }
 # host NAME STATUS ARGUMENT...: runs gsm-host, its output and errors into NAME, and checks how it ended.
 host() {

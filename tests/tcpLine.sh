@@ -7,7 +7,7 @@ fi
 . "$(dirname "$0")/programs.sh"
 
 start_modem --listen 127.0.0.1:0 --signal 31
-port=$(sed -n 's/^modem on 127\.0\.0\.1:\([0-9]*\).*/\1/p' "$folder/modem.txt")
+port=${line##*:}
 "$(dirname "$0")/../scripts/tcp-line" 127.0.0.1 "$port" >"$folder/line.txt" 2>&1 &
 others=$!
 until_true test -e "/dev/tcp/127.0.0.1/$port"

@@ -8,8 +8,8 @@
 
 namespace orvix::gsm {
 
-// Of these, kConnect is left as soon as a report follows. kReset, kInitializing and kInitFailed are tested for but never
-// entered, and kError is entered from itself or kInitFailed alone, so no call of a host leads there.
+// Of these, kConnect is left as soon as a report follows. kReset, kInitializing and kInitFailed are tested for but
+// never entered, and kError is entered from itself or kInitFailed alone, so no call of a host leads there.
 enum class DeviceState : std::uint32_t {
   kNone = 0,          // not usable
   kCreated = 1,       // no configuration accepted yet

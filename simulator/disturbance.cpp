@@ -1,0 +1,86 @@
+#include "simulator/disturbance.h"
+
+#include "simulator/commandTable.h"
+
+#include <utility>
+
+namespace orvix::simulator {
+namespace {
+
+bool fits(const Fault& fault, Fault::Trigger trigger, std::string_view text) {
+  if (fault.trigger != trigger) {
+    return false;
+  }
+  const bool isCommand = trigger == Fault::Trigger::command;
+  const std::string pattern = isCommand ? upperCase(fault.pattern) : fault.pattern;
+  const std::string candidate = isCommand ? upperCase(text) : std::string(text);
+  if (pattern.empty() || pattern.back() != '*') {
+    return candidate == pattern;
+  }
+  return candidate.compare(0, pattern.size() - 1, pattern, 0, pattern.size() - 1) == 0;
+}
+
+std::string framedAll(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) {
+    text += framed(line);
+  }
+  return text;
+}
+
+// Where the frame of the last of several lines begins; npos when there is but one.
+std::size_t lastLine(const std::string& reply) {
+  const std::size_t border = reply.rfind("\r\n\r\n");
+  return border == std::string::npos ? border : border + 2;
+}
+
+std::string inside(const Fault& fault, std::string reply) {
+  if (reply.empty()) {
+    return reply;
+  }
+  const std::size_t middle = reply.size() / 2;
+  const std::size_t last = lastLine(reply);
+  const bool hasBetween = last != std::string::npos;
+  if (hasBetween && last > middle) {
+    reply.insert(last, framedAll(fault.linesBetween));
+  }
+  reply.insert(middle, fault.nulsInside, '\0');
+  if (hasBetween && last <= middle) {
+    reply.insert(last, framedAll(fault.linesBetween));
+  }
+  return reply;
+}
+
+}  // namespace
+
+FaultCounter::FaultCounter(std::vector<Fault> listed) : faults(std::move(listed)), met(faults.size()) {
+}
+
+const Fault& FaultCounter::meet(Fault::Trigger trigger, std::string_view text) {
+  static const Fault kNone;
+  const Fault* chosen = &kNone;
+  for (std::size_t i = 0; i < faults.size(); ++i) {
+    const Fault& fault = faults[i];
+    if (!fits(fault, trigger, text)) {
+      continue;
+    }
+    const int turn = ++met[i] - fault.from;
+    if (chosen == &kNone && turn >= 0 && turn < fault.count) {
+      chosen = &fault;
+    }
+  }
+  return *chosen;
+}
+
+std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply) {
+  const std::string bytes = std::string(fault.nulsBefore, '\0') + fault.garbage + framedAll(fault.linesBefore) +
+                            inside(fault, fault.isSilent ? "" : reply) + framedAll(fault.linesAfter);
+  const std::size_t size = fault.pieceSize == 0 ? bytes.size() : fault.pieceSize;
+  std::vector<ReplyPiece> pieces;
+  for (std::size_t begin = 0; begin < bytes.size(); begin += size) {
+    pieces.push_back({static_cast<std::int64_t>(pieces.size()) * fault.pieceGapMs, bytes.substr(begin, size)});
+  }
+  return pieces;
+}
+
+}  // namespace orvix::simulator

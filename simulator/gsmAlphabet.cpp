@@ -1,0 +1,117 @@
+#include "simulator/gsmAlphabet.h"
+
+#include <cstdint>
+
+namespace orvix::simulator {
+namespace {
+
+constexpr char kEscape = 0x1B;
+constexpr char32_t kReplacement = 0xFFFD;
+
+constexpr char16_t kDefault[] =
+    u"@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞ ÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?"
+    u"¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿abcdefghijklmnopqrstuvwxyzäöñüà";
+static_assert(sizeof kDefault / sizeof kDefault[0] == 128 + 1, "one character a septet");
+
+constexpr struct {
+  char septet;
+  char16_t character;
+} kExtension[] = {
+    {0x0A, u'\f'}, {0x14, u'^'}, {0x28, u'{'}, {0x29, u'}'}, {0x2F, u'\\'},
+    {0x3C, u'['},  {0x3D, u'~'}, {0x3E, u']'}, {0x40, u'|'}, {0x65, u'€'},
+};
+
+void append(std::string& text, char32_t character) {
+  const auto add = [&text](char32_t byte) { text += static_cast<char>(byte); };
+  const auto addTail = [&](int shift) { add(0x80 | (character >> shift & 0x3F)); };
+  if (character < 0x80) {
+    add(character);
+  } else if (character < 0x800) {
+    add(0xC0 | character >> 6);
+    addTail(0);
+  } else if (character < 0x10000) {
+    add(0xE0 | character >> 12);
+    addTail(6);
+    addTail(0);
+  } else {
+    add(0xF0 | character >> 18);
+    addTail(12);
+    addTail(6);
+    addTail(0);
+  }
+}
+
+char16_t plain(char septet) {
+  return kDefault[septet & 0x7F];
+}
+
+char16_t extended(char septet) {
+  for (const auto& row : kExtension) {
+    if (row.septet == septet) {
+      return row.character;
+    }
+  }
+  return plain(septet);
+}
+
+unsigned octetAt(std::string_view octets, std::size_t index) {
+  return index < octets.size() ? static_cast<unsigned char>(octets[index]) : 0;
+}
+
+char32_t unitAt(std::string_view octets, std::size_t index) {
+  return octetAt(octets, index) << 8 | octetAt(octets, index + 1);
+}
+
+bool isHighSurrogate(char32_t unit) {
+  return unit >= 0xD800 && unit < 0xDC00;
+}
+
+bool isLowSurrogate(char32_t unit) {
+  return unit >= 0xDC00 && unit < 0xE000;
+}
+
+}  // namespace
+
+std::string unpackSeptets(std::string_view octets, std::size_t first, std::size_t end) {
+  std::string septets;
+  for (std::size_t i = first; i < end; ++i) {
+    const std::size_t octet = i * 7 / 8;
+    const unsigned pair = octetAt(octets, octet) | octetAt(octets, octet + 1) << 8;
+    septets += static_cast<char>(pair >> (i * 7 % 8) & 0x7F);
+  }
+  return septets;
+}
+
+std::string utf8OfGsm(std::string_view septets) {
+  std::string text;
+  for (std::size_t i = 0; i < septets.size(); ++i) {
+    const bool escaped = septets[i] == kEscape && i + 1 < septets.size();
+    append(text, escaped ? extended(septets[++i]) : plain(septets[i]));
+  }
+  return text;
+}
+
+std::string utf8OfUcs2(std::string_view octets) {
+  std::string text;
+  for (std::size_t i = 0; i + 1 < octets.size(); i += 2) {
+    const char32_t unit = unitAt(octets, i);
+    const char32_t next = unitAt(octets, i + 2);
+    if (isHighSurrogate(unit) && isLowSurrogate(next)) {
+      append(text, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+      i += 2;
+    } else {
+      append(text, isHighSurrogate(unit) || isLowSurrogate(unit) ? kReplacement : unit);
+    }
+  }
+  return text;
+}
+
+std::string utf8OfLatin1(std::string_view bytes) {
+  std::string text;
+  for (const char byte : bytes) {
+    append(text, static_cast<unsigned char>(byte));
+  }
+  return text;
+}
+
+}  // namespace orvix::simulator

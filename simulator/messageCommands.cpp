@@ -1,0 +1,113 @@
+#include "simulator/commandTable.h"
+
+#include <charconv>
+
+namespace orvix::simulator {
+namespace {
+
+constexpr std::size_t kMaxNumberLength = 40;
+constexpr std::size_t kMaxPduOctets = 164;  // of an SMS-SUBMIT
+
+bool isNumber(std::string_view text) {
+  if (!text.empty() && text.front() == '+') {
+    text.remove_prefix(1);
+  }
+  return !text.empty() && text.size() <= kMaxNumberLength &&
+         text.find_first_not_of("0123456789*#") == std::string_view::npos;
+}
+
+// Of ="number" and ="number",type; empty when malformed.
+std::string_view quotedNumber(std::string_view argument) {
+  if (argument.substr(0, 2) != "=\"") {
+    return {};
+  }
+  argument.remove_prefix(2);
+  const std::size_t end = argument.find('"');
+  if (end == std::string_view::npos) {
+    return {};
+  }
+  const std::string_view type = argument.substr(end + 1);
+  if (!type.empty() && type != ",129" && type != ",145") {
+    return {};
+  }
+  const std::string_view number = argument.substr(0, end);
+  return isNumber(number) ? number : std::string_view{};
+}
+
+// Of =length; 0 when malformed or longer than a message can be.
+std::size_t pduOctets(std::string_view argument) {
+  std::size_t octets = 0;
+  const char* end = argument.data() + argument.size();
+  const char* begin = argument.data() + (argument.empty() ? 0 : 1);
+  const auto [stop, failure] = std::from_chars(begin, end, octets);
+  return failure == std::errc() && stop == end && octets <= kMaxPduOctets ? octets : 0;
+}
+
+Answer prompt(Submission submission) {
+  return {"\r\n> ", std::move(submission)};
+}
+
+Answer sendMessage(const Request& request) {
+  if (request.argument == "=?") {
+    return ok();
+  }
+  if (request.settings.messageFormat == 0) {
+    const std::size_t octets = pduOctets(request.argument);
+    return octets == 0 ? Answer{smsErrorReply(kInvalidPduModeParameter)} : prompt({MessageMode::pdu, {}, octets});
+  }
+  const std::string_view number = quotedNumber(request.argument);
+  return number.empty() ? error() : prompt({MessageMode::text, std::string(number)});
+}
+
+Answer serviceCentre(const Request& request) {
+  if (request.argument == "=?") {
+    return ok();
+  }
+  if (request.argument != "?" && quotedNumber(request.argument).empty()) {
+    return incorrectParameters(request.settings);
+  }
+  return answerStored(request, "+CSCA: ", request.settings.serviceCentre, "");
+}
+
+// Sending is supported, receiving and broadcasts are not.
+Answer messageService(const Request& request) {
+  constexpr std::string_view kServices = "0,1,0";
+  int& service = request.settings.messageService;
+  if (request.argument == "=?") {
+    return information("+CSMS: (0,1)");
+  }
+  if (request.argument == "?") {
+    return information("+CSMS: " + std::to_string(service) + "," + std::string(kServices));
+  }
+  if (request.argument != "=0" && request.argument != "=1") {
+    return incorrectParameters(request.settings);
+  }
+  service = request.argument[1] - '0';
+  return information("+CSMS: " + std::string(kServices));
+}
+
+Answer textParameters(const Request& request) {
+  return answerStored(request, "+CSMP: ", request.settings.textParameters, "(1,17),(0-255),(0-255),(0-255)");
+}
+
+Answer indications(const Request& request) {
+  return answerStored(request, "+CNMI: ", request.settings.indications, "(0-2),(0),(0),(0),(0)");
+}
+
+constexpr Command kCommands[] = {
+    {"+CMGS", sendMessage},    {"+CSCA", serviceCentre}, {"+CSMS", messageService},
+    {"+CSMP", textParameters}, {"+CNMI", indications},
+};
+
+}  // namespace
+
+const Command* findMessageCommand(std::string_view name) {
+  for (const Command& row : kCommands) {
+    if (row.name == name) {
+      return &row;
+    }
+  }
+  return nullptr;
+}
+
+}  // namespace orvix::simulator

@@ -1,0 +1,25 @@
+// The traffic of a recorded line, as docs/recording.md describes it. One thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace orvix::simulator {
+
+struct RecordedPiece {
+  std::size_t line;  // of the file, counted from 1
+  std::int64_t us;   // since the recording began; never falls from piece to piece
+  bool isSent;       // to the modem; otherwise received from it
+  std::string bytes;
+};
+
+using Recording = std::vector<RecordedPiece>;
+
+// Records of modem lines are left out. Throws std::runtime_error, whose what() begins with "line <n>: ", for an unknown
+// format or version and for a line that is no record.
+Recording readRecording(std::istream& file);
+
+}  // namespace orvix::simulator

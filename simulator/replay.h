@@ -1,0 +1,57 @@
+// Plays the modem's side of a recording: checks what the client sends against what was sent then, and answers as the
+// modem did, in the middle between the piece before an answer and the time at which the host read it. One thread at a
+// time.
+//
+// How the client's bytes fall into pieces does not matter, nor whether it sends a little sooner than in the recording,
+// before the last answer is out: a client that polls at other moments is no other client. What comes in front of
+// everything that was sent follows the moment when the station was switched on.
+#pragma once
+
+#include "simulator/recording.h"
+#include "simulator/station.h"
+
+#include <deque>
+#include <optional>
+#include <string>
+
+namespace orvix::simulator {
+
+// After the last answer a client may still break the recording for this long.
+constexpr std::int64_t kReplayLingerMs = 500;
+
+class Replay : public Station {
+ public:
+  explicit Replay(Recording played);
+
+  void receive(std::string_view bytes, std::int64_t nowMs) override;
+  std::string takeDue(std::int64_t nowMs) override;
+  std::optional<std::int64_t> nextDueMs() const override;
+
+  // All was played, or the client left the recording.
+  bool isOver() const override;
+
+  // Where the client left the recording: its line, what was expected and what came, printable. None when it did not.
+  const std::optional<std::string>& parting() const;
+
+  // What the recording waits for, as "line <n>: <bytes>", printable, or "its end".
+  std::string expected() const;
+
+ private:
+  struct Output {
+    std::int64_t dueMs;
+    std::string bytes;
+  };
+
+  void skipToSent(std::int64_t baseMs, std::int64_t baseUs);
+  bool isPlayed() const;
+
+  const Recording recording;
+  std::size_t position = 0;    // of the next piece that the client must send
+  std::size_t matched = 0;     // bytes of that piece that came already
+  std::deque<Output> outputs;  // due times never fall from front to back
+  std::int64_t endMs = 0;      // of the latest output or input
+  bool isQuiet = false;        // played, and the time to linger is over
+  std::optional<std::string> partingText;
+};
+
+}  // namespace orvix::simulator

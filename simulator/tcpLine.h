@@ -1,0 +1,57 @@
+// The line of a simulated modem on the network, as a serial server offers it: bytes over TCP, nothing else. One thread
+// at a time.
+//
+// One client at a time: another one that connects meanwhile is let go at once. A client may come back as often as it
+// likes; the modem notices neither. What is sent while there is no client is lost.
+#pragma once
+
+#include "simulator/descriptor.h"
+#include "simulator/line.h"
+
+#include <sys/socket.h>
+#include <string>
+#include <string_view>
+
+namespace orvix::simulator {
+
+// A numeric address and a port. Throws std::invalid_argument unless the text reads ADDRESS:PORT or PORT, with the
+// address in decimal dots or, for IPv6, in brackets. Without an address it is 127.0.0.1.
+struct TcpAddress {
+  explicit TcpAddress(const std::string& text);
+
+  std::string text() const;
+  bool isLoopback() const;
+
+  sockaddr_storage socketAddress{};
+  socklen_t size = 0;
+};
+
+class TcpLine final : public Line {
+ public:
+  // Port 0 lets the system choose one; name() then tells it.
+  explicit TcpLine(const TcpAddress& wanted);
+
+  std::string name() const override;
+  int descriptor() const override;
+  std::string receive() override;
+  void send(std::string_view bytes) override;
+  bool isDrained() const override;
+
+  // Until the return the port stays taken and refuses connections.
+  void hangUp() override;
+  void comeBack() override;
+
+ private:
+  void bind();
+  void watch(int socket) const;
+  void accept();
+  void endClient();
+
+  TcpAddress address;
+  Descriptor events;         // an epoll of the next two; none while hung up
+  Descriptor listener;       // while hung up bound, but not listening
+  Descriptor client;         // none until somebody connected
+  bool clientEnded = false;  // it sends no more, and makes room for the next
+};
+
+}  // namespace orvix::simulator

@@ -1,0 +1,357 @@
+// What the development modem can do wrong, its PDU mode, its recordings and its line on the network.
+
+#include "simulator/json.h"
+#include "simulator/messageLog.h"
+#include "simulator/modem.h"
+#include "simulator/printable.h"
+#include "simulator/ptyLine.h"
+#include "simulator/replay.h"
+#include "simulator/runLoop.h"
+#include "simulator/scenario.h"
+#include "simulator/tcpLine.h"
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sstream>
+#include <thread>
+#include <utility>
+
+namespace orvix::simulator {
+namespace {
+
+const std::string kOk = "\r\nOK\r\n";
+const std::string kSignal = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n";
+
+// All output of the next ten seconds as "<ms>:<bytes>|", printable, with "gone" and "back" for the line.
+std::string timeline(Station& station) {
+  std::string text;
+  while (const std::optional<std::int64_t> dueMs = station.nextDueMs()) {
+    if (*dueMs > 10000) {
+      break;
+    }
+    const bool wasOnLine = station.isOnLine();
+    const std::string bytes = station.takeDue(*dueMs);
+    text += bytes.empty() ? "" : std::to_string(*dueMs) + ":" + printable(bytes) + "|";
+    if (station.isOnLine() != wasOnLine) {
+      text += std::to_string(*dueMs) + (wasOnLine ? ":gone|" : ":back|");
+    }
+    if (station.isOver()) {
+      break;
+    }
+  }
+  return text;
+}
+
+std::string withFault(const std::string& fault) {
+  return "{\"echo\": false, \"faults\": [{" + fault + "}]}";
+}
+
+TEST(Scenario, DisturbsReplies) {
+  const std::string csq = R"("command": "AT+CSQ", )";
+  const std::string cmgs = R"("command": "at+cmgs=*", )";
+  const std::string body = R"("body": "h*", )";
+  const std::string signal = "0:" + printable(kSignal) + "|";
+  const std::string report = "AT+CSQ\r";
+  const std::string send = "AT+CMGS=\"1\"\rhi\x1a";
+  const struct {
+    std::string fault;
+    std::string sent;
+    std::string heard;
+  } rows[] = {
+      {csq + R"("silence": true)", report, ""},
+      {csq + R"("silence": true, "garbage": "ff41")", report, "0:\\xFFA|"},
+      {csq + R"("from": 2, "count": 1, "silence": true)", report + report, signal},
+      {csq + R"("from": 3, "silence": true)", report + report, "0:" + printable(kSignal + kSignal) + "|"},
+      {R"("command": "AT+C*", "silence": true)", "at+csq\rAT\r", "0:\\r\\nOK\\r\\n|"},
+      {R"("command": "AT+C", "silence": true)", report, signal},
+      {csq + R"("delayMs": 250)", report, "250:" + printable(kSignal) + "|"},
+      {csq + R"("garbage": "00fF", "nulsBefore": 1)", report, "0:\\x00\\x00\\xFF" + printable(kSignal) + "|"},
+      {R"("command": "AT", "nulsInside": 2)", "AT\r", "0:\\r\\nO\\x00\\x00K\\r\\n|"},
+      {R"("command": "AT", "pieces": {"size": 4, "everyMs": 30})", "AT\r", "0:\\r\\nOK|30:\\r\\n|"},
+      {csq + R"("unsolicited": {"before": ["A"], "between": ["B"], "after": ["C", "D"]})", report,
+       "0:\\r\\nA\\r\\n\\r\\n+CSQ: 17,99\\r\\n\\r\\nB\\r\\n\\r\\nOK\\r\\n\\r\\nC\\r\\n\\r\\nD\\r\\n|"},
+      {csq + R"("cmeError": 14)", report, "0:\\r\\n+CME ERROR: 14\\r\\n|"},
+      {R"("command": "ATE1", "cmsError": 500)", "ATE1\rAT", "0:\\r\\n+CMS ERROR: 500\\r\\n|"},
+      {csq + R"("echo": true)", report + "AT\r", "0:" + printable(kSignal) + "AT\\r\\r\\nOK\\r\\n|"},
+      {csq + R"("delayMs": 5, "hangUpMs": 700)", report + "AT\r", "5:gone|705:back|"},
+      {cmgs + R"("noPrompt": true)", send, ""},
+      {cmgs + R"("silence": true)", send, "0:\\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
+      {body + R"("cmsError": 38)", send, "0:\\r\\n> \\r\\n+CMS ERROR: 38\\r\\n|"},
+      {R"("body": "H*", "silence": true)", send, "0:\\r\\n> \\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
+  };
+  for (const auto& row : rows) {
+    Modem modem(scenarioOf(withFault(row.fault)));
+    modem.receive("AT+CMGF=1\r", 0);
+    modem.takeDue(0);
+    modem.receive(row.sent, 0);
+    EXPECT_EQ(timeline(modem), row.heard) << row.fault;
+  }
+}
+
+TEST(Scenario, ForgetsEverythingWhileTheLineIsGone) {
+  Modem modem(scenarioOf(withFault(R"("body": "*", "hangUpMs": 100)")));
+  modem.receive("AT+CMGF=1\rAT+CMGS=\"1\"\rhi\x1a", 0);
+  EXPECT_EQ(timeline(modem), "0:\\r\\nOK\\r\\n\\r\\n> |0:gone|100:back|");
+  ASSERT_EQ(modem.messages().size(), 1u);
+  modem.receive("AT+CMGF?\r", 200);
+  EXPECT_EQ(modem.takeDue(200), "\r\n+CMGF: 0\r\n" + kOk);
+}
+
+TEST(Scenario, WalksThroughTheNetwork) {
+  Modem modem(scenarioOf(R"({"echo": false, "signal": 20, "walk": [
+      {"ms": 1000, "signal": 3}, {"ms": 2000, "registration": 2}, {"ms": 3000, "signal": 9, "registration": 5}]})"));
+  modem.receive("AT+CREG=2\r", 0);
+  EXPECT_EQ(modem.takeDue(0), kOk);
+  modem.receive("AT+CSQ\r", 1500);
+  EXPECT_EQ(modem.takeDue(1500), "\r\n+CSQ: 3,99\r\n" + kOk);
+  EXPECT_EQ(timeline(modem), "2000:\\r\\n+CREG: 2\\r\\n|3000:\\r\\n+CREG: 5,\"01A5\",\"3F21\"\\r\\n|");
+  modem.receive("AT+CSQ\r", 4000);
+  EXPECT_EQ(modem.takeDue(4000), "\r\n+CSQ: 9,99\r\n" + kOk);
+}
+
+TEST(Scenario, NamesTheKeyThatIsWrong) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"[1", "not JSON"},
+      {"{} {}", "must be one JSON object"},
+      {R"({"sgnal": 3})", "sgnal: unknown key"},
+      {R"({"signal": 32})", "signal: must be 0 to 31, or 99"},
+      {R"({"signal": "3"})", "signal: must be a whole number from 0 to 99"},
+      {R"({"signal": 3.5})", "signal: must be a whole number from 0 to 99"},
+      {R"({"signal": 3, "signal": 4})", "signal: given twice"},
+      {R"({"sms": "maybe"})", "sms: must be ok, silent, no-prompt or an error code"},
+      {R"({"faults": {}})", "faults: must be a list"},
+      {R"({"faults": [{"silence": true}]})", "faults[0]: command or body is missing"},
+      {R"({"faults": [{"command": "AT", "body": "x"}]})", "faults[0].body: a fault has one command or one body"},
+      {R"({"faults": [{"command": "AT", "cmsError": 1, "cmeError": 2}]})",
+       "faults[0].cmeError: a fault has one cmsError or one cmeError"},
+      {R"({"faults": [{"command": "AT", "silence": 1}]})", "faults[0].silence: must be true or false"},
+      {R"({"faults": [{"command": "AT", "garbage": "f"}]})",
+       "faults[0].garbage: must be two hexadecimal digits a byte"},
+      {R"({"faults": [{"command": "AT"}, {"command": "AT", "pieces": {"siz": 1}}]})",
+       "faults[1].pieces.siz: unknown key"},
+      {R"({"faults": [{"command": "AT", "unsolicited": {"after": [1]}}]})",
+       "faults[0].unsolicited.after[0]: must be a text"},
+      {R"({"walk": [{"ms": 5}, {"ms": 4}]})", "walk[1]: ms must not fall from step to step"},
+  };
+  for (const auto& [json, complaint] : rows) {
+    try {
+      scenarioOf(json);
+      ADD_FAILURE() << json << " was accepted";
+    } catch (const JsonError& error) {
+      EXPECT_EQ(std::string(error.what()).substr(0, std::string(complaint).size()), complaint) << json;
+    }
+  }
+}
+
+TEST(PduMode, TakesSubmittedMessages) {
+  const struct {
+    const char* name;
+    int octets;
+    const char* pdu;
+    const char* number;  // empty: refused
+    const char* text;
+  } rows[] = {
+      {"7 bit", 23, "049194001011000A9194711032540000FF0BE8329BFD06DDDF723619", "+4917012345", "hello world"},
+      {"extension", 27, "04919400101100048110070000FF13E10D4FBCF16D50E34D6AD3DB5036C0CD0B", "0170", "a[b]{c}~^|\\"},
+      {"UCS-2", 18, "04919400101100048110070008FF08017E006C00750165", "0170", "\u017elu\u0165"},
+      {"surrogates", 12, "0001000181F1000804D83DDE00", "1", "\U0001F600"},
+      {"half a pair", 10, "0001000181F1000802D83D", "1", "\uFFFD"},
+      {"8 bit", 10, "0001000181F1000402E941", "1", "\u00e9A"},
+      {"long validity", 18, "0019000181F10004AAAAAAAAAAAAAA03414243", "1", "ABC"},
+      {"header", 15, "0041000181F100000805000301020190", "1", "H"},
+      {"surplus", 11, "0001000181F1000402E94100", "", ""},
+      {"other length", 22, "049194001011000A9194711032540000FF0BE8329BFD06DDDF723619", "", ""},
+      {"compressed", 10, "0001000181F1002002E941", "", ""},
+      {"no digits", 10, "0001000181F100FF02E94", "", ""},
+      {"cut short", 9, "0001000181F1000402E9", "", ""},
+      {"not to be sent", 10, "0002000181F1000402E941", "", ""},
+  };
+  for (const auto& row : rows) {
+    Modem modem;
+    modem.receive("ATE0\rAT+CMGS=" + std::to_string(row.octets) + "\r", 0);
+    modem.takeDue(0);
+    modem.receive(row.pdu + std::string(1, '\x1a'), 0);
+    const bool isTaken = *row.number != '\0';
+    EXPECT_EQ(modem.takeDue(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << row.name;
+    ASSERT_EQ(modem.messages().size(), isTaken ? 1u : 0u) << row.name;
+    if (isTaken) {
+      EXPECT_EQ(modem.messages()[0].destination, row.number) << row.name;
+      EXPECT_EQ(modem.messages()[0].text, row.text) << row.name;
+    }
+  }
+}
+
+TEST(MessageLine, HoldsAnyText) {
+  const std::string line = messageLine({"1", std::string("\"\xe9\n\0", 4), MessageMode::text, std::nullopt}, 0);
+  EXPECT_EQ(line.substr(0, line.find(", \"at\"")),
+            R"({ "number" : "1", "text" : "\"é\n\u0000", "mode" : "text", "reference" : null)");
+}
+
+constexpr char kHeader[] = "{\"format\": \"orvix-gsm-recording\", \"version\": 1}\n";
+
+// AT, CR at 100 ms; "x" read at 150 ms; "y" at 400 ms; ATI, CR at 1000 ms; "z" at 1001 ms. Answers are played halfway.
+Recording recorded() {
+  std::istringstream file(std::string(kHeader) + R"({"us": 1, "kind": "linesRead", "hex": "2601"}
+{"us": 100000, "kind": "sent", "hex": "41540d", "text": "ignored", "more": 1}
+{"us": 150000, "kind": "received", "hex": "78"}
+{"us": 400000, "kind": "received", "hex": "79"}
+{"us": 1000000, "kind": "sent", "hex": "4154490D"}
+{"us": 1001000, "kind": "received", "hex": "7a"})");
+  return readRecording(file);
+}
+
+TEST(Replay, AnswersAsTheModemDid) {
+  Replay replay(recorded());
+  EXPECT_EQ(replay.expected(), "line 3: \"AT\\r\"");
+  replay.receive("A", 5000);
+  replay.receive("T\r", 6000);
+  EXPECT_EQ(timeline(replay), "6025:x|6175:y|");
+  replay.receive("ATI\r", 7000);
+  EXPECT_FALSE(replay.isOver());
+  EXPECT_EQ(timeline(replay), "7000:z|");
+  EXPECT_TRUE(replay.isOver());
+  EXPECT_EQ(replay.parting(), std::nullopt);
+}
+
+TEST(Replay, SaysWhereTheClientLeaves) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"ATZ\r", R"(expected line 3: "AT\r", received "ATZ\r")"},
+      {"AT\rATX", R"(expected line 6: "ATI\r", received "ATX")"},
+      {"AT\rATI\rAT", R"(expected its end, received "AT")"},
+  };
+  for (const auto& [sent, parting] : rows) {
+    Replay replay(recorded());
+    for (const char& byte : std::string(sent)) {
+      replay.receive({&byte, 1}, 0);
+    }
+    EXPECT_TRUE(replay.isOver());
+    // What came in one piece is shown as a whole.
+    Replay whole(recorded());
+    whole.receive(sent, 0);
+    EXPECT_EQ(whole.parting(), parting);
+  }
+}
+
+TEST(Recording, NamesTheLineThatIsBroken) {
+  const std::string header = kHeader;
+  const std::string record = R"({"us": 5, "kind": "sent", "hex": "41"})";
+  const std::pair<std::string, const char*> rows[] = {
+      {"", "line 1: missing"},
+      {R"({"format": "another", "version": 1})", "line 1: format: must be orvix-gsm-recording"},
+      {R"({"format": "orvix-gsm-recording", "version": 2})", "line 1: version: "},
+      {header + record + "\nhm", "line 3: not JSON"},
+      {header + R"({"us": 5, "kind": "lost", "hex": "41"})", "line 2: kind: must be"},
+      {header + R"({"us": 5, "kind": "sent", "hex": "4"})", "line 2: hex: must be"},
+      {header + R"({"us": 5, "kind": "sent"})", "line 2: hex: missing"},
+      {header + record + "\n" + R"({"us": 4, "kind": "sent", "hex": "41"})", "line 3: us: must be"},
+  };
+  for (const auto& [text, complaint] : rows) {
+    std::istringstream file(text);
+    try {
+      readRecording(file);
+      ADD_FAILURE() << text << " was accepted";
+    } catch (const std::runtime_error& error) {
+      EXPECT_EQ(std::string(error.what()).substr(0, std::string(complaint).size()), complaint) << text;
+    }
+  }
+}
+
+TEST(TcpAddress, TakesNumericAddresses) {
+  const struct {
+    const char* text;
+    const char* shown;  // empty: refused
+    bool isLoopback;
+  } rows[] = {
+      {"80", "127.0.0.1:80", true},
+      {"127.1.2.3:80", "127.1.2.3:80", true},
+      {"[::1]:80", "[::1]:80", true},
+      {"0.0.0.0:1", "0.0.0.0:1", false},
+      {"[::]:1", "[::]:1", false},
+      {"localhost:80", "", false},
+      {":80", "", false},
+      {"127.0.0.1:", "", false},
+      {"65536", "", false},
+      {"", "", false},
+  };
+  for (const auto& row : rows) {
+    if (*row.shown == '\0') {
+      EXPECT_THROW(TcpAddress{row.text}, std::invalid_argument) << row.text;
+      continue;
+    }
+    const TcpAddress address(row.text);
+    EXPECT_EQ(address.text(), row.shown);
+    EXPECT_EQ(address.isLoopback(), row.isLoopback) << row.text;
+  }
+}
+
+// Connected, or -1 when refused.
+Descriptor connectTo(const std::string& name) {
+  const TcpAddress address(name);
+  Descriptor client(::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+  const auto* target = reinterpret_cast<const sockaddr*>(&address.socketAddress);
+  return ::connect(client.get(), target, address.size) == 0 ? std::move(client) : Descriptor();
+}
+
+// What comes until so many bytes are there or the line ends.
+std::string hear(const Descriptor& client, std::size_t size) {
+  std::string heard;
+  for (pollfd event{client.get(), POLLIN, 0}; heard.size() < size && ::poll(&event, 1, 5000) == 1;) {
+    char buffer[64];
+    const ssize_t count = ::recv(client.get(), buffer, sizeof buffer, 0);
+    if (count <= 0) {
+      break;
+    }
+    heard.append(buffer, static_cast<std::size_t>(count));
+  }
+  return heard;
+}
+
+TEST(TcpLine, ServesOneClientAtATime) {
+  Modem modem(scenarioOf(withFault(R"("command": "ATZ", "hangUpMs": 50)")));
+  TcpLine line(TcpAddress("0"));
+  const StopEvent stop;
+  const StopEvent returned;
+  std::thread loop([&] { run(modem, line, stop, [&] { returned.request(); }); });
+  const std::string name = line.name();
+  for (int round = 0; round < 20; ++round) {
+    const Descriptor client = connectTo(name);
+    EXPECT_EQ(::send(client.get(), "AT\r", 3, 0), 3);
+    EXPECT_EQ(hear(client, kOk.size()), kOk) << round;
+    EXPECT_EQ(hear(connectTo(name), 1), "") << "a second client is let go";
+    ::shutdown(client.get(), SHUT_WR);
+  }
+  const Descriptor client = connectTo(name);
+  EXPECT_EQ(::send(client.get(), "ATZ\r", 4, 0), 4);
+  EXPECT_EQ(hear(client, 1), "");
+  pollfd event{returned.descriptor(), POLLIN, 0};
+  EXPECT_EQ(::poll(&event, 1, 5000), 1);
+  const Descriptor next = connectTo(name);
+  EXPECT_EQ(::send(next.get(), "AT\r", 3, 0), 3);
+  EXPECT_EQ(hear(next, kOk.size()), kOk);
+  stop.request();
+  loop.join();
+  line.hangUp();
+  EXPECT_LT(connectTo(name).get(), 0) << "a line that is gone refuses";
+}
+
+TEST(PtyLine, ComesBackUnderItsLink) {
+  const std::string link = testing::TempDir() + "orvix-line-" + std::to_string(::getpid());
+  PtyLine line(link);
+  const Descriptor client(::open(link.c_str(), O_RDWR | O_NOCTTY));
+  line.hangUp();
+  EXPECT_NE(::access(link.c_str(), F_OK), 0);
+  char byte = 0;
+  EXPECT_EQ(::read(client.get(), &byte, 1), 0);
+  EXPECT_EQ(line.descriptor(), -1);
+  line.comeBack();
+  const Descriptor next(::open(link.c_str(), O_RDWR | O_NOCTTY));
+  line.send("x");
+  EXPECT_EQ(::read(next.get(), &byte, 1), 1);
+  EXPECT_EQ(byte, 'x');
+  EXPECT_TRUE(line.isDrained());
+}
+
+}  // namespace
+}  // namespace orvix::simulator
