@@ -35,9 +35,11 @@ struct StateRow {
 
 constexpr char kConfigFirst[] = "Failed: SetConfig first, current state : kNoData";
 
+constexpr char kNoTerminate[] = "Failed: cannot terminate device in current State: kNone";
+
+// clang-format off
 const StateRow kStates[] = {
-    {DeviceState::kNone, "kNone", DeviceStatus::kNoData, kConfigFirst, kConfigFirst,
-     "Failed: cannot terminate device in current State: kNone"},
+    {DeviceState::kNone, "kNone", DeviceStatus::kNoData, kConfigFirst, kConfigFirst, kNoTerminate},
     {DeviceState::kCreated, "kCreated", DeviceStatus::kNoData, kConfigFirst, kConfigFirst, nullptr},
     {DeviceState::kWithConfig, "kWithConfig", DeviceStatus::kNoData, nullptr, nullptr, nullptr},
     {DeviceState::kConnect, "kConnect", DeviceStatus::kReady, nullptr, nullptr, nullptr},
@@ -48,9 +50,9 @@ const StateRow kStates[] = {
     {DeviceState::kError, "kError", DeviceStatus::kError, nullptr, nullptr, nullptr},
     {DeviceState::kReady, "kReady", DeviceStatus::kReady, nullptr, nullptr, nullptr},
     {kUnknownState, "kNone", DeviceStatus::kNoData, "Failed: Command not accepted in current state: kNoData",
-     "Unexpected: Command not accepted in current state: kNoData",
-     "Failed: cannot terminate device in current State: kNone"},
+     "Unexpected: Command not accepted in current state: kNoData", kNoTerminate},
 };
+// clang-format on
 
 TEST_F(DeviceTest, EveryStateAnswersAsItsRowSays) {
   for (const StateRow& row : kStates) {
@@ -169,11 +171,10 @@ struct ConfigRow {
   const char* status;
 };
 
+// clang-format off
 const ConfigRow kConfigs[] = {
-    {R"({"id":"gsmmodem","name":"gsmmodemconfiguration")"
-     R"(,"config":{"mode":"x","comstr":"y","ip":{"address":"z","port":0}},
-        "more":1})",
-     "OK"},
+    {R"({"id":"gsmmodem","name":"gsmmodemconfiguration","config":)"
+     R"({"mode":"x","comstr":"y","ip":{"address":"z","port":0}},"more":1})", "OK"},
     {R"({})", "Failed: Parameter ID missing."},
     {R"({"id":1})", "Failed: Parameter ID missing."},
     {R"({"id":"a"})", "Failed: Parameter name missing."},
@@ -182,24 +183,21 @@ const ConfigRow kConfigs[] = {
     {R"({"id":"a","name":"b","config":{}})", "Failed: Parameter config.mode missing."},
     {R"({"id":"a","name":"b","config":{"mode":""}})", "Failed: Parameter config.comstr missing."},
     {R"({"id":"a","name":"b","config":{"mode":"","comstr":""}})", "Failed: Parameter config.ip missing."},
-    {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{}}})",
-     "Failed: Parameter config.ip.address missing."},
+    {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{}}})", "Failed: Parameter config.ip.address missing."},
     {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{"address":"","port":"2233"}}})",
      "Failed: Parameter config.ip.port missing."},
     {R"({"id":"a","name":"b","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
      "Failed: Parameter ID invalid."},
     {R"({"id":"GSMMODEM","name":"GsmModem","config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
      "Failed: Parameter name invalid.: Expected [GSMMODEMConfiguration] But got [GsmModem]..."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
-     R"(,"config":{"mode":"","comstr":"","ip":{"address":"","port":1}}})",
-     "Failed: Parameter config.mode is empty."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
-     R"(,"config":{"mode":"a","comstr":"","ip":{"address":"","port":1}}})",
-     "Failed: Parameter config.comstr is empty."},
-    {R"({"id":"GSMModem","name":"GSMModemConfiguration")"
-     R"(,"config":{"mode":"a","comstr":"b","ip":{"address":"","port":1}}})",
-     "Failed: Parameter config.ip.address is empty."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":)"
+     R"({"mode":"","comstr":"","ip":{"address":"","port":1}}})", "Failed: Parameter config.mode is empty."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":)"
+     R"({"mode":"a","comstr":"","ip":{"address":"","port":1}}})", "Failed: Parameter config.comstr is empty."},
+    {R"({"id":"GSMModem","name":"GSMModemConfiguration","config":)"
+     R"({"mode":"a","comstr":"b","ip":{"address":"","port":1}}})", "Failed: Parameter config.ip.address is empty."},
 };
+// clang-format on
 
 constexpr char kDefaultConfig[] =
     R"({ "id" : "GSMModem", "name" : "GSMMODEMConfiguration", "config" : { "mode" : "com", "comstr" : )"

@@ -135,20 +135,19 @@ struct SmsRow {
   const char* log;
 };
 
+constexpr char kModeFailed[] = "set the text mode for SMS writing failed!";
+constexpr char kNumberFailed[] = "set the target telephone number, to which the SMS shall be sent failed!";
+
+// clang-format off
 const SmsRow kFailedMessages[] = {
-    {{"AT+CMGF=1\r", "\r\nERROR\r\n"}, kMismatch, 1, "set the text mode for SMS writing failed!"},
-    {{"AT+CMGF=1\r", ""}, kNoReply, 1, "set the text mode for SMS writing failed!"},
-    {{"AT+CMGS=\"0123456789\"\r", "\r\n+CME ERROR: 10\r\n"},
-     "Failed: ERROR: 10",
-     2,
-     "set the target telephone number, to which the SMS shall be sent failed!"},
-    {{"AT+CMGS=\"0123456789\"\r", "\r\nwait\r\n"},
-     kMismatch,
-     2,
-     "set the target telephone number, to which the SMS shall be sent failed!"},
+    {{"AT+CMGF=1\r", "\r\nERROR\r\n"}, kMismatch, 1, kModeFailed},
+    {{"AT+CMGF=1\r", ""}, kNoReply, 1, kModeFailed},
+    {{"AT+CMGS=\"0123456789\"\r", "\r\n+CME ERROR: 10\r\n"}, "Failed: ERROR: 10", 2, kNumberFailed},
+    {{"AT+CMGS=\"0123456789\"\r", "\r\nwait\r\n"}, kMismatch, 2, kNumberFailed},
     {{"hi\x1a\r\n\r", "\r\n+CMS ERROR: 500\r\n"}, "Failed: ERROR: 500", 3, "send text failed! "},
     {{"hi\x1a\r\n\r", "\r\n+CMGS: 1\r\n", 10, "OK", 10100}, kMismatch, 3, "send text failed! "},
 };
+// clang-format on
 
 TEST_F(DialogueTest, FailedMessageIsReportedThreeWays) {
   for (const SmsRow& row : kFailedMessages) {

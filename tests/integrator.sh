@@ -1,17 +1,11 @@
 #!/usr/bin/env bash
 # An integrator's first hour: build examples/host against the installed files alone, and run it on a simulated modem.
 # Usage: integrator.sh BUILD-FOLDER "CMAKE-OPTIONS" [EMULATOR...]
-set -eu
 build=$1
 options=$2
 shift 2
-folder=$(mktemp -d)
-simulator=
-finish() {
-  [[ -z $simulator ]] || { kill "$simulator" 2>/dev/null || true; wait "$simulator" || true; }
-  rm -rf "$folder"
-}
-trap finish EXIT
+. "$(dirname "$0")/programs.sh" "" "$@"
+bin=$folder/usr/bin
 
 for component in runtime dev; do
   cmake --install "$build" --component "$component" --prefix "$folder/usr" >/dev/null
@@ -23,12 +17,7 @@ cmake -G Ninja -S "$folder/source" -B "$folder/build" -DCMAKE_FIND_ROOT_PATH="$f
   -DCMAKE_PREFIX_PATH="$folder/usr" $options >/dev/null
 cmake --build "$folder/build"
 
-"$@" "$folder/usr/bin/gsm-modem-simulator" --link "$folder/modem" --signal 20 >"$folder/modem.txt" &
-simulator=$!
-for _ in $(seq 200); do
-  grep -q '^modem on ' "$folder/modem.txt" && break
-  sleep 0.05
-done
+start_modem --link "$folder/modem" --signal 20
 sed "s|/dev/ttyUSB0|$folder/modem|" "$folder/usr/share/doc/orvix-gsm/examples/modem.json" >"$folder/modem.json"
-"$@" "$folder/build/example-host" "$folder/modem.json" | tee "$folder/report.txt"
+"${emulator[@]}" "$folder/build/example-host" "$folder/modem.json" | tee "$folder/report.txt"
 grep -qF '"percent" : 63, "dBm" : -73, "valid" : true' "$folder/report.txt"
