@@ -8,7 +8,7 @@ examples=$(cd "$(dirname "$0")/../examples" && pwd)
 talk() { printf '%b' "$1" | timeout 20 socat -t "$2" - "TCP:$line" | tr -d '\r' >"$folder/talk.txt" || fail "socat"; }
 refuses() {
   local status=0
-  "${emulator[@]}" timeout 20 "$bin/gsm-modem-simulator" "${@:2}" >"$folder/refused.txt" 2>&1 || status=$?
+  timeout 20 "${emulator[@]}" "$bin/gsm-modem-simulator" "${@:2}" >"$folder/refused.txt" 2>&1 || status=$?
   [[ $status == 2 ]] || fail "${*:2} ended with $status, not 2"
   expect refused "$1"
 }
