@@ -354,4 +354,45 @@ TEST_F(DialogueTest, CommandReopensAClosedLine) {
             "Failed: XPLOpen dcb:: " + link + ":9600,n,8,1");
 }
 
+class Tracer : public orvix::ITraceProvider {
+ public:
+  bool enabled = true;
+  int asked = 0;
+  int settingsAsked = 0;
+  std::string traffic;
+
+  bool IsTraceEnabled() override {
+    ++asked;
+    return enabled;
+  }
+  void* GetTraceContext() override {
+    ++settingsAsked;
+    return this;
+  }
+  XplTraceCallback GetTraceCallback() override { return record; }
+
+ private:
+  static int record(void* context, int kind, unsigned /*slot*/, const void* data, unsigned length) {
+    static_cast<Tracer*>(context)->traffic +=
+        std::to_string(kind) + std::string(static_cast<const char*>(data), kind < 3 ? length : 0);
+    return 0;
+  }
+};
+
+TEST_F(DialogueTest, TraceProviderIsAskedAtEveryOpen) {
+  Tracer tracer;
+  device.setTraceProvider(&tracer);
+  configure();
+  device.Start();
+  EXPECT_EQ(tracer.asked, 2);  // the start's own opening, and its probe's
+  EXPECT_EQ(tracer.traffic, "2AT+CMGF?\r1\r\n+CMGF: 0\r\n\r\nOK\r\n");
+  device.Stop();
+  tracer.enabled = false;
+  tracer.traffic.clear();
+  tracer.settingsAsked = 0;
+  device.Start();
+  EXPECT_EQ(tracer.settingsAsked, 0);
+  EXPECT_EQ(tracer.traffic, "");
+}
+
 }  // namespace
