@@ -77,7 +77,9 @@ void sendControlCode(const Options& options) {
   if (!answer.isEmpty()) {
     std::cout << answer.toJSON() << std::endl;
   }
-  require(status, status.code() == Status::kInvalidArgument ? kUsage : kModem);
+  const bool isInputWrong = status.code() == Status::kInvalidArgument || status.code() == Status::kInvalidPointer ||
+                            status.toString().rfind("Failed: Parameter ", 0) == 0;
+  require(status, isInputWrong ? kUsage : kModem);
 }
 
 }  // namespace orvix::host

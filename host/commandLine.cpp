@@ -31,10 +31,10 @@ void addCommonOptions(CLI::App* app, Options* options) {
   app->add_flag("--trace", options->trace, "Show the line's traffic on standard error");
   app->add_flag("--hex", options->hex, "The same with hexadecimal bytes");
   app->add_option("--record", options->record, "Record the line's traffic, see docs/recording.md")->type_name("FILE");
-  app->add_option("-v", options->verbosity, "Log to standard error up to this verbosity, 1 to 5")
+  app->add_option("-v", options->verbosity, "Log to standard error up to this verbosity, 0 to 5")
       ->type_name("LEVEL")
       ->check(CLI::Range(0, 5).description(""));
-  app->add_flag("--json", options->json, "JSON for scripts, one document a line");
+  app->add_flag("--json", options->json, "JSON for scripts, one document a line (report, sms, monitor, control)");
   app->add_flag_callback("--no-color", switchColorOff, "No colours, as with NO_COLOR set");
 }
 

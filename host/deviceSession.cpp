@@ -1,5 +1,6 @@
 #include "host/deviceSession.h"
 
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 
@@ -42,7 +43,9 @@ void refuseDefault(IDevice* device, const std::string& configFile) {
 PluginLibrary::Device create(const PluginLibrary& library, const Options& options, const SimulatedModem* simulated,
                              ITraceProvider* trace) {
   const std::unique_ptr<ScratchConfig> scratch = configFor(options, simulated);
-  const std::string configFile = scratch != nullptr ? scratch->path() : options.configFile;
+  // A bare name can be read but not saved.
+  const std::string configFile =
+      scratch != nullptr ? scratch->path() : std::filesystem::absolute(options.configFile).string();
   BSONBuilder args;
   args.appendString("cfgfile", configFile);
   Status status;

@@ -26,6 +26,7 @@ class Ear final : public TrafficListener {
 };
 
 struct Finding {
+  bool isAsConfigured = true;  // not at another speed
   std::string line;
   Status status;      // of a data report: the probe, then both queries
   std::string heard;  // every byte that came back
@@ -76,6 +77,7 @@ std::vector<Options> attemptsFor(const Options& options, const std::string& line
     for (const char* const speed : {"115200", "9600", "57600", "38400", "19200", "230400"}) {
       Options attempt = options;
       attempt.configFile.clear();
+      attempt.record.clear();  // the recording is of the line as configured
       attempt.device = pathOf(line) + ":" + speed + ",n,8,1";
       if (attempt.device != line) {
         attempts.push_back(attempt);
@@ -90,6 +92,7 @@ Finding findAnswer(const Options& options, const std::string& line) {
   bool isFirst = true;
   for (const Options& attempt : attemptsFor(options, line)) {
     Finding finding = ask(attempt);
+    finding.isAsConfigured = isFirst;
     say(isFirst ? "as configured" : "", finding.line + "  " + summaryOf(finding));
     if (isAnswer(finding)) {
       return finding;
@@ -102,6 +105,15 @@ Finding findAnswer(const Options& options, const std::string& line) {
   return first;
 }
 
+// The modem's own error, which the status of a report leaves out.
+std::string refusalOf(const Finding& finding) {
+  const std::size_t error = finding.heard.rfind("ERROR: ");
+  if (error == std::string::npos) {
+    return explained(finding.status.toString());
+  }
+  return explained(finding.heard.substr(error, finding.heard.find_first_of("\r\n", error) - error));
+}
+
 std::string adviceForSilence(const Finding& finding) {
   if (finding.heard.empty()) {
     return "no byte came back at any speed: check power and cable; a modem with several ports answers on another one";
@@ -109,16 +121,15 @@ std::string adviceForSilence(const Finding& finding) {
   return "bytes came back, but no answer: this port is not the modem's command port, or the speed is an unusual one";
 }
 
-std::string adviceFor(const Finding& finding, const std::string& configured) {
+std::string adviceFor(const Finding& finding) {
   if (!isAnswer(finding)) {
     return adviceForSilence(finding);
   }
-  if (finding.line != configured) {
+  if (!finding.isAsConfigured) {
     return "the modem runs at another speed: use \"" + finding.line + "\"";
   }
   if (!finding.status.isOk()) {
-    return "the modem answers but refuses: " + explained(finding.status.toString()) +
-           "; check the SIM card and its PIN";
+    return "the modem answers but refuses: " + refusalOf(finding) + "; check the SIM card and its PIN";
   }
   const std::string registration = registrationText(finding.report);
   if (!finding.report.getBool("GSMModem.report.signalQuality.valid", false)) {
@@ -148,14 +159,18 @@ void examineModem(const Options& options) {
       }
       throw Failure(kLine, trouble);
     }
+    for (const std::string& other : openersOf(configured)) {
+      say("", yellow(std::cout, "is open in " + other + " as well"));
+    }
+    say("", green(std::cout, "is there, may be opened, and is not locked"));
+    session.start();  // a configuration that cannot work is told here
   }
-  say("", green(std::cout, "is there, may be opened, and is held by nobody"));
   const Finding finding = findAnswer(options, configured);
   if (finding.status.isOk()) {
     say("signal", signalText(finding.report));
     say("registration", registrationText(finding.report));
   }
-  const std::string advice = adviceFor(finding, configured);
+  const std::string advice = adviceFor(finding);
   if (!advice.empty()) {
     throw Failure(kModem, advice);
   }

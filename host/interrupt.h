@@ -1,9 +1,9 @@
-// SIGINT and SIGTERM as a wish to end. Any thread; install once.
+// SIGINT, SIGTERM and SIGHUP as a wish to end. Any thread; install once.
 #pragma once
 
 namespace orvix::host {
 
-// From now on the two signals only make isInterrupted true.
+// From now on these signals only make isInterrupted true.
 void catchInterrupts();
 bool isInterrupted();
 // Waits; returns early, false, when interrupted.

@@ -4,11 +4,13 @@
 #include <grp.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/sysmacros.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -34,22 +36,52 @@ bool holds(const fs::path& process, dev_t device) {
   return false;
 }
 
-std::string holderOf(const std::string& path) {
+std::string processText(const std::string& number) {
+  std::string name;
+  std::getline(std::ifstream("/proc/" + number + "/comm"), name);
+  return std::string("process ").append(number).append(" (").append(name).append(")");
+}
+
+std::vector<std::string> openers(const std::string& path) {
+  std::vector<std::string> found;
   struct stat wanted {};
   if (stat(path.c_str(), &wanted) != 0) {
-    return "another process";
+    return found;
   }
   const std::string self = std::to_string(getpid());
   std::error_code refused;
   for (const fs::directory_entry& process : fs::directory_iterator("/proc", refused)) {
     const std::string number = process.path().filename();
     if (isNumber(number) && number != self && holds(process.path(), wanted.st_rdev)) {
-      std::string name;
-      std::getline(std::ifstream(process.path() / "comm"), name);
-      return std::string("process ").append(number).append(" (").append(name).append(")");
+      found.push_back(processText(number));
     }
   }
-  return "another process";
+  return found;
+}
+
+// Who holds the lock, by the system's list of locks; "" when that does not tell.
+std::string lockerOf(const std::string& path) {
+  struct stat wanted {};
+  if (stat(path.c_str(), &wanted) != 0) {
+    return "";
+  }
+  char node[64];
+  std::snprintf(node, sizeof node, " %02x:%02x:%llu ", major(wanted.st_dev), minor(wanted.st_dev),
+                static_cast<unsigned long long>(wanted.st_ino));
+  std::ifstream locks("/proc/locks");
+  for (std::string row; std::getline(locks, row);) {
+    const std::size_t place = row.find(node);
+    if (place != std::string::npos && row.find("FLOCK") != std::string::npos) {
+      return processText(row.substr(row.rfind(' ', place - 1) + 1, place - row.rfind(' ', place - 1) - 1));
+    }
+  }
+  return "";
+}
+
+std::string holderOf(const std::string& path) {
+  const std::string locker = lockerOf(path);
+  const std::vector<std::string> others = openers(path);
+  return !locker.empty() ? locker : others.empty() ? "another process" : others.front();
 }
 
 std::string groupOf(const std::string& path) {
@@ -63,11 +95,13 @@ std::string openTrouble(const std::string& path, int error) {
   switch (error) {
     case ENOENT:
       if (path.rfind("/dev/tcp/", 0) == 0) {
-        return text + "; Linux has no such files: link one with scripts/tcp-line ADDRESS PORT";
+        return text + "; Linux has no such files: link one with tcp-line ADDRESS PORT (in scripts or /usr/lib/orvix)";
       }
       return text + "; is the modem plugged in?";
     case EACCES:
       return text + "; join the group " + groupOf(path);
+    case EBUSY:
+      return path + " is held by " + holderOf(path) + ": end it, or choose another line";
     default:
       return text;
   }
@@ -93,6 +127,10 @@ std::string lineTrouble(const std::string& connectionString) {
   }
   close(descriptor);
   return text;
+}
+
+std::vector<std::string> openersOf(const std::string& connectionString) {
+  return openers(pathOf(connectionString));
 }
 
 std::vector<std::string> serialDevices() {

@@ -13,6 +13,9 @@ std::string pathOf(const std::string& connectionString);
 // Permission denied; join the group dialout". "" when the file opens, is a terminal, and nobody holds it.
 std::string lineTrouble(const std::string& connectionString);
 
+// Other processes that have the device open, locked or not, as "process 12 (picocom)", as far as this user may see.
+std::vector<std::string> openersOf(const std::string& connectionString);
+
 // Serial devices that a modem may be behind.
 std::vector<std::string> serialDevices();
 

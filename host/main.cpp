@@ -1,3 +1,6 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <iostream>
 
@@ -15,10 +18,17 @@ int complain(const char* what, int exitCode) {
   return exitCode;
 }
 
+// A reader of a pipe that has seen enough is no failure, a full disk is.
+bool isReaderGone() {
+  struct stat output {};
+  return fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
+}
+
 int run(const Invocation& invocation) {
   try {
     invocation.command(invocation.options);
-    return kDone;
+    std::cout.flush();
+    return std::cout || isReaderGone() ? kDone : complain("the output cannot be written", kInternal);
   } catch (const Failure& failure) {
     return complain(failure.what(), failure.exitCode());
   } catch (const std::exception& error) {

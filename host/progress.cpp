@@ -57,7 +57,7 @@ void Progress::redraw() {
   std::unique_lock<std::mutex> guard(lock);
   do {
     const double seconds = duration<double>(steady_clock::now() - begin).count();
-    std::fprintf(stderr, "\r\x1b[K  ... %s (%.1f s)", step.c_str(), seconds);
+    std::fprintf(stderr, "\r\x1b[K\x1b[?7l  %4.1f s  %s\x1b[?7h", seconds, step.c_str());  // never wrapped
   } while (!wake.wait_for(guard, milliseconds(100), [this] { return isDone; }));
   std::fputs("\r\x1b[K", stderr);
 }

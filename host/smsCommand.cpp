@@ -32,13 +32,27 @@ std::string textOf(const Options& options) {
   return text;
 }
 
+void checkText(const std::string& text, const Options& options) {
+  if (text.empty()) {
+    throw Failure(kUsage, "the text is empty");
+  }
+  if (text.find('\0') != std::string::npos) {
+    throw Failure(kUsage, "the text holds a NUL byte, where it would be cut off");
+  }
+  if (text.find_first_of("\x1a\x1b") != std::string::npos && !options.force) {
+    throw Failure(kUsage, "the text holds Ctrl-Z or Escape, which end it at the modem (--force sends it as it is)");
+  }
+}
+
 }  // namespace
 
 void sendMessage(const Options& options) {
   checkPhone(options);
+  const std::string text = textOf(options);
+  checkText(text, options);
   BSONBuilder message;
   message.appendString("phone", options.phone);
-  message.appendString("text", textOf(options));
+  message.appendString("text", text);
   const BSONObject params = message.getObject(false);
   Progress progress(!options.trace && !options.hex && options.verbosity == 0);
   DeviceSession session(options, Telling::kNothing, &progress);

@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <iostream>
 
@@ -72,7 +73,7 @@ std::string isoTime() {
   const std::tm local = localTime(std::time(nullptr));
   char text[48];
   std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
-  return text;
+  return std::string(text).insert(std::strlen(text) - 2, ":");
 }
 
 std::string jsonString(const std::string& text) {

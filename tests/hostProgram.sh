@@ -28,6 +28,11 @@ for phone in "" "12 34" "x"; do
   host phone 2 --simulate sms "$phone" text
   expect phone "is no phone number"
 done
+printf 'cancel\033' | host escape 2 --simulate sms 123 -
+expect escape "Ctrl-Z or Escape"
+if [[ -w /dev/full ]]; then
+  "${emulator[@]}" "$bin/gsm-host" get version >/dev/full 2>"$folder/full.txt" && fail "a full disk was no failure"
+fi
 host version 0 get version
 expect version '{ "version" : "0.00.1" }'
 host property 2 get nonsense

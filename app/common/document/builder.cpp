@@ -98,14 +98,18 @@ bool BSONBuilder::appendArray(const std::string& key, const BSONArray& array) {
   return fits(key) && bson_append_array(writable(), key.c_str(), lengthOf(key), array.readable());
 }
 
-bool BSONBuilder::appendArrayBegin(const std::string& key, BSONBuilder* child) {
+bool BSONBuilder::open(const std::string& key, BSONBuilder* child, Opener* opener) {
   DocumentHandle opened = shareDocument(bson_new());
   if (child == nullptr || child == this || !fits(key) ||
-      !bson_append_array_begin(writable(), key.c_str(), lengthOf(key), opened.get())) {
+      !opener(writable(), key.c_str(), lengthOf(key), opened.get())) {
     return false;
   }
   child->document = std::move(opened);
   return true;
+}
+
+bool BSONBuilder::appendArrayBegin(const std::string& key, BSONBuilder* child) {
+  return open(key, child, bson_append_array_begin);
 }
 
 bool BSONBuilder::appendArrayEnd(BSONBuilder* child) {
@@ -113,13 +117,7 @@ bool BSONBuilder::appendArrayEnd(BSONBuilder* child) {
 }
 
 bool BSONBuilder::appendDocumentBegin(const std::string& key, BSONBuilder* child) {
-  DocumentHandle opened = shareDocument(bson_new());
-  if (child == nullptr || child == this || !fits(key) ||
-      !bson_append_document_begin(writable(), key.c_str(), lengthOf(key), opened.get())) {
-    return false;
-  }
-  child->document = std::move(opened);
-  return true;
+  return open(key, child, bson_append_document_begin);
 }
 
 bool BSONBuilder::appendDocumentEnd(BSONBuilder* child) {

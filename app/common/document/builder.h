@@ -63,7 +63,10 @@ class BSONBuilder {
   BSONArray getArray(bool copy) const;
 
  private:
+  using Opener = bool(bson_t* parent, const char* key, int keyLength, bson_t* child);
+
   bson_t* writable();
+  bool open(const std::string& key, BSONBuilder* child, Opener* opener);
   DocumentHandle taken(bool copy) const;
 
   std::string name = "bsonBuilder";
