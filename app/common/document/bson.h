@@ -34,4 +34,26 @@ inline bool isEmptyDocument(const bson_t* document) {
   return document == nullptr || document->len == kEmptyLength || bson_get_data(document)[kFirstType] == 0;
 }
 
+// Views the document, array or scope that an element holds, without a copy; false when it holds none that is framed as a
+// document.
+inline bool viewEmbedded(const bson_iter_t& element, bson_t* view) {
+  const uint8_t* bytes = nullptr;
+  uint32_t length = 0;
+  uint32_t codeLength = 0;
+  switch (bson_iter_type(&element)) {
+    case BSON_TYPE_DOCUMENT:
+      bson_iter_document(&element, &length, &bytes);
+      break;
+    case BSON_TYPE_ARRAY:
+      bson_iter_array(&element, &length, &bytes);
+      break;
+    case BSON_TYPE_CODEWSCOPE:
+      bson_iter_codewscope(&element, &codeLength, &length, &bytes);
+      break;
+    default:
+      break;
+  }
+  return bytes != nullptr && bson_init_static(view, bytes, length);
+}
+
 }  // namespace orvix

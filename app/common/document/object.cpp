@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "app/common/document/nesting.h"
 #include "app/common/document/render.h"
 
 namespace orvix {
@@ -48,8 +49,9 @@ BSONPair BSONObject::begin() const {
 Status BSONObject::validate() const {
   constexpr auto kFlags = static_cast<bson_validate_flags_t>(BSON_VALIDATE_UTF8 | BSON_VALIDATE_DOLLAR_KEYS |
                                                              BSON_VALIDATE_DOT_KEYS | BSON_VALIDATE_UTF8_ALLOW_NULL);
-  size_t offset = 0;
-  if (bson_validate(readable(), kFlags, &offset)) {
+  const std::optional<size_t> tooDeep = offsetOfTooDeep(readable());
+  size_t offset = tooDeep.value_or(0);
+  if (!tooDeep && bson_validate(readable(), kFlags, &offset)) {
     return {};
   }
   char detail[64];
@@ -58,6 +60,9 @@ Status BSONObject::validate() const {
 }
 
 std::string BSONObject::toJSON() const {
+  if (offsetOfTooDeep(readable())) {
+    return {};
+  }
   size_t length = 0;
   const std::unique_ptr<char, decltype(&bson_free)> text(bson_as_json(readable(), &length), bson_free);
   return text != nullptr ? std::string(text.get(), length) : std::string();

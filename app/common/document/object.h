@@ -55,9 +55,11 @@ class BSONObject {
 
   std::string className() const { return "BSONObject"; }
   // libbson's check of lengths and keys: none that begins with "$" or holds a ".". A failure tells the offset that
-  // libbson gives. It does not look into the bytes of embedded documents or texts.
+  // libbson gives; for a document nested too deep to be checked (nesting.h) that of the top-level element. It does not
+  // look into the bytes of embedded documents or texts.
   Status validate() const;
-  // libbson's legacy extended JSON, "{ }" for an empty document; "" when it cannot be converted.
+  // libbson's legacy extended JSON, "{ }" for an empty document; "" when it cannot be converted: a text that is not
+  // UTF-8, or nested too deep (nesting.h). libbson reads JSON of fewer than 100 levels.
   std::string toJSON() const;
   // Appends all elements of `other` in place; every handle that shares this document sees it. This must not be a view.
   bool concat(const BSONObject& other);
