@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iterator>
 #include <limits>
+#include <string_view>
 
 // The assertions fire in every build type.
 #undef NDEBUG
@@ -42,8 +43,9 @@ char* appended(char* out, const char* end, const char* text, std::size_t length)
   return std::copy_n(text, std::min(length, static_cast<std::size_t>(end - out)), out);
 }
 
-std::string prefixOf(unsigned code) {
-  static constexpr const char* kPrefixes[] = {
+// `room` serves the codes that have none of their own.
+std::string_view prefixOf(unsigned code, char (&room)[30]) {
+  static constexpr std::string_view kPrefixes[] = {
       "OK",
       "OK: ",
       "Aborted: ",
@@ -62,9 +64,8 @@ std::string prefixOf(unsigned code) {
   if (code < std::size(kPrefixes)) {
     return kPrefixes[code];
   }
-  char text[30];
-  std::snprintf(text, sizeof text, "Unknown code(0x%x): ", code);
-  return text;
+  const int length = std::snprintf(room, sizeof room, "Unknown code(0x%x): ", code);
+  return {room, static_cast<std::size_t>(length)};
 }
 
 }  // namespace
@@ -121,9 +122,14 @@ bool Status::isOk() const noexcept {
 }
 
 std::string Status::toString() const {
-  std::string text = prefixOf(code());
-  if (state != nullptr) {
-    text.append(state.get() + kHeaderSize, textLength(state.get()));
+  char room[30];
+  const std::string_view prefix = prefixOf(code(), room);
+  const std::size_t length = state != nullptr ? textLength(state.get()) : 0;
+  std::string text;
+  text.reserve(prefix.size() + length);
+  text.append(prefix);
+  if (length != 0) {
+    text.append(state.get() + kHeaderSize, length);
   }
   return text;
 }

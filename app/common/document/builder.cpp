@@ -18,16 +18,9 @@ int lengthOf(const std::string& text) {
 
 }  // namespace
 
-BSONBuilder::BSONBuilder() : document(shareDocument(bson_new())) {
-}
-
-void BSONBuilder::reset() {
-  document = shareDocument(bson_new());
-}
-
-bson_t* BSONBuilder::writable() {
+bson_t* BSONBuilder::writable() const {
   if (document == nullptr) {
-    reset();
+    document = shareDocument(bson_new());
   }
   return document.get();
 }
@@ -125,7 +118,8 @@ bool BSONBuilder::appendDocumentEnd(BSONBuilder* child) {
 }
 
 DocumentHandle BSONBuilder::taken(bool copy) const {
-  return copy && document != nullptr ? shareDocument(bson_copy(document.get())) : document;
+  const bson_t* const own = writable();
+  return copy ? shareDocument(bson_copy(own)) : document;
 }
 
 BSONObject BSONBuilder::getObject(bool copy) const {

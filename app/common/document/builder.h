@@ -16,13 +16,13 @@ namespace orvix {
 
 class BSONBuilder {
  public:
-  BSONBuilder();
+  BSONBuilder() = default;
 
   void setName(const std::string& newName) { name = newName; }
   const std::string& getName() const { return name; }
 
   // Begins a new document; what was handed out keeps the old one.
-  void reset();
+  void reset() { document.reset(); }
   bool isEmpty() const { return isEmptyDocument(document.get()); }
 
   // Replace the document by a copy of `length` bytes of BSON, checked for its framing alone (not below 5 bytes, length
@@ -65,12 +65,14 @@ class BSONBuilder {
  private:
   using Opener = bool(bson_t* parent, const char* key, int keyLength, bson_t* child);
 
-  bson_t* writable();
+  bson_t* writable() const;
   bool open(const std::string& key, BSONBuilder* child, Opener* opener);
   DocumentHandle taken(bool copy) const;
 
   std::string name = "bsonBuilder";
-  DocumentHandle document;  // Null after a failure to replace it.
+  // Made when first used: the builder of a nested document gets its own from the parent. Null until then, and after a
+  // failure to replace it.
+  mutable DocumentHandle document;
 };
 
 }  // namespace orvix
