@@ -34,7 +34,7 @@ void addCommonOptions(CLI::App* app, Options* options) {
   app->add_option("-v", options->verbosity, "Log to standard error up to this verbosity, 0 to 5")
       ->type_name("LEVEL")
       ->check(CLI::Range(0, 5).description(""));
-  app->add_flag("--json", options->json, "JSON for scripts, one document a line (report, sms, monitor, control)");
+  app->add_flag("--json", options->json, "JSON for scripts, one document a line (report, sms, monitor, get, control)");
   app->add_flag_callback("--no-color", switchColorOff, "No colours, as with NO_COLOR set");
 }
 
@@ -87,6 +87,9 @@ Invocation readCommandLine(int argc, char** argv) {
   addCommonOptions(&app, &invocation.options);
   addModemCommands(&app, &invocation);
   addBoundaryCommands(&app, &invocation);
+  for (const char* const textOnly : {"doctor", "check", "set"}) {
+    app.get_subcommand(textOnly)->excludes(app.get_option("--json"));
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& request) {

@@ -65,13 +65,14 @@ void describeLine(CLI::App& app, Arguments& arguments) {
   app.add_option("--link", arguments.link, "Make PATH a symbolic link to the line; it is removed at the end")
       ->type_name("PATH")
       ->group(kLineGroup);
-  app.add_option_function<std::string>(
-         "--listen", [&arguments](const std::string& text) { setListen(text, arguments.listen); },
-         "Serve one client at a time over TCP instead of a pseudo-terminal;\n"
-         "without an address on 127.0.0.1, port 0 picks one")
-      ->type_name("[ADDRESS:]PORT")
-      ->group(kLineGroup);
+  auto* const listen = app.add_option_function<std::string>(
+                              "--listen", [&arguments](const std::string& text) { setListen(text, arguments.listen); },
+                              "Serve one client at a time over TCP instead of a pseudo-terminal;\n"
+                              "without an address on 127.0.0.1, port 0 picks one")
+                           ->type_name("[ADDRESS:]PORT")
+                           ->group(kLineGroup);
   app.add_flag("--allow-remote", arguments.allowRemote, "Let --listen take an address that other machines can reach")
+      ->needs(listen)
       ->group(kLineGroup);
 }
 
