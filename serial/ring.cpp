@@ -3,13 +3,6 @@
 #include <cstdlib>
 
 namespace xpl {
-namespace {
-
-unsigned char* advanced(const XplRing* ring, unsigned char* position) {
-  return position == ring->storage + ring->capacity ? ring->storage : position + 1;
-}
-
-}  // namespace
 
 XplRing* createRing(std::uint32_t capacity) {
   constexpr std::size_t kOverhead = sizeof(XplRing) + 1;
@@ -24,26 +17,6 @@ XplRing* createRing(std::uint32_t capacity) {
     reset(ring);
   }
   return ring;
-}
-
-bool put(XplRing* ring, unsigned char byte) {
-  if (ring->count == ring->capacity) {
-    return false;
-  }
-  *ring->writePosition = byte;
-  ring->writePosition = advanced(ring, ring->writePosition);
-  ++ring->count;
-  return true;
-}
-
-bool take(XplRing* ring, unsigned char* byte) {
-  if (ring->count == 0) {
-    return false;
-  }
-  *byte = *ring->readPosition;
-  ring->readPosition = advanced(ring, ring->readPosition);
-  --ring->count;
-  return true;
 }
 
 void reset(XplRing* ring) {

@@ -16,9 +16,13 @@ struct Level {
 // Keeps its own stack of levels, so that no depth of nesting exhausts that of the thread.
 class Rendering {
  public:
-  Rendering(bool isKeyed, bool isRecursive) : showsKeys(isKeyed), expands(isRecursive) {
+  Rendering(bool isKeyed, bool isRecursive) : showsKeys(isKeyed), expands(isRecursive) {}
+
+  // Makes room once for what a document of that many bytes usually takes.
+  void reserve(std::size_t documentSize) {
     constexpr std::size_t kUsualDepth = 4;
     levels.reserve(kUsualDepth);
+    text.reserve(2 * documentSize);
   }
 
   void open(const bson_t* document, bool isArray) {
@@ -126,6 +130,9 @@ void Rendering::write(const BSONValue& value) {
 
 std::string renderObject(const BSONObject& object, const void* withKeys, bool recursive, bool isArray) {
   Rendering rendering(withKeys != nullptr, recursive);
+  if (recursive) {
+    rendering.reserve(object.dataSize());
+  }
   rendering.open(object.readable(), isArray);
   return rendering.finish();
 }
