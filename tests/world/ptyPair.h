@@ -16,7 +16,7 @@ class PtyPair {
   int masterFd() const { return master; }
   // Path and settings, as a configuration names the line.
   std::string connectionString() const { return slavePath + ":115200,n,8,1"; }
-  // Writes towards the slave and waits, with a bound, until the slave can read it all.
+  // Writes towards the slave and waits, with a bound, until the slave can read it all, or all that a line holds.
   void send(const std::string& bytes);
   // What the slave's side has written since the last call.
   std::string receive();

@@ -31,16 +31,24 @@ void ScriptedModem::schedule(const std::string& command, std::int64_t nowMs) {
   } else {
     due.push_back({nowMs + row->delayMs, row->reply});
     due.push_back({nowMs + row->lateDelayMs, row->late});
+    for (const Piece& piece : row->pieces) {
+      due.push_back({nowMs + piece.atMs, piece.text, piece.act});
+    }
   }
 }
 
 void ScriptedModem::afterSleep(std::int64_t nowMs) {
-  std::vector<Due> later;
-  for (const Due& piece : due) {
+  std::vector<Piece> later;
+  for (const Piece& piece : due) {
     if (piece.atMs > nowMs) {
       later.push_back(piece);
-    } else if (!piece.text.empty()) {
+      continue;
+    }
+    if (!piece.text.empty()) {
       line.send(piece.text);
+    }
+    if (piece.act) {
+      piece.act();
     }
   }
   due = later;

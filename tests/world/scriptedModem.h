@@ -1,6 +1,7 @@
 // A modem that is data: command and answer by line. One thread, on the virtual clock.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -9,17 +10,24 @@
 
 namespace world {
 
+struct Piece {
+  std::int64_t atMs;
+  std::string text;                // may be empty
+  std::function<void()> act = {};  // done behind it
+};
+
 struct Exchange {
-  std::string command;  // exactly what arrives on the line
-  std::string reply;    // written when due
-  int delayMs = 10;     // counted from the moment the command was sent
-  std::string late = {};     // a second piece of the reply
+  std::string command;    // exactly what arrives on the line
+  std::string reply;      // written when due
+  int delayMs = 10;       // counted from the moment the command was sent
+  std::string late = {};  // a second piece of the reply
   int lateDelayMs = 0;
-  bool hangUp = false; // the line goes dead instead of an answer
+  bool hangUp = false;             // the line goes dead instead of an answer
+  std::vector<Piece> pieces = {};  // whatever else comes, counted likewise, in order
 };
 
 // Answers each arriving command with the first row that names it; a command without a row gets "\r\nERROR\r\n".
-class ScriptedModem : public ClockListener {
+class ScriptedModem final : public ClockListener {
  public:
   explicit ScriptedModem(std::vector<Exchange> exchanges);
   ~ScriptedModem();
@@ -33,14 +41,9 @@ class ScriptedModem : public ClockListener {
   void afterSleep(std::int64_t nowMs) override;
 
  private:
-  struct Due {
-    std::int64_t atMs;
-    std::string text;
-  };
-
   void schedule(const std::string& command, std::int64_t nowMs);
 
-  std::vector<Due> due;
+  std::vector<Piece> due;  // by the clock
 };
 
 // The rows of a modem that answers everything this plug-in asks.

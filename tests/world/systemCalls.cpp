@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <utility>
 
 namespace world {
 namespace {
@@ -20,6 +21,7 @@ struct Armed {
   int error = 0;
   int shortBy = -1;
   bool fired = false;
+  std::function<void()> act = {};
 };
 
 Armed armed;
@@ -31,19 +33,67 @@ bool isStruck(const char* function) {
     return false;
   }
   armed.fired = true;
+  if (armed.act) {
+    armed.act();
+    return false;
+  }
   errno = armed.error;
   return true;
 }
 
+// The bytes that a short transfer leaves out; what is struck after it fails when there is an error.
+size_t takeShortBy() {
+  return static_cast<size_t>(armed.error == 0 ? armed.shortBy : std::exchange(armed.shortBy, -1));
+}
+
+Cut cutKind = Cut::kBefore;
+int callsUntilCut = 0;  // 0: not armed
+int unsecured = -1;     // the file last written, until its fsync
+
+// Stands in a wrapper for as long as its call takes.
+class CutPoint {
+ public:
+  explicit CutPoint(const char* function, int fd = -1)
+      : name(function[0]), file(fd), isArmed(callsUntilCut > 0), isCut(isArmed && --callsUntilCut == 0) {
+    if (isCut && (cutKind == Cut::kBefore || (cutKind == Cut::kHalfway && name != 'w'))) {
+      _exit(name);
+    }
+  }
+  ~CutPoint() {
+    if (isArmed && name == 'w') {
+      unsecured = file;
+    } else if (isArmed && name == 'f' && file == unsecured) {
+      unsecured = -1;
+    }
+    if (isCut) {
+      _exit(cutKind == Cut::kPowerLoss && unsecured != -1 && ftruncate(unsecured, 0) != 0 ? 1 : name);
+    }
+  }
+  CutPoint(const CutPoint&) = delete;
+  CutPoint& operator=(const CutPoint&) = delete;
+
+  size_t taken(size_t size) const { return isCut && cutKind == Cut::kHalfway ? size / 2 : size; }
+
+ private:
+  char name;
+  int file;
+  bool isArmed;
+  bool isCut;
+};
+
 }  // namespace
 
 SystemCalls& SystemCalls::instance() {
-  static SystemCalls calls;
+  thread_local SystemCalls calls;
   return calls;
 }
 
 Fault::Fault(const char* function, int n, int error, int shortBy, int times) {
-  armed = {function, n, times, error, shortBy, false};
+  armed = {function, n, times, error, shortBy};
+}
+
+Fault::Fault(const char* function, int n, std::function<void()> act) {
+  armed = {function, n, 1, 0, -1, false, std::move(act)};
 }
 
 Fault::~Fault() {
@@ -52,6 +102,11 @@ Fault::~Fault() {
 
 bool Fault::hasFired() const {
   return armed.fired;
+}
+
+void armCut(Cut cut, int n) {
+  cutKind = cut;
+  callsUntilCut = n;
 }
 
 int openDescriptors() {
@@ -65,8 +120,10 @@ int openDescriptors() {
 }  // namespace world
 
 using world::armed;
+using world::CutPoint;
 using world::isStruck;
 using world::SystemCalls;
+using world::takeShortBy;
 
 extern "C" {
 
@@ -88,34 +145,39 @@ int __wrap_open(const char* path, int flags, ...) {
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? va_arg(args, mode_t) : 0;
   va_end(args);
+  const CutPoint point("open");
   SystemCalls::instance().lastOpenFlags = flags;
   return isStruck("open") ? -1 : __real_open(path, flags, mode);
 }
 
 int __wrap_close(int fd) {
+  const CutPoint point("close");
   return isStruck("close") ? -1 : __real_close(fd);
 }
 
 ssize_t __wrap_read(int fd, void* buffer, size_t size) {
   ++SystemCalls::instance().readCount;
   if (isStruck("read")) {
-    return armed.shortBy < 0 ? -1 : __real_read(fd, buffer, size - static_cast<size_t>(armed.shortBy));
+    return armed.shortBy < 0 ? -1 : __real_read(fd, buffer, size - takeShortBy());
   }
   return __real_read(fd, buffer, size);
 }
 
 ssize_t __wrap_write(int fd, const void* buffer, size_t size) {
+  const CutPoint point("write", fd);
   if (isStruck("write")) {
-    return armed.shortBy < 0 ? -1 : __real_write(fd, buffer, size - static_cast<size_t>(armed.shortBy));
+    return armed.shortBy < 0 ? -1 : __real_write(fd, buffer, size - takeShortBy());
   }
-  return __real_write(fd, buffer, size);
+  return __real_write(fd, buffer, point.taken(size));
 }
 
 int __wrap_fsync(int fd) {
+  const CutPoint point("fsync", fd);
   return isStruck("fsync") ? -1 : __real_fsync(fd);
 }
 
 int __wrap_rename(const char* from, const char* to) {
+  const CutPoint point("rename");
   return isStruck("rename") ? -1 : __real_rename(from, to);
 }
 
