@@ -24,14 +24,6 @@ void require(const Status& status, ExitCode code) {
   }
 }
 
-// A device saves what passes its check, even what the next start could not read, such as a number that is none.
-void requireLoadable(const BSONObject& document) {
-  BSONBuilder again;
-  if (!again.fromJSON(document.toJSON().c_str()).isOk()) {
-    throw Failure(kConfiguration, "the document holds a value that a JSON file cannot carry");
-  }
-}
-
 }  // namespace
 
 void checkConfiguration(const Options& options) {
@@ -66,7 +58,6 @@ void setProperty(const Options& options) {
   if (options.configFile.empty()) {
     throw Failure(kUsage, "what is set must last: name the device's configuration with --config FILE");
   }
-  requireLoadable(document);
   DeviceSession session(options, Telling::kNothing);
   const Status status = session.device().SetProperty(options.subject, document);
   require(status, status.code() == Status::kInvalidArgument ? kUsage : kConfiguration);

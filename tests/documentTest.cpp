@@ -249,6 +249,8 @@ TEST(Document, BuilderTakesWholeDocuments) {
   EXPECT_TRUE(builder.fromObject(parse(R"({"a":1})")) && builder.fromObject(builder.getObject(false)));
   EXPECT_TRUE(builder.fromObject(BSONObject()));
   EXPECT_EQ(builder.getObject(false).toJSON(), R"({ "a" : 1 })");
+  EXPECT_EQ(builder.fromJSON(nullptr).toString(), "Invalid argument: mine: fromJSON");
+  EXPECT_EQ(builder.getObject(false).count(), 1U);
   EXPECT_EQ(builder.fromJSON(R"({"b":)").toString(), "Failed: Incomplete JSON");
   EXPECT_TRUE(builder.isEmpty() && builder.fromJSON(R"({"b":[true]})"));
   EXPECT_EQ(builder.getObject(false).toStream(&kKeys, true), R"({ "b": [ true ] })");

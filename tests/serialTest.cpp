@@ -45,6 +45,7 @@ TEST_F(SerialTest, FreshBlockHoldsStringAndSettings) {
   const XplDcb expected{"/dev/ttyO2:9600,n,8,1", -1, 9600, 'n', 8, 1, {-1, -1, -1, -1, -1}, 0};
   EXPECT_EQ(std::memcmp(&dcb, &expected, sizeof dcb), 0);
   EXPECT_EQ(XPLBuildDCB(nullptr, &dcb, nullptr) + XPLBuildDCB("/x:9600,n,8,1", nullptr, nullptr), 0);
+  EXPECT_EQ(XPLOpen(nullptr, 128, 128, nullptr, nullptr), 0);
   EXPECT_EQ(reports, "");
 }
 
@@ -276,6 +277,7 @@ TEST_F(SerialTest, ModemStatusComparesTheRawWordWithTheNewStatus) {
   const int handle = openTraced(line.connectionString());
   EXPECT_EQ(primed, "3 0 f003;") << "an open shows no changes";
   EXPECT_TRUE(XPLGetModemStatus(handle, &status) == 1 && status == 0xBF1) << "an open primes the cache";
+  EXPECT_EQ(XPLGetModemStatus(handle, nullptr), 0);
 }
 
 TEST_F(SerialTest, RequestsDriveDtrAndRtsAndADropWins) {

@@ -63,6 +63,13 @@ Status checkFilled(const BSONObject& doc) {
   return {};
 }
 
+// The check looks at eight keys; any other value, too, must come back from the file, or the next start finds none.
+Status checkReadBack(const BSONObject& doc) {
+  BSONBuilder again;
+  return again.fromJSON(doc.toJSON().c_str()).isOk() ? Status()
+                                                     : Status::failed("SetConfig", "a value has no form in JSON");
+}
+
 }  // namespace
 
 bool GsmDevice::hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode) {
@@ -152,7 +159,10 @@ Status GsmDevice::SetConfig(const BSONObject& doc) {
       return status;
     }
   }
-  Status saved = saveJSON(cfgfile, doc);
+  Status saved = checkReadBack(doc);
+  if (saved.isOk()) {
+    saved = saveJSON(cfgfile, doc);
+  }
   OnStateChanged(isFirst ? DeviceState::kWithConfig : state);
   return saved;
 }

@@ -58,7 +58,8 @@ class GsmDevice : public IDevice {
   Status applyConfig(const BSONObject& doc);
   // Reads the JSON file named by "cfgfile"; a file that fails the check leaves the default in memory. Tells nobody.
   Status LoadConfig(const BSONObject& args);
-  // Checks, then saves to the configuration file; the configuration in memory stays as it is.
+  // Checks, then saves to the configuration file; the configuration in memory stays as it is. A document that JSON
+  // cannot carry is a failed save, and the file stays as it was.
   Status SetConfig(const BSONObject& doc);
   // The default as long as the device is in kCreated or kReset.
   Status getConfig(BSONObject* out);
