@@ -44,7 +44,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   XDbgSetReportHook(swallow);
   XDbgSetOutputs(kXDbgToStream, nullptr);
   const std::string all(reinterpret_cast<const char*>(data), size);
-  const std::string text = all.c_str();
+  const std::string text = all.substr(0, all.find('\0'));
   XplDcb templ{};
   if (text.size() < size) {
     std::memcpy(&templ, &all[text.size() + 1], std::min(sizeof templ, size - text.size() - 1));
