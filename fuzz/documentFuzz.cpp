@@ -50,7 +50,7 @@ unsigned readPath(const BSONObject& object, const std::string& path) {
 // Walks the embedded documents too; `path` leads to `object` and ends with a dot unless empty.
 unsigned walk(const BSONObject& root, const BSONObject& object, const std::string& path) {
   unsigned total = 0;
-  for (BSONPair element : object) {
+  for (const BSONPair& element : object) {
     total += readElement(element) + readPath(root, path + element.key());
     total += static_cast<unsigned>(renderValue(element, "keys", true, false).size());
     total += walk(root, element.getObject(false), path + element.key() + ".");
@@ -66,7 +66,7 @@ void compareWith(const BSONObject& a, const BSONObject& b) {
   const bool isFirst = a < b;
   fuzz::require(!isFirst || !(b < a), "one of two documents is first");
   BSONPair other = b.begin();
-  for (BSONPair element : a) {
+  for (const BSONPair& element : a) {
     compare(element, other, true);
     compareValues(other, element);
     ++other;

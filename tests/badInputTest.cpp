@@ -19,7 +19,7 @@ constexpr char kDefaultComstr[] = "/dev/ttyO2:9600,n,8,1";
 
 // Hands out the document with each byte set to each value, in a block of its size, unless that broke its frame.
 void forEachChange(const BSONObject& document, const std::function<void(const BSONObject&)>& receive) {
-  for (std::size_t i = 0; i < document.dataSize() * 256; ++i) {
+  for (std::size_t i = 0; i < std::size_t{document.dataSize()} * 256; ++i) {
     std::vector<std::uint8_t> bytes(document.data(), document.data() + document.dataSize());
     bytes[i / 256] = static_cast<std::uint8_t>(i % 256);
     bson_t view;

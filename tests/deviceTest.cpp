@@ -320,7 +320,7 @@ TEST_F(DeviceTest, UnknownNamesAreShownUpToTheirFirstNul) {
   device.OnStateChanged(DeviceState::kReady);
   for (const std::string& name : {std::string(), std::string("Version"), std::string("config"), std::string("\xc3\xff"),
                                   std::string("sendSMS\0", 8), std::string("Msg\0x", 5), std::string(60000, 'x')}) {
-    const std::string shown = (name.empty() ? "" : ": ") + std::string(name.c_str());
+    const std::string shown = (name.empty() ? "" : ": ") + name.substr(0, name.find('\0'));
     BSONObject answer;
     EXPECT_EQ(device.GetProperty(name, &answer).toString(), "Invalid argument: Unknown Property" + shown);
     EXPECT_EQ(device.SetProperty(name, answer).toString(), "Invalid argument: Unknown Property" + shown);

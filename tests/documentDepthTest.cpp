@@ -12,7 +12,7 @@
 namespace orvix {
 namespace {
 
-constexpr std::size_t kStackSize = 1024 * 1024;  // what a host's thread may have, an eighth of the usual
+constexpr std::size_t kStackSize = 1U << 20U;  // what a host's thread may have, an eighth of the usual
 
 std::string word(std::size_t number) {
   const std::uint32_t bytes = BSON_UINT32_TO_LE(static_cast<std::uint32_t>(number));
