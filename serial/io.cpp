@@ -19,9 +19,7 @@ void refill(xpl::XplPort* port) {
     return;
   }
   xpl::trace(*port, kXplTraceReceived, port->scratch, static_cast<unsigned>(received));
-  for (ssize_t i = 0; i < received; ++i) {
-    xpl::put(port->ring, port->scratch[i]);
-  }
+  xpl::put(port->ring, port->scratch, static_cast<std::uint32_t>(received));
 }
 
 }  // namespace
@@ -32,13 +30,16 @@ int XPLRead(int handle, void* buffer, int length) {
     return 0;
   }
   auto* const out = static_cast<unsigned char*>(buffer);
-  for (int i = 0; i < length; ++i) {
+  const auto wanted = static_cast<std::uint32_t>(length);
+  for (std::uint32_t taken = 0; taken < wanted;) {
     if (port->ring->count == 0) {
       refill(port);
     }
-    if (!xpl::take(port->ring, &out[i])) {
-      return -i;
+    const std::uint32_t piece = xpl::take(port->ring, out + taken, wanted - taken);
+    if (piece == 0) {
+      return -static_cast<int>(taken);
     }
+    taken += piece;
   }
   return length;
 }

@@ -20,32 +20,10 @@ struct XplRing {
 // A new empty ring, freed with free(3); null when it cannot be had.
 XplRing* createRing(std::uint32_t capacity);
 
+// Puts as many of the bytes as fit, or takes as many as there are, up to `length`; how many these were.
+std::uint32_t put(XplRing* ring, const unsigned char* bytes, std::uint32_t length);
+std::uint32_t take(XplRing* ring, unsigned char* bytes, std::uint32_t length);
+
 void reset(XplRing* ring);
-
-inline unsigned char* advanced(const XplRing* ring, unsigned char* position) {
-  return position == ring->storage + ring->capacity ? ring->storage : position + 1;
-}
-
-// False when the ring is full.
-inline bool put(XplRing* ring, unsigned char byte) {
-  if (ring->count == ring->capacity) {
-    return false;
-  }
-  *ring->writePosition = byte;
-  ring->writePosition = advanced(ring, ring->writePosition);
-  ++ring->count;
-  return true;
-}
-
-// False when the ring is empty.
-inline bool take(XplRing* ring, unsigned char* byte) {
-  if (ring->count == 0) {
-    return false;
-  }
-  *byte = *ring->readPosition;
-  ring->readPosition = advanced(ring, ring->readPosition);
-  --ring->count;
-  return true;
-}
 
 }  // namespace xpl

@@ -214,7 +214,8 @@ TEST_F(SerialTest, ReadsComeFromTheRingAndSayHowMuchWasThere) {
   EXPECT_EQ(XPLRead(handle, buffer, 10), -3);
   line.send("0123456789");
   calls.readCount = 0;
-  EXPECT_TRUE(XPLRead(handle, buffer + 3, 4) == 4 && XPLRead(handle, buffer + 7, 6) == 6 && calls.readCount == 1);
+  EXPECT_TRUE(XPLRead(handle, buffer + 3, 4) == 4 && XPLRead(handle, buffer + 7, 5) == 5 &&
+              XPLRead(handle, buffer + 12, 1) == 1 && calls.readCount == 1);
   EXPECT_STREQ(buffer, "abc0123456789");
   line.send("more than ten");
   EXPECT_EQ(XPLRead(handle, buffer, 30), -13) << "refilled while data arrives";

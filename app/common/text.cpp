@@ -31,11 +31,15 @@ std::string intToText(int value, int radix) {
 }
 
 std::string localTimeText(std::time_t time) {
+  char text[64];
+  return localTimeText(time, text);
+}
+
+const char* localTimeText(std::time_t time, char (&text)[64]) {
   std::tm local{};
   if (localtime_r(&time, &local) == nullptr) {
     return "";
   }
-  char text[64];  // Holds the format with every number at its widest.
   std::snprintf(text, sizeof text, "%02d.%02d.%04lld %02d:%02d", local.tm_mday, local.tm_mon + 1,
                 local.tm_year + 1900LL, local.tm_hour, local.tm_min);
   return text;

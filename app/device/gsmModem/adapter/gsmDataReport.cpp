@@ -18,7 +18,8 @@ BSONObject GsmDataReport::buildDocument() const {
   BSONBuilder network;
   root.appendDocumentBegin("GSMModem", &modem);
   modem.appendDocumentBegin("report", &report);
-  report.appendString("time", localTimeText(timestamp));
+  char time[64];
+  report.appendString("time", localTimeText(timestamp, time));
 
   report.appendDocumentBegin("signalQuality", &signal);
   signal.appendInt32("percent", signalPercent(measured.signalQuality));
