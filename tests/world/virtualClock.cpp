@@ -8,7 +8,7 @@
 namespace world {
 
 VirtualClock& VirtualClock::instance() {
-  static VirtualClock clock;
+  thread_local VirtualClock clock;
   return clock;
 }
 

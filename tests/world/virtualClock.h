@@ -1,4 +1,4 @@
-// Time that passes only when somebody sleeps. One thread.
+// Time that passes only when somebody sleeps. Each thread has a clock of its own.
 //
 // Programs that link test_world have nanosleep(2) and usleep(3) replaced: they return at once, after the time has been
 // added here and the listener, the modem on the other side, has read what was sent and written what fell due.
