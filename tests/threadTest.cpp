@@ -102,6 +102,12 @@ const std::function<orvix::Status(GsmDevice*)> kCommands[] = {
     [](GsmDevice* device) { return device->getSignalQuality(nullptr); },
     [](GsmDevice* device) { return device->getNetworkRegistrationStatus(nullptr); },
     [](GsmDevice* device) { return device->probeModem(); },
+    [](GsmDevice* device) {
+      device->OnStateChanged(orvix::gsm::DeviceState::kReady);  // as a report does
+      return device->IoControl("status", nullptr, nullptr).code() == orvix::Status::kInvalidArgument
+                 ? orvix::Status()
+                 : orvix::Status::failed("not ready");
+    },
 };
 
 TEST(ThreadTest, CommandsOfEachDeviceTakeTurns) {

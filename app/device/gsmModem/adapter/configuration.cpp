@@ -163,7 +163,7 @@ Status GsmDevice::SetConfig(const BSONObject& doc) {
   if (saved.isOk()) {
     saved = saveJSON(cfgfile, doc);
   }
-  OnStateChanged(isFirst ? DeviceState::kWithConfig : state);
+  OnStateChanged(isFirst ? DeviceState::kWithConfig : state.load());
   return saved;
 }
 

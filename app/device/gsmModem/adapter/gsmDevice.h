@@ -1,13 +1,13 @@
 // orvix::gsm::GsmDevice: one GSM modem behind a serial line, driven with AT commands (3GPP TS 27.005, 27.007).
 //
-// Threads: `commandLock` serialises modem commands with each other and with closing the connection. The state is a
-// plain word and documents are plain members: Start, Stop, configuration and message parameters of one device are for
-// the host to serialise, as are the data reports of all devices.
+// Threads: `commandLock` serialises modem commands with each other and with closing the connection. The state is a word
+// that any thread reads and writes whole. All else is for the host to serialise, see docs/host-guide.md.
 //
 // There is no thread and no asynchronous work inside. A command takes as long as its fixed waits: a data report some
 // 3 s, a text message 8 s and more.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -105,7 +105,7 @@ class GsmDevice : public IDevice {
   Status sendSmsCode(const BSONObject* pInParam, BSONBuilder* answer, bool* isAnswered);
 
   std::string name;
-  DeviceState state = DeviceState::kCreated;
+  std::atomic<DeviceState> state{DeviceState::kCreated};
   IDeviceEventSink* eventSink = nullptr;
   BSONObject smsParams;
   BSONObject config;

@@ -42,9 +42,8 @@ bool GsmDevice::SetEventSink(IDeviceEventSink* sink) {
 }
 
 void GsmDevice::OnStateChanged(DeviceState newState) {
-  const DeviceStatus oldStatus = statusOf(state);
-  state = newState;
-  const DeviceStatus newStatus = statusOf(state);
+  const DeviceStatus oldStatus = statusOf(state.exchange(newState));
+  const DeviceStatus newStatus = statusOf(newState);
   if (oldStatus == newStatus) {
     return;
   }
