@@ -24,6 +24,7 @@ namespace {
 
 using Threads = std::vector<std::future<void>>;  // Its end waits for theirs.
 
+constexpr char kMessageText[] = R"({"phone":"0123456789","text":"hi"})";
 constexpr char kMessage[] = "AT+CMGF=1\rAT+CMGS=\"0123456789\"\rhi\x1a\r\n\r";
 
 // A device in service, and its modem, which answers from a thread of its own. Whoever calls the device listens with it.
@@ -33,7 +34,7 @@ class Station : public world::ClockListener {
     listen();
     const std::string text = world::configurationText(line.connectionString());
     device.LoadConfig(fromJson(R"({"cfgfile":")" + folder.write("modem.json", text) + R"("})"));
-    device.setSmsParams(fromJson(R"({"phone":"0123456789","text":"hi"})"));
+    device.setSmsParams(fromJson(kMessageText));
     EXPECT_EQ(device.Start().toString(), "OK");
   }
   ~Station() { isOver = true; }
@@ -98,7 +99,10 @@ class Station : public world::ClockListener {
 };
 
 const std::function<orvix::Status(GsmDevice*)> kCommands[] = {
-    [](GsmDevice* device) { return device->sendSms(); },
+    [](GsmDevice* device) {
+      const BSONObject message = fromJson(kMessageText);
+      return device->IoControl("sendSMS", &message, nullptr);
+    },
     [](GsmDevice* device) { return device->getSignalQuality(nullptr); },
     [](GsmDevice* device) { return device->getNetworkRegistrationStatus(nullptr); },
     [](GsmDevice* device) { return device->probeModem(); },
