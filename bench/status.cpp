@@ -1,48 +1,64 @@
-// Statuses beside what they stand for.
-
 #include "app/common/status.h"
 
-#include <benchmark/benchmark.h>
-
+#include <cstring>
 #include <memory>
 
-#include "bench/allocations.h"
+#include "bench/row.h"
 
-using bench::measure;
+using bench::require;
+using benchmark::DoNotOptimize;
 using orvix::Status;
+
+static_assert(sizeof(Status) == sizeof(void*), "a status is one pointer wide");
 
 namespace {
 
-void success(benchmark::State& state) {
-  measure(state, [] {
-    Status made;
-    Status copy(made);
-    benchmark::DoNotOptimize(copy.isOk());
-  });
-}
-BENCHMARK(success)->Name("statusSuccess/product");
+// Texts that the compiler does not know when they are used.
+const char* volatile prefix = "Failed: ";
+const char* volatile message = "Parameter name invalid.";
+const char* volatile detail = "why";
 
-void successLimit(benchmark::State& state) {
-  measure(state, [] {
-    std::unique_ptr<char[]> made;
-    const char* copy = made.get();
-    benchmark::DoNotOptimize(copy == nullptr);
-  });
+// One block of header and text, and one string of prefix and text.
+void failRaw() {
+  constexpr std::size_t kHeaderSize = 4;
+  const char* const parts[] = {message, ": ", detail};
+  const std::size_t lengths[] = {std::strlen(parts[0]), 2, std::strlen(parts[2])};
+  const std::size_t length = lengths[0] + lengths[1] + lengths[2];
+  const std::unique_ptr<char[]> block(new char[kHeaderSize + length]);
+  std::memcpy(block.get(), &length, kHeaderSize);
+  char* out = block.get() + kHeaderSize;
+  for (int i = 0; i < 3; ++i) {
+    std::memcpy(out, parts[i], lengths[i]);
+    out += lengths[i];
+  }
+  DoNotOptimize(block);
+  std::string text;
+  text.reserve(std::strlen(prefix) + length);
+  text.append(prefix).append(block.get() + kHeaderSize, length);
+  require(text.size() == 36, "another text");
 }
-BENCHMARK(successLimit)->Name("statusSuccess/limit");
-
-void failure(benchmark::State& state) {
-  measure(state, [] { benchmark::DoNotOptimize(Status::failed("Parameter name invalid.", "why").toString()); });
-}
-BENCHMARK(failure)->Name("statusFailure/product");
-
-void failureLimit(benchmark::State& state) {
-  measure(state, [] {
-    std::unique_ptr<char[]> block(new char[34]);
-    benchmark::DoNotOptimize(block.get());
-    benchmark::DoNotOptimize(std::string("Failed: Parameter name invalid.: why"));
-  });
-}
-BENCHMARK(failureLimit)->Name("statusFailure/limit");
 
 }  // namespace
+
+void bench::addStatusRows() {
+  addRow(
+      "make, copy, test, destroy a success", {-1, 0},
+      [] {
+        Status made;
+        DoNotOptimize(made);
+        Status copy(made);
+        DoNotOptimize(copy);
+        require(copy.isOk(), "no success");
+      },
+      [] {
+        void* made = nullptr;
+        DoNotOptimize(made);
+        void* copy = made;
+        DoNotOptimize(copy);
+        require(copy == nullptr, "no success");
+      });
+  // One block for the status, one for the string that shows it.
+  addRow(
+      "make and show a failure", {1.2, 2},
+      [] { require(Status::failed(message, detail).toString().size() == 36, "another text"); }, failRaw);
+}
