@@ -19,15 +19,15 @@ std::string word(std::size_t number) {
   return std::string(reinterpret_cast<const char*>(&bytes), sizeof bytes);
 }
 
-// `levels` documents one in the other, each but the first behind the key "0" as that type.
-BSONObject nested(int type, std::size_t levels) {
+// `levels` documents one in the other, each but the first behind the key as that type.
+BSONObject nested(int type, std::size_t levels, const std::string& key = "0") {
   const std::string scopeHead = type == BSON_TYPE_CODEWSCOPE ? word(1) + '\0' : "";  // empty code
   const std::size_t headSize = type == BSON_TYPE_CODEWSCOPE ? 4 + scopeHead.size() : 0;
-  const std::size_t perLevel = 8 + headSize;
+  const std::size_t perLevel = 7 + key.size() + headSize;
   std::string bytes;
   for (std::size_t inside = levels - 1; inside > 0; --inside) {
     const std::size_t nextSize = 5 + (inside - 1) * perLevel;
-    bytes += word(nextSize + perLevel) + static_cast<char>(type) + '0' + '\0';
+    bytes += word(nextSize + perLevel) + static_cast<char>(type) + key + '\0';
     bytes += headSize != 0 ? word(headSize + nextSize) + scopeHead : "";
   }
   bytes += word(5) + std::string(levels, '\0');
@@ -72,6 +72,7 @@ TEST(DeepDocument, IsReadOrRefusedButNeverEndsTheProcess) {
 }
 
 TEST(DeepDocument, RefusalNamesTheElementItStandsUnder) {
+  EXPECT_FALSE(nested(BSON_TYPE_DOCUMENT, 201, "").validate().isOk()) << "the fewest bytes that are too deep";
   BSONBuilder builder;
   builder.appendValue("deep", nested(BSON_TYPE_DOCUMENT, 200).get("0"));
   const std::uint32_t next = builder.getObject(false).dataSize() - 1;

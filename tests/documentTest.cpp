@@ -256,6 +256,22 @@ TEST(Document, BuilderTakesWholeDocuments) {
   EXPECT_EQ(builder.getObject(false).toStream(&kKeys, true), R"({ "b": [ true ] })");
 }
 
+TEST(Document, BuildersShareWithCopiesAndHandles) {
+  BSONBuilder builder;
+  builder.appendInt32("old", 1);
+  builder.reset();
+  const BSONObject handle = builder.getObject(false);
+  BSONBuilder copy = builder;
+  BSONBuilder assigned;
+  assigned = copy;
+  assigned.appendInt32("a", 1);
+  EXPECT_EQ(handle.toJSON() + copy.getObject(true).toJSON(), R"({ "a" : 1 }{ "a" : 1 })");
+  EXPECT_FALSE(builder.fromJSON("{"));
+  const BSONObject none = builder.getObject(false);
+  builder.appendInt32("b", 1);
+  EXPECT_TRUE(none.isEmpty() && handle.count() == 1) << "a builder that failed begins anew";
+}
+
 TEST(Document, BuilderNests) {
   BSONBuilder root;
   BSONBuilder list;

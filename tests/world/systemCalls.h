@@ -47,8 +47,8 @@ enum class Cut {
   kPowerLoss  // all but what was written to a file and never reached its fsync
 };
 
-// From now on, ends this process by _exit(2) at the n-th call, from 1, of open, write, fsync, close and rename together.
-// The exit code is the first letter of the call's name.
+// From now on, ends this process by _exit(2) at the n-th call, from 1, of open, write, fsync, close and rename
+// together. The exit code is the first letter of the call's name.
 void armCut(Cut cut, int n);
 
 // Descriptors of this process that are open.

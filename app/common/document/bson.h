@@ -34,8 +34,8 @@ inline bool isEmptyDocument(const bson_t* document) {
   return document == nullptr || document->len == kEmptyLength || bson_get_data(document)[kFirstType] == 0;
 }
 
-// Views the document, array or scope that an element holds, without a copy; false when it holds none that is framed as a
-// document.
+// Views the document, array or scope that an element holds, without a copy; false when it holds none that is framed as
+// a document.
 inline bool viewEmbedded(const bson_iter_t& element, bson_t* view) {
   const uint8_t* bytes = nullptr;
   uint32_t length = 0;

@@ -18,6 +18,25 @@ int lengthOf(const std::string& text) {
 
 }  // namespace
 
+BSONBuilder& BSONBuilder::operator=(const BSONBuilder& other) {
+  name = other.name;
+  document = other.shared();
+  isFresh = false;
+  return *this;
+}
+
+void BSONBuilder::reset() {
+  document.reset();
+  isFresh = true;
+}
+
+const DocumentHandle& BSONBuilder::shared() const {
+  if (isFresh) {
+    writable();
+  }
+  return document;
+}
+
 bson_t* BSONBuilder::writable() const {
   if (document == nullptr) {
     document = shareDocument(bson_new());
@@ -27,6 +46,7 @@ bson_t* BSONBuilder::writable() const {
 
 Status BSONBuilder::fromData(const uint8_t* data, uint32_t length) {
   document = shareDocument(data != nullptr ? bson_new_from_data(data, length) : nullptr);
+  isFresh = false;
   return document != nullptr ? Status() : Status::failed(name.c_str(), "fromData");
 }
 
@@ -39,6 +59,7 @@ Status BSONBuilder::fromJSON(const char* text) {
     return Status::invalidArgument(name.c_str(), "fromJSON");
   }
   bson_error_t error{};
+  isFresh = false;
   document = shareDocument(bson_new_from_json(reinterpret_cast<const uint8_t*>(text), -1, &error));
   return document != nullptr ? Status() : Status::failed(error.message);
 }
@@ -118,8 +139,8 @@ bool BSONBuilder::appendDocumentEnd(BSONBuilder* child) {
 }
 
 DocumentHandle BSONBuilder::taken(bool copy) const {
-  const bson_t* const own = writable();
-  return copy ? shareDocument(bson_copy(own)) : document;
+  const DocumentHandle& own = shared();
+  return copy && own != nullptr ? shareDocument(bson_copy(own.get())) : own;
 }
 
 BSONObject BSONBuilder::getObject(bool copy) const {

@@ -17,12 +17,15 @@ namespace orvix {
 class BSONBuilder {
  public:
   BSONBuilder() = default;
+  // Copies share the document.
+  BSONBuilder(const BSONBuilder& other) : name(other.name), document(other.shared()), isFresh(false) {}
+  BSONBuilder& operator=(const BSONBuilder& other);
 
   void setName(const std::string& newName) { name = newName; }
   const std::string& getName() const { return name; }
 
   // Begins a new document; what was handed out keeps the old one.
-  void reset() { document.reset(); }
+  void reset();
   bool isEmpty() const { return isEmptyDocument(document.get()); }
 
   // Replace the document by a copy of `length` bytes of BSON, checked for its framing alone (not below 5 bytes, length
@@ -65,14 +68,16 @@ class BSONBuilder {
  private:
   using Opener = bool(bson_t* parent, const char* key, int keyLength, bson_t* child);
 
+  const DocumentHandle& shared() const;
   bson_t* writable() const;
   bool open(const std::string& key, BSONBuilder* child, Opener* opener);
   DocumentHandle taken(bool copy) const;
 
   std::string name = "bsonBuilder";
-  // Made when first used: the builder of a nested document gets its own from the parent. Null until then, and after a
-  // failure to replace it.
+  // That of a fresh builder is made when it is first used, since a nested builder gets another from its parent. Null
+  // until then, and after a failure to replace it.
   mutable DocumentHandle document;
+  bool isFresh = true;
 };
 
 }  // namespace orvix
