@@ -12,9 +12,8 @@ using Clock = std::chrono::steady_clock;
 std::int64_t allocations = 0;
 bool isEverythingMet = true;
 
-// Of the run that is on.
+// Of what is on.
 std::string currentName;
-bool hasPaused = false;
 Clock::time_point runningSince;
 Clock::duration ran{};
 std::int64_t allocationsBefore = 0;
@@ -46,7 +45,6 @@ void bench::require(bool condition, const char* what) {
 
 bench::Pause::Pause() {
   halt();
-  hasPaused = true;
   say("pause");
 }
 
@@ -55,33 +53,31 @@ bench::Pause::~Pause() {
   go();
 }
 
-void bench::beginRun() {
+void bench::begin() {
   ran = {};
   allocated = 0;
-  hasPaused = false;
   go();
 }
 
-double bench::endRun() {
+double bench::end() {
   halt();
   return std::chrono::duration<double, std::nano>(ran).count();
 }
 
-void bench::beginCountedRun(const std::string& name) {
+void bench::beginCounted(const std::string& name) {
   currentName = name;
   say("begin " + name);
-  beginRun();
+  begin();
 }
 
-bool bench::endCountedRun(benchmark::State* state, const Marks& marks) {
-  endRun();
+void bench::endCounted(benchmark::State* state, const Marks& marks) {
+  end();
   say("end");
   state->counters["allocs"] = static_cast<double>(allocated);
   state->counters["mark"] = marks.ratio;
   state->counters["allocsMark"] = marks.allocations;
   state->counters["callsMark"] = marks.calls;
   require(marks.allocations < 0 || allocated <= marks.allocations, "more allocations than allowed");
-  return hasPaused;
 }
 
 int main(int argc, char** argv) {

@@ -32,30 +32,36 @@ class Pause {
   Pause& operator=(const Pause&) = delete;
 };
 
-// A run, from begin to end, which gives nanoseconds without pauses.
-void beginRun();
-double endRun();
-// The run that is counted; its end tells whether there was a pause.
-void beginCountedRun(const std::string& name);
-bool endCountedRun(benchmark::State* state, const Marks& marks);
+// A stretch of runs, from begin to end, which gives nanoseconds without pauses.
+void begin();
+double end();
+// The run that is counted.
+void beginCounted(const std::string& name);
+void endCounted(benchmark::State* state, const Marks& marks);
 
-// Work with pauses is timed run by run, by the clock on the wall; its time is the median.
+// The runs are timed in short stretches by the clock on the wall, and the time is that of the median stretch, which
+// nothing else on the machine has interrupted.
 template <typename Work>
 void measure(benchmark::State& state, const std::string& name, const Marks& marks, const Work& work) {
+  constexpr double kStretchNs = 10000;
   work();
-  beginCountedRun(name);
+  beginCounted(name);
   work();
-  if (!endCountedRun(&state, marks)) {
-    for ([[maybe_unused]] auto step : state) {
+  endCounted(&state, marks);
+  const auto timed = [&work](int runs) {
+    begin();
+    for (int i = 0; i < runs; ++i) {
       work();
     }
-    return;
+    return end();
+  };
+  int runs = 1;
+  while (timed(runs) < kStretchNs) {
+    runs *= 2;
   }
   std::vector<double> times;
   for ([[maybe_unused]] auto step : state) {
-    beginRun();
-    work();
-    times.push_back(endRun());
+    times.push_back(timed(runs) / runs);
   }
   std::sort(times.begin(), times.end());
   state.counters["median"] = times[times.size() / 2];

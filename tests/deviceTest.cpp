@@ -135,16 +135,6 @@ TEST_F(DeviceTest, StartOpensOnceAndStopCloses) {
   EXPECT_EQ(world::openDescriptors(), before);
 }
 
-TEST_F(DeviceTest, SilentModemStartsButIsNotAvailable) {
-  connect({{"AT+CMGF?\r", ""}});
-  configure();
-  EXPECT_EQ(device.Start().toString(), "OK");
-  EXPECT_EQ(device.GetStatus(), DeviceStatus::kNotAvailable);
-  connect(world::healthyModem());
-  EXPECT_EQ(device.Start().toString(), "OK");
-  EXPECT_EQ(device.GetStatus(), DeviceStatus::kReady);
-}
-
 TEST_F(DeviceTest, LockedOrMissingLineFailsTheStartAndKeepsTheState) {
   const world::LogCapture log(1);
   configure();
