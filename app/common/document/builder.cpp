@@ -19,9 +19,11 @@ int lengthOf(const std::string& text) {
 }  // namespace
 
 BSONBuilder& BSONBuilder::operator=(const BSONBuilder& other) {
-  name = other.name;
-  document = other.shared();
-  isFresh = false;
+  if (this != &other) {
+    name = other.name;
+    document = other.shared();
+    isFresh = false;
+  }
   return *this;
 }
 
