@@ -6,78 +6,108 @@
 namespace orvix {
 namespace {
 
+// What BSONValue::type says, without a copy of the position.
+bson_type_t typeOf(const bson_iter_t& element) {
+  return element.off != 0 ? bson_iter_type(&element) : BSON_TYPE_EOD;
+}
+
 // An open document or array; a position without data is at its end.
 struct Level {
-  bson_iter_t position{};
-  bool isArray = false;
-  bool isFirst = true;
+  bson_iter_t position;
+  bool isArray;
+  bool isFirst;
+};
+
+// What is open, from the outside in; the usual few without an allocation.
+class Levels {
+ public:
+  bool isEmpty() const { return count == 0; }
+  Level& last() { return count <= kUsual ? usual[count - 1] : deeper.back(); }
+
+  Level& push(bool isArray) {
+    Level& level = count < kUsual ? usual[count] : deeper.emplace_back();
+    ++count;
+    level.position.raw = nullptr;
+    level.isArray = isArray;
+    level.isFirst = true;
+    return level;
+  }
+
+  void pop() {
+    if (count > kUsual) {
+      deeper.pop_back();
+    }
+    --count;
+  }
+
+ private:
+  static constexpr std::size_t kUsual = 4;
+
+  Level usual[kUsual];
+  std::vector<Level> deeper;
+  std::size_t count = 0;
 };
 
 // Keeps its own stack of levels, so that no depth of nesting exhausts that of the thread.
 class Rendering {
  public:
+  // cppcheck-suppress uninitMemberVar; a level is set when it is pushed
   Rendering(bool isKeyed, bool isRecursive) : showsKeys(isKeyed), expands(isRecursive) {}
 
   // Makes room once for what a document of that many bytes usually takes.
-  void reserve(std::size_t documentSize) {
-    constexpr std::size_t kUsualDepth = 4;
-    levels.reserve(kUsualDepth);
-    text.reserve(2 * documentSize);
-  }
+  void reserve(std::size_t documentSize) { text.reserve(2 * documentSize); }
 
   void open(const bson_t* document, bool isArray) {
     text += isArray ? "[ " : "{ ";
-    Level& level = levels.emplace_back();
-    level.isArray = isArray;
+    Level& level = levels.push(isArray);
     if (!isEmptyDocument(document)) {
       bson_iter_init(&level.position, document);
     }
   }
 
-  // The value alone; a nested document or array is opened.
-  void write(const BSONValue& value);
+  // The value alone. A nested document or array is opened, which moves the levels: `element` may be one's position.
+  void write(const bson_iter_t& element);
 
   // Walks what is open to its end.
   std::string finish() {
-    while (!levels.empty()) {
+    while (!levels.isEmpty()) {
       step();
     }
     return std::move(text);
   }
 
-  void writeKey(const BSONValue& value) {
-    if (showsKeys && value.type() != 0) {
-      text.append("\"").append(value.keyText()).append("\": ");
+  void writeKey(const bson_iter_t& element) {
+    if (showsKeys && typeOf(element) != BSON_TYPE_EOD) {
+      text.append("\"").append(bson_iter_key(&element)).append("\": ");
     }
   }
 
  private:
   void step();
   void writeDouble(double number);
-  void writeNested(const BSONValue& value, bool isArray);
+  void writeNested(const bson_iter_t& element, bool isArray);
 
   std::string text;
-  std::vector<Level> levels;
+  Levels levels;
   bool showsKeys;
   bool expands;
 };
 
 void Rendering::step() {
-  Level& level = levels.back();
+  Level& level = levels.last();
   if (!bson_iter_next(&level.position)) {
     text += level.isArray ? " ]" : " }";
-    levels.pop_back();
+    levels.pop();
     return;
   }
   if (!level.isFirst) {
     text += ", ";
   }
   level.isFirst = false;
-  const BSONValue value(level.position, true);
   if (!level.isArray) {
-    writeKey(value);
+    writeKey(level.position);
   }
-  write(value);
+  write(level.position);
 }
 
 void Rendering::writeDouble(double number) {
@@ -86,40 +116,40 @@ void Rendering::writeDouble(double number) {
   text += digits;
 }
 
-void Rendering::writeNested(const BSONValue& value, bool isArray) {
+void Rendering::writeNested(const bson_iter_t& element, bool isArray) {
   bson_t nested;
   if (expands) {
-    open(viewEmbedded(value.position(), &nested) ? &nested : nullptr, isArray);
+    open(viewEmbedded(element, &nested) ? &nested : nullptr, isArray);
   } else {
     text += isArray ? "<Array>" : "<Object>";
   }
 }
 
-void Rendering::write(const BSONValue& value) {
-  switch (value.type()) {
+void Rendering::write(const bson_iter_t& element) {
+  switch (typeOf(element)) {
     case BSON_TYPE_EOD:
       text += "EOO";
       break;
     case BSON_TYPE_DOUBLE:
-      writeDouble(value.getDouble());
+      writeDouble(bson_iter_double(&element));
       break;
     case BSON_TYPE_UTF8:
-      text.append("\"").append(value.getString()).append("\"");
+      text.append("\"").append(bson_iter_utf8(&element, nullptr)).append("\"");
       break;
     case BSON_TYPE_DOCUMENT:
-      writeNested(value, false);
+      writeNested(element, false);
       break;
     case BSON_TYPE_ARRAY:
-      writeNested(value, true);
+      writeNested(element, true);
       break;
     case BSON_TYPE_BOOL:
-      text += value.getBool() ? "true" : "false";
+      text += bson_iter_bool(&element) ? "true" : "false";
       break;
     case BSON_TYPE_INT32:
-      text += std::to_string(value.getInt32());
+      text += std::to_string(bson_iter_int32(&element));
       break;
     case BSON_TYPE_INT64:
-      text += std::to_string(value.getInt64());
+      text += std::to_string(bson_iter_int64(&element));
       break;
     default:
       text += "Ops";
@@ -143,9 +173,9 @@ std::string renderValue(const BSONValue& value, const void* withKeys, bool recur
   }
   Rendering rendering(withKeys != nullptr, recursive);
   if (!noKey) {
-    rendering.writeKey(value);
+    rendering.writeKey(value.position());
   }
-  rendering.write(value);
+  rendering.write(value.position());
   return rendering.finish();
 }
 
