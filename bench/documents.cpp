@@ -1,10 +1,10 @@
-#include "app/common/document/document.h"
+#include "document/document.h"
 
 #include <cstring>
 
-#include "app/common/text.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
 #include "bench/row.h"
+#include "common/text.h"
+#include "device/gsmDevice.h"
 
 using bench::addRow;
 using bench::require;

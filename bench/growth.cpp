@@ -1,5 +1,5 @@
-#include "app/common/document/document.h"
 #include "bench/row.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 
 using benchmark::DoNotOptimize;

@@ -8,9 +8,9 @@
 
 #include <ctime>
 
-#include "app/common/logging.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
 #include "bench/modem.h"
+#include "device/gsmDevice.h"
+#include "logging/logging.h"
 #include "tests/world/host.h"
 
 using bench::addRow;

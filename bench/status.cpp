@@ -1,4 +1,4 @@
-#include "app/common/status.h"
+#include "common/status.h"
 
 #include <cstring>
 #include <memory>

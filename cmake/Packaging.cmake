@@ -18,11 +18,11 @@ install(FILES ${CMAKE_BINARY_DIR}/packaging/OrvixGsmConfig.cmake DESTINATION ${O
 foreach(target api document common)
   set_target_properties(orvix_${target} PROPERTIES EXPORT_NAME ${target})
 endforeach()
-foreach(header plugin/device.h plugin/plugin.h serial/xpl.h app/common/status.h app/common/text.h)
+foreach(header plugin/device.h plugin/plugin.h serial/xpl.h common/status.h common/text.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${header} DESTINATION include/orvix/${folder} COMPONENT dev)
 endforeach()
-install(DIRECTORY app/common/document DESTINATION include/orvix/app/common COMPONENT dev FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY document DESTINATION include/orvix COMPONENT dev FILES_MATCHING PATTERN "*.h")
 
 # Compressed without a name or a time, so that the bytes depend on the content alone.
 function(orvix_install_compressed file name destination component)

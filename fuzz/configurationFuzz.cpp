@@ -1,6 +1,6 @@
 // Any bytes as a configuration file: loading, handing out, saving and loading again.
-#include "app/common/document/document.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
+#include "device/gsmDevice.h"
+#include "document/document.h"
 #include "fuzz/fuzz.h"
 #include "tests/world/host.h"
 

@@ -1,7 +1,7 @@
 // Any bytes as a BSON document, and the bytes behind it as a second one: every way to read and rewrite them.
 #include <cstring>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "fuzz/fuzz.h"
 
 using orvix::BSONBuilder;

@@ -8,9 +8,9 @@
 #include <memory>
 #include <stdexcept>
 
-#include "app/common/document/document.h"
-#include "app/device/gsmModem/adapter/atReply.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
+#include "device/atReply.h"
+#include "device/gsmDevice.h"
+#include "document/document.h"
 #include "fuzz/fuzz.h"
 #include "tests/world/host.h"
 #include "tests/world/ptyPair.h"

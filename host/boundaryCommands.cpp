@@ -1,6 +1,6 @@
 #include <iostream>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
 #include "host/exitCode.h"

@@ -4,7 +4,7 @@
 #include <iostream>
 #include <stdexcept>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/exitCode.h"
 #include "host/lineCheck.h"
 

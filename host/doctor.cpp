@@ -2,7 +2,7 @@
 #include <memory>
 #include <vector>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
 #include "host/exitCode.h"

@@ -4,10 +4,10 @@
 #include <csignal>
 #include <iostream>
 
-#include "app/common/logging.h"
 #include "host/commandLine.h"
 #include "host/exitCode.h"
 #include "host/terminal.h"
+#include "logging/logging.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 #include <iostream>
 #include <memory>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
 #include "host/exitCode.h"

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string>
 
-#include "app/common/document/object.h"
+#include "document/object.h"
 
 namespace orvix::host {
 

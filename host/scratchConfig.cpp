@@ -6,7 +6,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/exitCode.h"
 
 namespace orvix::host {

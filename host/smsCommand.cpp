@@ -1,7 +1,7 @@
 #include <iostream>
 #include <iterator>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
 #include "host/exitCode.h"

@@ -14,9 +14,9 @@
 #include <ctime>
 #include <string>
 
-#include "app/common/document/object.h"
-#include "app/common/document/value.h"
-#include "app/common/status.h"
+#include "common/status.h"
+#include "document/object.h"
+#include "document/value.h"
 #include "serial/xpl.h"
 
 namespace orvix {

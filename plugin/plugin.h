@@ -28,7 +28,7 @@ typedef void (*OrvixDestroyDevice)(orvix::IDevice* device);
 
 // Exported. Makes a device from {"cfgfile": PATH}. `pStatus` receives the outcome and must be valid: its text as passed
 // in is part of the message about empty arguments. `traceProvider` is borrowed for the device's life and may be null.
-// Returns null on failure. Every call installs the debug bridge into the host's log (see app/common/logging.h).
+// Returns null on failure. Every call installs the debug bridge into the host's log (see logging/logging.h).
 [[gnu::visibility("default")]] orvix::IDevice* CreateGsmDevice(const orvix::BSONObject& args, orvix::Status* pStatus,
                                                                orvix::ITraceProvider* traceProvider);
 

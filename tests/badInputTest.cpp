@@ -6,7 +6,7 @@
 #include <functional>
 #include <random>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "serial/xpl.h"
 #include "tests/world/modemDevice.h"
 

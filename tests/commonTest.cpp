@@ -8,8 +8,8 @@
 #include <string>
 #include <tuple>
 
-#include "app/common/status.h"
-#include "app/common/text.h"
+#include "common/status.h"
+#include "common/text.h"
 
 using orvix::Status;
 

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <stdexcept>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/modemDevice.h"
 #include "tests/world/systemCalls.h"
 

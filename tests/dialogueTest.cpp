@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/modemDevice.h"
 #include "tests/world/systemCalls.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <utility>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 
 namespace orvix {
 namespace {

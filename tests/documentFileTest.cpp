@@ -11,7 +11,7 @@
 #include <ctime>
 #include <tuple>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/systemCalls.h"
 

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <utility>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 
 namespace orvix {
 namespace {

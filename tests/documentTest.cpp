@@ -1,6 +1,6 @@
 // The document model in memory: values, objects, builders, paths, comparison, rendering and the visitor.
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 
 #include <gtest/gtest.h>
 

@@ -6,7 +6,7 @@
 #include <optional>
 #include <stdexcept>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/modemDevice.h"
 #include "tests/world/systemCalls.h"
 

@@ -53,7 +53,7 @@ AWK
 # The code spans in the first cells of the guide's tables, one a line.
 spans=$(awk '/^\| `/ { sub(/` \|.*/, "`"); n = split($0, parts, "`"); for (i = 2; i <= n; i += 2) print parts[i] }' \
   docs/modem-guide.md)
-texts=$(find app serial plugin debug \( -name '*.cpp' -o -name '*.h' \) ! -name prompt.cpp -print0 | sort -z |
+texts=$(find common debug device document logging module plugin serial \( -name '*.cpp' -o -name '*.h' \) ! -name prompt.cpp -print0 | sort -z |
   xargs -0 awk "$extract")
 [[ -n $spans && -n $texts ]] || { echo "no texts or no tables found"; exit 1; }
 

@@ -3,9 +3,9 @@
 
 #include <gtest/gtest.h>
 
-#include "app/common/logging.h"
-#include "app/common/verboseLog.h"
 #include "debug/xdbg.h"
+#include "logging/logging.h"
+#include "logging/verboseLog.h"
 
 namespace {
 

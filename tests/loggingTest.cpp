@@ -8,9 +8,9 @@
 #include <tuple>
 #include <vector>
 
-#include "app/common/logging.h"
-#include "app/common/verboseLog.h"
 #include "debug/xdbg.h"
+#include "logging/logging.h"
+#include "logging/verboseLog.h"
 #include "tests/world/host.h"
 
 using world::LogCapture;

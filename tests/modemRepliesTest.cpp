@@ -6,7 +6,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/modemDevice.h"
 
 using orvix::BSONObject;

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/loadedModule.h"
 #include "tests/world/scriptedModem.h"

@@ -4,8 +4,8 @@
 
 #include <stdexcept>
 
-#include "app/device/gsmModem/adapter/atReply.h"
-#include "app/device/gsmModem/adapter/gsmDataReport.h"
+#include "device/atReply.h"
+#include "device/gsmDataReport.h"
 
 using orvix::gsm::GsmDataReport;
 

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/systemCalls.h"
 

@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/loadedModule.h"
 #include "tests/world/scriptedModem.h"

@@ -11,8 +11,8 @@
 #include <future>
 #include <mutex>
 
-#include "app/common/document/document.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
+#include "device/gsmDevice.h"
+#include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/scriptedModem.h"
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <memory>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 #include "plugin/plugin.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "app/common/document/document.h"
+#include "document/document.h"
 
 namespace world {
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "app/common/logging.h"
-#include "app/device/gsmModem/adapter/gsmDevice.h"
+#include "device/gsmDevice.h"
+#include "logging/logging.h"
 #include "tests/world/host.h"
 #include "tests/world/scriptedModem.h"
 

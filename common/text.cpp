@@ -1,0 +1,48 @@
+#include "common/text.h"
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <cstdio>
+
+namespace orvix {
+
+std::string toUpper(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char byte) { return static_cast<char>(std::toupper(byte)); });
+  return text;
+}
+
+std::string toLower(std::string text) {
+  std::transform(text.begin(), text.end(), text.begin(),
+                 [](unsigned char byte) { return static_cast<char>(std::tolower(byte)); });
+  return text;
+}
+
+std::string intToText(int value, int radix) {
+  if (radix < 2 || radix > 36) {
+    return "";
+  }
+  char digits[33];
+  char* const end = digits + sizeof digits;
+  const auto written =
+      radix == 10 ? std::to_chars(digits, end, value) : std::to_chars(digits, end, static_cast<unsigned>(value), radix);
+  return {digits, written.ptr};
+}
+
+std::string localTimeText(std::time_t time) {
+  char text[64];
+  return localTimeText(time, text);
+}
+
+const char* localTimeText(std::time_t time, char (&text)[64]) {
+  std::tm local{};
+  if (localtime_r(&time, &local) == nullptr) {
+    return "";
+  }
+  std::snprintf(text, sizeof text, "%02d.%02d.%04lld %02d:%02d", local.tm_mday, local.tm_mon + 1,
+                local.tm_year + 1900LL, local.tm_hour, local.tm_min);
+  return text;
+}
+
+}  // namespace orvix

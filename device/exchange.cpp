@@ -1,0 +1,97 @@
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <optional>
+
+#include "common/text.h"
+#include "device/atReply.h"
+#include "device/gsmDevice.h"
+#include "serial/xpl.h"
+
+namespace orvix::gsm {
+namespace {
+
+constexpr int kShortestWaitMs = 100;
+constexpr std::size_t kReplyRoom = 128;
+
+void sleepFor(int milliseconds) {
+  timespec remaining{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
+  while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR) {
+  }
+}
+
+// Zero-filled and never filled to its last byte, so that it always holds a NUL-terminated text.
+class ReplyBuffer {
+ public:
+  explicit ReplyBuffer(std::size_t size) : bytes(size, '\0') {}
+
+  // Appends what has arrived and returns how many bytes that was.
+  int readMore(int handle) {
+    const auto room = static_cast<int>(bytes.size() - 1 - count);
+    const int received = std::abs(XPLRead(handle, &bytes[count], room));
+    count += static_cast<std::size_t>(received);
+    return received;
+  }
+
+  std::string text() const { return bytes.substr(0, bytes.find('\0')); }
+
+ private:
+  std::string bytes;
+  std::size_t count = 0;
+};
+
+Status writeCommand(int handle, const std::string& command) {
+  XPLPurgeInput(handle);
+  // The modem wants a carriage return alone: the line feed that ends every command is never sent.
+  const int written = XPLWrite(handle, command.data(), static_cast<int>(command.size() - 1));
+  if (written < 1) {
+    // Hosts rely on it: both numbers are the count that was written.
+    const std::string count = intToText(written, 10);
+    return Status::failed(("Wrote: " + count + " should write: " + count).c_str());
+  }
+  return {};
+}
+
+Status judge(const std::string& text, const std::string& expectedReply) {
+  if (text.find(expectedReply) != std::string::npos) {
+    return {};
+  }
+  const std::optional<std::string> error = errorText(text);
+  return Status::failed(error ? error->c_str() : "received reply did not match expected reply");
+}
+
+}  // namespace
+
+Status GsmDevice::sendAtCommand(const std::string& command, const std::string& expectedReply, int waitMs,
+                                std::string* reply) {
+  if (command.empty()) {
+    return Status::failed("message empty!");
+  }
+  if (modemConnectionDescriptor == 0) {
+    if (Status opened = openConnection(); !opened.isOk()) {
+      return opened;
+    }
+  }
+  if (Status written = writeCommand(modemConnectionDescriptor, command); !written.isOk()) {
+    return written;
+  }
+  const int pauseMs = waitMs > kShortestWaitMs ? waitMs : kShortestWaitMs;
+  ReplyBuffer buffer(command.size() + expectedReply.size() + kReplyRoom);
+  sleepFor(pauseMs);
+  const int received = buffer.readMore(modemConnectionDescriptor);
+  std::string text = buffer.text();
+  if (received == 0 || (text.empty() && !expectedReply.empty())) {
+    return Status::failed("received NO reply!");
+  }
+  if (text.find(expectedReply) == std::string::npos) {
+    sleepFor(pauseMs);
+    buffer.readMore(modemConnectionDescriptor);
+    text = buffer.text();
+  }
+  if (reply != nullptr) {
+    *reply = text;
+  }
+  return judge(text, expectedReply);
+}
+
+}  // namespace orvix::gsm

@@ -1,0 +1,65 @@
+#include "device/gsmDataReport.h"
+
+#include "common/text.h"
+#include "document/builder.h"
+
+namespace orvix::gsm {
+
+GsmDataReport::GsmDataReport(const GsmMeasurement& measurement)
+    : timestamp(std::time(nullptr)), measured(measurement), reportDocument(buildDocument()) {
+}
+
+BSONObject GsmDataReport::buildDocument() const {
+  static const std::string registrationKey = "NetworkRegistration";  // Too long for a string without an allocation.
+  BSONBuilder root;
+  BSONBuilder modem;
+  BSONBuilder report;
+  BSONBuilder signal;
+  BSONBuilder network;
+  root.appendDocumentBegin("GSMModem", &modem);
+  modem.appendDocumentBegin("report", &report);
+  char time[64];
+  report.appendString("time", localTimeText(timestamp, time));
+
+  report.appendDocumentBegin("signalQuality", &signal);
+  signal.appendInt32("percent", signalPercent(measured.signalQuality));
+  signal.appendInt32("dBm", signalDbm(measured.signalQuality));
+  signal.appendBool("valid", isSignalValid(measured.signalQuality));
+  report.appendDocumentEnd(&signal);
+
+  report.appendDocumentBegin(registrationKey, &network);
+  network.appendString("status", registrationWord(measured.registration));
+  network.appendBool("valid", isRegistrationValid(measured.registration));
+  report.appendDocumentEnd(&network);
+
+  modem.appendDocumentEnd(&report);
+  root.appendDocumentEnd(&modem);
+  return root.getObject(false);
+}
+
+bool GsmDataReport::GetTimestamp(std::time_t* time) {
+  if (time == nullptr) {
+    return false;
+  }
+  *time = timestamp;
+  return true;
+}
+
+bool GsmDataReport::GetValue(const std::string& path, BSONValue* value) {
+  const BSONValue found = reportDocument.get(path);
+  if (value == nullptr || found.isEmpty()) {
+    return false;
+  }
+  *value = found;
+  return true;
+}
+
+bool GsmDataReport::GetDocument(BSONObject* document) {
+  if (document == nullptr) {
+    return false;
+  }
+  *document = reportDocument.copy();
+  return true;
+}
+
+}  // namespace orvix::gsm

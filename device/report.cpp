@@ -1,0 +1,110 @@
+#include <new>
+
+#include "device/atReply.h"
+#include "device/gsmDevice.h"
+#include "document/compare.h"
+
+namespace orvix::gsm {
+namespace {
+
+// Hosts rely on it: all devices of the process share the last report.
+BSONObject& lastReport() {
+  static BSONObject last;
+  return last;
+}
+
+bool differ(const BSONObject& a, const BSONObject& b) {
+  static const std::string paths[] = {
+      "GSMModem.report.signalQuality.percent",
+      "GSMModem.report.signalQuality.valid",
+      "GSMModem.report.NetworkRegistration.status",
+      "GSMModem.report.NetworkRegistration.valid",
+  };
+  for (const std::string& path : paths) {
+    if (compareValues(a.get(path), b.get(path)) != 0) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace
+
+Status GsmDevice::GetDataReport(IDeviceDataReport** ppReport) {
+  switch (state) {
+    case DeviceState::kNone:
+    case DeviceState::kCreated:
+    case DeviceState::kReset:
+      return Status::failed("SetConfig first, current state ", statusName(statusOf(state)).c_str());
+    case DeviceState::kWithConfig:
+      return connectAndReport(DeviceState::kNotAvailable, ppReport);
+    case DeviceState::kConnect:
+      return makeReport(DeviceState::kConnect, ppReport);
+    case DeviceState::kInitializing:
+    case DeviceState::kReady:
+      return makeReport(DeviceState::kReady, ppReport);
+    case DeviceState::kInitFailed:
+    case DeviceState::kError:
+      closeConnection();
+      return connectAndReport(DeviceState::kError, ppReport);
+    case DeviceState::kNotAvailable:
+      closeConnection();
+      return connectAndReport(DeviceState::kNotAvailable, ppReport);
+  }
+  return Status::unexpected("Command not accepted in current state", statusName(statusOf(state)).c_str());
+}
+
+Status GsmDevice::connectAndReport(DeviceState onFailure, IDeviceDataReport** ppReport) {
+  if (Status probed = probeModem(); !probed.isOk()) {
+    OnStateChanged(onFailure);
+    return probed;
+  }
+  return makeReport(DeviceState::kConnect, ppReport);
+}
+
+Status GsmDevice::makeReport(DeviceState target, IDeviceDataReport** ppReport) {
+  if (ppReport == nullptr) {
+    OnStateChanged(target);
+    return Status::invalidPointer("ppReport");
+  }
+  GsmMeasurement measurement{};
+  if (Status taken = takeMeasurement(&measurement); !taken.isOk()) {
+    OnStateChanged(DeviceState::kNotAvailable);
+    return taken;
+  }
+  auto* const report = new (std::nothrow) GsmDataReport(measurement);
+  if (report == nullptr) {
+    OnStateChanged(DeviceState::kNotAvailable);
+    return Status::outOfMemory("failed to create GsmDataReport");
+  }
+  *ppReport = report;
+  OnStateChanged(DeviceState::kReady);
+  if (reportChanged(report)) {
+    eventSink->OnDataReport(this, report);  // Hosts set their sink before they ask for a report.
+  }
+  return {};
+}
+
+Status GsmDevice::takeMeasurement(GsmMeasurement* measurement) {
+  std::string signal = "99";
+  std::string registration = "99";
+  Status status = getSignalQuality(&signal);
+  if (status.isOk()) {
+    status = getNetworkRegistrationStatus(&registration);
+  }
+  *measurement = {numberOf(signal), numberOf(registration)};
+  return status;
+}
+
+bool GsmDevice::reportChanged(IDeviceDataReport* report) {
+  BSONObject document;
+  report->GetDocument(&document);
+  BSONObject& last = lastReport();
+  if (!last.isEmpty() && !differ(last, document)) {
+    return false;
+  }
+  last = document;
+  return true;
+}
+
+}  // namespace orvix::gsm

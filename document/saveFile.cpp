@@ -1,0 +1,79 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <filesystem>
+
+#include "document/file.h"
+
+namespace orvix {
+namespace {
+
+Status systemFailure(const std::string& message) {
+  return Status::failed(message.c_str(), std::strerror(errno));
+}
+
+// One write may take less than it was given; a write of nothing gets one more try.
+bool writeAll(int file, const char* bytes, std::size_t length) {
+  std::size_t done = 0;
+  int idleWrites = 0;
+  while (done < length && idleWrites < 2) {
+    const ssize_t count = write(file, bytes + done, length - done);
+    if (count > 0) {
+      done += static_cast<std::size_t>(count);
+    } else if (count == 0) {
+      ++idleWrites;
+    } else if (errno != EINTR) {
+      break;
+    }
+  }
+  return done == length;
+}
+
+// From the open temporary file to the target's new content. `*isMoved` tells whether the temporary name is gone.
+Status replaceTarget(const std::string& path, const std::string& temporary, int file, const void* data,
+                     std::size_t length, bool* isMoved) {
+  // Hosts rely on it: a failure before the close leaves the descriptor open.
+  if (!writeAll(file, static_cast<const char*>(data), length)) {
+    return systemFailure("Save file__ " + path);
+  }
+  if (fsync(file) != 0) {
+    return systemFailure("fsync " + path);
+  }
+  close(file);
+  if (std::rename(temporary.c_str(), path.c_str()) != 0) {
+    return systemFailure("Save file__\u00e4\u00e4 " + path);
+  }
+  *isMoved = true;
+  return {};
+}
+
+}  // namespace
+
+Status saveFile(const std::string& path, const void* data, std::size_t length) {
+  const std::string directory = std::filesystem::path(path).parent_path().string();
+  const std::string temporary = directory + "/" + std::to_string(std::time(nullptr)) + ".json";
+  const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+  if (file == -1) {
+    return Status::failed((std::string("Create temp file ") + std::strerror(errno)).c_str());
+  }
+  const int directoryFile = open(directory.c_str(), O_RDONLY);
+  if (directoryFile == -1) {
+    // Hosts rely on it: the temporary file stays, and its descriptor open.
+    return Status::failed(("Open " + directory + std::strerror(errno)).c_str());
+  }
+  bool isMoved = false;
+  Status status = replaceTarget(path, temporary, file, data, length, &isMoved);
+  if (!isMoved) {
+    unlink(temporary.c_str());
+  } else if (fsync(directoryFile) != 0) {
+    status = systemFailure("fsync " + directory);
+  }
+  close(directoryFile);
+  return status;
+}
+
+}  // namespace orvix
