@@ -8,7 +8,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$(dirname "$0")/.."
 mkdir "$folder/elsewhere"
-cp -r CMakeLists.txt app cmake debug host packaging plugin scripts serial simulator "$folder/elsewhere"
+tar -c --exclude=./build --exclude=./.git . | tar -x -C "$folder/elsewhere"
 cmake -G Ninja -S "$folder/elsewhere" -B "$folder/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF "$@" >/dev/null
 cmake --build "$folder/build" --target gsmmodem >/dev/null
 cmp "$module" "$folder/build/bin/$(basename "$module")"
