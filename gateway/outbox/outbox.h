@@ -1,0 +1,176 @@
+// The durable outbox: messages, attempts with their traffic, reports. The only room that knows the database.
+//
+// Threads: one. Time comes in as a parameter, in milliseconds of service time; nothing here sleeps or reads a clock.
+//
+// Every change joins one open transaction, begun by the first of them. commit() makes all of them durable (WAL,
+// synchronous FULL) or none: who was promised something is answered only behind it. Refused moves change nothing.
+// Nothing is cached: what stands in the database is the state.
+//
+// StoreError is thrown when the database does not do what it must (full or failing disk, damage): the open transaction
+// is rolled back then and the caller's changes since the last commit are void.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "gateway/config/config.h"
+#include "gateway/outbox/message.h"
+#include "hostkit/errorClass.h"
+
+namespace orvix::gateway {
+
+class StoreError : public std::runtime_error {
+ public:
+  StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}
+  bool isDiskFull() const { return isFull; }
+
+ private:
+  bool isFull;
+};
+
+struct NewMessage {
+  std::string id;
+  std::string owner;
+  std::string to;
+  std::string text;
+  Priority priority = Priority::kNormal;
+  OnUncertain onUncertain = OnUncertain::kHold;
+  std::optional<std::string> wantedModem;
+  std::int64_t expiresMs = 0;
+};
+
+// One request as it was accepted: a single message under the id itself, or several under "ID~1", "ID~2" ...
+struct NewRequest {
+  std::string id;
+  std::string owner;
+  std::string fingerprint;  // of its content: the same id with another fingerprint is another request
+  std::vector<NewMessage> messages;
+};
+
+struct KnownRequest {
+  std::string owner;
+  std::string fingerprint;
+  bool isBatch = false;
+  std::vector<Message> messages;
+};
+
+// How an attempt ended, as the worker or the death of a worker tells.
+struct AttemptEnd {
+  hostkit::Verdict verdict = hostkit::Verdict::kUncertain;
+  std::optional<int> reference;
+  std::optional<int> code;
+  std::optional<hostkit::ErrorClass> errorClass;  // of a refusal
+  bool hasAnswered = true;                        // false: not a byte came from the modem
+  std::string reason;
+  std::string recording;  // in the format of docs/recording.md
+};
+
+// A modem that is free to take a message now.
+struct FreeModem {
+  std::string name;
+  hostkit::Charset charset = hostkit::Charset::kIra;
+  int perDay = 0;
+};
+
+struct Counts {
+  std::int64_t perState[7] = {};
+  std::optional<std::int64_t> oldestQueuedMs;  // acceptance of the oldest queued message
+};
+
+struct MessageFilter {
+  std::optional<std::string> owner;
+  std::optional<MessageState> state;
+  std::int64_t afterSequence = 0;
+  int limit = 100;
+};
+
+struct HistoryPoint {
+  std::int64_t timeMs = 0;
+  std::optional<int> minDbm;
+  std::optional<double> meanDbm;
+  std::optional<int> maxDbm;
+  bool isRegistered = false;
+};
+
+class Outbox {
+ public:
+  // Opens or makes the database in the folder. Throws StoreError, the file untouched, for one that is damaged, foreign,
+  // newer, not writable, or in use by another service.
+  Outbox(const StorageConfig& storage, const SendingConfig& sending);
+  ~Outbox();
+  Outbox(const Outbox&) = delete;
+  Outbox& operator=(const Outbox&) = delete;
+
+  // Nothing to commit is success. Throws StoreError.
+  void commit();
+  void rollback();
+
+  // The highest service time, and the offset to the wall clock, that were committed; see setTime.
+  std::int64_t storedTimeMs() const;
+  std::int64_t storedOffsetMs() const;
+  // Written along with the next commit that has a reason of its own.
+  void setTime(std::int64_t nowMs, std::int64_t offsetMs);
+
+  // What a start makes of attempts that were found running: without the mark queued again (the attempt counts), with it
+  // uncertain. Returns the modems they ran on: each may wait at its prompt.
+  std::vector<std::string> recover(std::int64_t nowMs);
+
+  // The request of that id, whole.
+  std::optional<KnownRequest> findRequest(const std::string& id);
+  // Nothing of that id may be there. Returns the messages as they are now.
+  std::vector<Message> accept(const NewRequest& request, std::int64_t nowMs);
+  std::optional<Message> find(const std::string& id);
+  std::vector<Message> list(const MessageFilter& filter, std::int64_t nowMs);
+  Counts counts();
+  // Messages that an owner had accepted since then.
+  int acceptedSince(const std::string& owner, std::int64_t sinceMs);
+  // Of one attempt; none when it has no recording.
+  std::optional<std::string> recording(const std::string& id, int number);
+
+  // The message that this modem takes next: alarm, normal, bulk, then first come, past all that must wait or that it
+  // does not carry. None: nothing for it now.
+  std::optional<Message> next(const FreeModem& modem, std::int64_t nowMs);
+  // queued -> attempting; the number of the attempt.
+  int beginAttempt(const std::string& id, const std::string& modem, std::int64_t nowMs);
+  void markMayBeOut(const std::string& id);
+  // attempting -> sent, failed, uncertain, or queued again with its retry time; as the classes of codes tell.
+  Message endAttempt(const std::string& id, const AttemptEnd& end, std::int64_t nowMs);
+
+  // queued -> cancelled (uncertain, when an attempt was). None: not queued.
+  std::optional<Message> cancel(const std::string& id, std::int64_t nowMs);
+  enum class Resolution { kSent, kResend, kDrop };
+  // A person's decision. None: not uncertain.
+  std::optional<Message> resolve(const std::string& id, Resolution resolution, std::int64_t nowMs);
+  // queued -> expired (uncertain, when an attempt was) of all whose time has come; the messages moved.
+  std::vector<Message> expire(std::int64_t nowMs);
+  // Ended messages, ids and reports whose time of keeping is over; at most a bounded number a call.
+  void purge(std::int64_t nowMs);
+  // When next() or expire() may next answer otherwise without any other call; none: never.
+  std::optional<std::int64_t> nextChangeMs(std::int64_t nowMs);
+
+  // A modem's measurement. Kept in memory and written in thinned form, at most one write in 5 minutes.
+  void addReport(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
+  std::vector<HistoryPoint> history(const std::string& modem, std::int64_t fromMs, std::int64_t toMs, int points);
+
+  // Every message of the owner "mqtt" leaves a note at each change of state, oldest first, until it is dropped.
+  struct Announcement {
+    std::int64_t number = 0;
+    Message message;  // as it was at that change
+  };
+  std::vector<Announcement> announcements(std::int64_t afterNumber, int limit);
+  void announce(const std::string& id);  // once more as it is
+  void dropAnnouncement(std::int64_t number);
+
+  // Integrity of the database and of our own rules; "" when all is well, else what is wrong.
+  std::string check();
+
+ private:
+  struct Store;
+  std::unique_ptr<Store> store;
+};
+
+}  // namespace orvix::gateway

@@ -1,0 +1,28 @@
+// Service time: milliseconds that run with the monotonic clock, so that a jump of the wall clock moves no deadline, and
+// go on over restarts. One file reads the clocks; all else gets the time as a parameter. One thread.
+//
+// Wall time = service time + offset. At a start before the last time stored, that one counts.
+#pragma once
+
+#include <cstdint>
+
+namespace orvix::gateway {
+
+class ServiceClock {
+ public:
+  // What was stored last; 0 and 0 at the very first start.
+  ServiceClock(std::int64_t storedMs, std::int64_t storedOffsetMs);
+
+  std::int64_t nowMs() const;
+  // To be added to a service time for showing it; follows the wall clock's jumps whenever update() is called.
+  std::int64_t offsetMs() const { return offset; }
+  void update();
+
+ private:
+  std::int64_t startMs;
+  std::int64_t monotonicStartMs;
+  std::int64_t floorMs;  // wall time that is surely past
+  std::int64_t offset;
+};
+
+}  // namespace orvix::gateway

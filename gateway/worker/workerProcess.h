@@ -1,0 +1,99 @@
+// The supervisor's end of one worker process: spawns it, speaks with it, kills it when it is stuck.
+//
+// Threads: one, the supervisor's loop. Nothing here blocks: frames are queued and moved when the socket is ready.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "gateway/config/config.h"
+#include "hostkit/errorClass.h"
+#include "hostkit/verdict.h"
+
+namespace orvix::gateway {
+
+enum class ModemState { kNoData, kNotAvailable, kReady };
+const char* wordOf(ModemState state);  // "noData", "notAvailable", "ready"
+
+struct ModemReport {
+  std::optional<int> dBm;      // none: unknown
+  std::optional<int> percent;  // 0 to 100
+  std::string registration;    // none, home, searching, denied, unknown, roaming
+  bool isRegistered() const { return registration == "home" || registration == "roaming"; }
+};
+
+struct AttemptOrder {
+  std::string id;
+  int number = 0;
+  std::string to;
+  std::string text;
+};
+
+struct AttemptResult {
+  hostkit::Verdict verdict = hostkit::Verdict::kUncertain;
+  std::optional<int> reference;
+  std::optional<int> code;
+  std::optional<hostkit::ErrorClass> errorClass;
+  bool hasAnswered = true;
+  std::string reason;
+  std::string recording;
+};
+
+// What a worker tells; all calls come from inside WorkerProcess::onReady or onTime.
+class WorkerListener {
+ public:
+  virtual void onState(const std::string& modem, ModemState state, const std::string& reason) = 0;
+  virtual void onReport(const std::string& modem, const ModemReport& report) = 0;
+  // What the modem is doing at this moment, for people: "asking for a report", "listening for a late result".
+  virtual void onDoing(const std::string& modem, const std::string& doing) = 0;
+  // The prompt has come; the text is written only after goAhead().
+  virtual void onPrompt(const std::string& modem, const std::string& id, int number) = 0;
+  virtual void onAttemptEnded(const std::string& modem, const std::string& id, int number,
+                              const AttemptResult& result) = 0;
+  virtual void onHealed(const std::string& modem) = 0;
+  virtual void onReconnected(const std::string& modem) = 0;
+  // The process is gone; an attempt that it had is over: nothing more will be told of it. `recording` is its traffic so
+  // far.
+  virtual void onDied(const std::string& modem, const std::optional<AttemptOrder>& running,
+                      const std::string& recording, const std::string& reason) = 0;
+
+ protected:
+  ~WorkerListener() = default;
+};
+
+class WorkerProcess {
+ public:
+  // `listener` is borrowed. Nothing is started before start().
+  WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener);
+  ~WorkerProcess();  // kills
+  WorkerProcess(const WorkerProcess&) = delete;
+  WorkerProcess& operator=(const WorkerProcess&) = delete;
+
+  // The modem may wait at its prompt: an Escape before any other byte of the next process.
+  void escapeFirst();
+  void start(std::int64_t nowMs);
+  // The socket to wait on, -1 while no process runs; whether to wait for writing as well.
+  int descriptor() const;
+  bool wantsToWrite() const;
+  void onReady(std::int64_t nowMs);
+  // Kills what is stuck, starts again after a death with backoff.
+  void onTime(std::int64_t nowMs);
+  std::optional<std::int64_t> nextTimeMs() const;
+
+  // Only while the modem is ready and no attempt runs.
+  void attempt(const AttemptOrder& order, std::int64_t nowMs);
+  // The mark is committed: the text may be written.
+  void goAhead();
+  // No new call; the running one ends, at most that much more of listening; then the process ends.
+  void stop(int listenSeconds, std::int64_t nowMs);
+  void kill();
+  bool isRunning() const;
+
+ private:
+  struct State;
+  std::unique_ptr<State> state;
+};
+
+}  // namespace orvix::gateway
