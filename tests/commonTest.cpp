@@ -1,4 +1,4 @@
-// Status and the small text conversions.
+// Status and the small conversions of text and time.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,8 @@
 #include <string>
 #include <tuple>
 
+#include "common/isoTime.h"
+#include "common/printable.h"
 #include "common/status.h"
 #include "common/text.h"
 
@@ -100,5 +102,64 @@ TEST(TextTest, CaseNumberAndTime) {
   if (sizeof(std::time_t) > 4) {
     EXPECT_EQ(orvix::localTimeText(static_cast<std::time_t>(-62135596800LL)), "01.01.0001 02:00");
     EXPECT_EQ(orvix::localTimeText(std::numeric_limits<std::time_t>::max()), "");
+  }
+}
+
+TEST(PrintableTest, BytesAreShownWithoutWhatSteersATerminal) {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      // bytes, escaped, shown
+      {std::string("a\0~", 3), "a\\x00~", "a\\x00~"},
+      {"\r\n\t\\", "\\r\\n\\x09\\\\", "\\x0d\n\t\\"},
+      {"\x1b\x7f", "\\x1b\\x7f", "\\x1b\\x7f"},
+      {"\u00e4\u20ac\U0001f600", "\\xc3\\xa4\\xe2\\x82\\xac\\xf0\\x9f\\x98\\x80", "\u00e4\u20ac\U0001f600"},
+      {"\u009b\u00a0", "\\xc2\\x9b\\xc2\\xa0", "\\xc2\\x9b\u00a0"},
+      {"\u061c\u200d", "\\xd8\\x9c\\xe2\\x80\\x8d", "\\xd8\\x9c\u200d"},
+      {"\u202e\u202f", "\\xe2\\x80\\xae\\xe2\\x80\\xaf", "\\xe2\\x80\\xae\u202f"},
+      {"\u2069", "\\xe2\\x81\\xa9", "\\xe2\\x81\\xa9"},
+      {"\xe4 ", "\\xe4 ", "\\xe4 "},                           // Latin-1
+      {"\xc0\x8a", "\\xc0\\x8a", "\\xc0\\x8a"},                // longer than needed
+      {"\xed\xa0\x80", "\\xed\\xa0\\x80", "\\xed\\xa0\\x80"},  // half a pair
+      {"\xf4\x90\x80\x80", "\\xf4\\x90\\x80\\x80", "\\xf4\\x90\\x80\\x80"},
+      {"\xe2\x82", "\\xe2\\x82", "\\xe2\\x82"},  // cut off
+      {"\xf8\x80", "\\xf8\\x80", "\\xf8\\x80"}};
+  for (const auto& [bytes, asEscaped, asShown] : rows) {
+    EXPECT_EQ(orvix::escaped(bytes), asEscaped);
+    EXPECT_EQ(orvix::shown(bytes), asShown);
+    EXPECT_EQ(orvix::bytesOfHex(orvix::hexText(bytes)), bytes);
+  }
+  EXPECT_EQ(orvix::hexText("\x0a\xff"), "0aff");
+  EXPECT_EQ(orvix::bytesOfHex("0AfF"), "\x0a\xff");
+  for (const char* wrong : {"0", "0g", "-1", " 1"}) {
+    EXPECT_FALSE(orvix::bytesOfHex(wrong)) << wrong;
+  }
+}
+
+TEST(IsoTimeTest, TimesAreWrittenAndRead) {
+  const std::tuple<std::int64_t, std::string> rows[] = {{0, "1970-01-01T00:00:00.000Z"},
+                                                        {-1, "1969-12-31T23:59:59.999Z"},
+                                                        {951782400123, "2000-02-29T00:00:00.123Z"},
+                                                        {2147483648000, "2038-01-19T03:14:08.000Z"},
+                                                        {4107542400000, "2100-03-01T00:00:00.000Z"},
+                                                        {-62167219200000, "0000-01-01T00:00:00.000Z"},
+                                                        {253402300799999, "9999-12-31T23:59:59.999Z"}};
+  for (const auto& [ms, text] : rows) {
+    EXPECT_EQ(orvix::rfc3339(ms), text);
+    EXPECT_EQ(orvix::msOfRfc3339(text), ms);
+  }
+  EXPECT_EQ(orvix::msOfRfc3339("1970-01-01t01:00:00.0019+01:00"), 1);
+  EXPECT_EQ(orvix::msOfRfc3339("1969-12-31T23:29:60.5-00:30"), 500);
+  for (const char* wrong : {"", "1970-01-01", "1970-01-01T00:00:00", "1970-01-01T00:00:00.Z", "1970-13-01T00:00:00Z",
+                            "1900-02-29T00:00:00Z", "1970-01-01T24:00:00Z", "1970-01-01T00:00:00Z ",
+                            "1970-01-01T00:00:00+0100", "+970-01-01T00:00:00Z"}) {
+    EXPECT_FALSE(orvix::msOfRfc3339(wrong)) << wrong;
+  }
+}
+
+TEST(IsoTimeTest, LocalTimeFollowsTheZone) {
+  const std::tuple<std::string, std::string> rows[] = {{"UTC0", "1970-01-01T00:00:00+00:00"},
+                                                       {"IST-5:30", "1970-01-01T05:30:00+05:30"}};
+  for (const auto& [zone, text] : rows) {
+    setenv("TZ", zone.c_str(), 1);
+    EXPECT_EQ(orvix::isoTime(0), text);
   }
 }

@@ -1,0 +1,23 @@
+// Times as machines exchange them: ISO 8601 and its profile RFC 3339. Any thread.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvix {
+
+// Local time with its offset from UTC, "2026-03-01T09:30:00+01:00", after the zone as it is at this moment: a change of
+// TZ or /etc/localtime shows at once.
+std::string isoTime(std::time_t time);
+
+// `ms` milliseconds since 1970 in UTC, "2026-03-01T08:30:00.000Z". The year must be 0 to 9999.
+std::string rfc3339(std::int64_t ms);
+
+// Milliseconds since 1970 of a time in RFC 3339, with any offset; digits behind the milliseconds are dropped and a leap
+// second counts as the second after it. None for anything else.
+std::optional<std::int64_t> msOfRfc3339(std::string_view text);
+
+}  // namespace orvix

@@ -1,0 +1,25 @@
+// Bytes as text that can be shown, and back. Any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvix {
+
+// For logs, recordings and complaints about single bytes: printable ASCII as it is, CR, LF and backslash as \r, \n and
+// \\, every other byte as \xNN. The result is ASCII, whatever the locale, and never holds a line feed.
+std::string escaped(std::string_view bytes);
+
+// For a person's terminal: UTF-8 as it is, but each byte that could steer the terminal or hide text as \xNN. These are
+// the C0 controls except line feed and tab, DEL, C1 (U+0080 to U+009F), the controls of writing direction (U+061C,
+// U+200E, U+200F, U+202A to U+202E, U+2066 to U+2069) and whatever is not UTF-8. A backslash stays a single one.
+std::string shown(std::string_view text);
+
+// Two hexadecimal digits a byte, in lower case.
+std::string hexText(std::string_view bytes);
+
+// Takes digits of either case; none for an odd number of them and for anything else.
+std::optional<std::string> bytesOfHex(std::string_view digits);
+
+}  // namespace orvix
