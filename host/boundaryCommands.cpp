@@ -5,7 +5,7 @@
 #include "host/deviceSession.h"
 #include "host/exitCode.h"
 #include "host/modemErrors.h"
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -38,10 +38,11 @@ void checkConfiguration(const Options& options) {
   if (const Status status = session.device().SetProperty("config.current", document); !status.isOk()) {
     throw Failure(kConfiguration, options.subject + ": " + status.toString());
   }
-  std::cout << options.subject << ": " << green(std::cout, "accepted") << std::endl;
+  std::cout << options.subject << ": " << program::green(std::cout, "accepted") << std::endl;
   const std::string mode = document.getString("config.mode", "");
   if (mode != "com" && mode != "ip") {
-    std::cout << yellow(std::cout, "but mode \"" + mode + "\" cannot be opened; it is \"com\" or \"ip\"") << std::endl;
+    std::cout << program::yellow(std::cout, "but mode \"" + mode + "\" cannot be opened; it is \"com\" or \"ip\"")
+              << std::endl;
   }
 }
 

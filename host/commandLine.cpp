@@ -5,7 +5,7 @@
 
 #include "host/commands.h"
 #include "host/exitCode.h"
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -35,7 +35,7 @@ void addCommonOptions(CLI::App* app, Options* options) {
       ->type_name("LEVEL")
       ->check(CLI::Range(0, 5).description(""));
   app->add_flag("--json", options->json, "JSON for scripts, one document a line (report, sms, monitor, get, control)");
-  app->add_flag_callback("--no-color", switchColorOff, "No colours, as with NO_COLOR set");
+  app->add_flag_callback("--no-color", program::switchColorOff, "No colours, as with NO_COLOR set");
 }
 
 CLI::App* addCommand(CLI::App* app, Invocation* invocation, const char* name, const char* description,
@@ -97,7 +97,7 @@ Invocation readCommandLine(int argc, char** argv) {
     invocation.exitCode = app.exit(request);
   } catch (const CLI::ParseError& error) {
     invocation.command = nullptr;
-    std::cerr << red(std::cerr, "gsm-host:") << " " << error.what() << "; see gsm-host --help" << std::endl;
+    std::cerr << program::red(std::cerr, "gsm-host:") << " " << error.what() << "; see gsm-host --help" << std::endl;
     invocation.exitCode = kUsage;
   }
   return invocation;

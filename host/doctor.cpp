@@ -9,7 +9,7 @@
 #include "host/lineCheck.h"
 #include "host/modemErrors.h"
 #include "host/reportView.h"
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -56,12 +56,13 @@ Finding ask(const Options& options) {
 
 std::string summaryOf(const Finding& finding) {
   if (finding.status.isOk()) {
-    return green(std::cout, "answers");
+    return program::green(std::cout, "answers");
   }
   if (finding.heard.empty()) {
-    return red(std::cout, "silent");
+    return program::red(std::cout, "silent");
   }
-  return yellow(std::cout, explained(finding.status.toString())) + ", received " + escaped(finding.heard.substr(0, 60));
+  return program::yellow(std::cout, explained(finding.status.toString())) + ", received " +
+         escaped(finding.heard.substr(0, 60));
 }
 
 // A modem at a wrong speed shows as silence or noise; whatever contains a result code is at the right one.
@@ -153,16 +154,16 @@ void examineModem(const Options& options) {
     configured = session.line();
     say("line", configured);
     if (const std::string trouble = lineTrouble(configured); !trouble.empty()) {
-      say("", red(std::cout, "does not open"));
+      say("", program::red(std::cout, "does not open"));
       for (const std::string& other : serialDevices()) {
         say("", "there is " + other);
       }
       throw Failure(kLine, trouble);
     }
     for (const std::string& other : openersOf(configured)) {
-      say("", yellow(std::cout, "is open in " + other + " as well"));
+      say("", program::yellow(std::cout, "is open in " + other + " as well"));
     }
-    say("", green(std::cout, "is there, may be opened, and is not locked"));
+    say("", program::green(std::cout, "is there, may be opened, and is not locked"));
     session.start();  // a configuration that cannot work is told here
   }
   const Finding finding = findAnswer(options, configured);
@@ -174,7 +175,7 @@ void examineModem(const Options& options) {
   if (!advice.empty()) {
     throw Failure(kModem, advice);
   }
-  say("verdict", green(std::cout, "the modem is well"));
+  say("verdict", program::green(std::cout, "the modem is well"));
 }
 
 }  // namespace orvix::host

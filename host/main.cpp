@@ -6,15 +6,15 @@
 
 #include "host/commandLine.h"
 #include "host/exitCode.h"
-#include "host/terminal.h"
 #include "logging/logging.h"
+#include "program/terminal.h"
 
 namespace {
 
 using namespace orvix::host;
 
 int complain(const char* what, int exitCode) {
-  std::cerr << red(std::cerr, "gsm-host:") << " " << what << std::endl;
+  std::cerr << orvix::program::red(std::cerr, "gsm-host:") << " " << what << std::endl;
   return exitCode;
 }
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <iostream>
 
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 
@@ -28,7 +28,7 @@ std::string stepOf(std::string_view command) {
 }
 
 Progress::Progress(bool isWanted) {
-  if (isWanted && isTerminal(std::cerr)) {
+  if (isWanted && program::isTerminal(std::cerr)) {
     painter = std::thread([this] { redraw(); });
   }
 }

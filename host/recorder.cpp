@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "host/exitCode.h"
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -26,7 +26,8 @@ const char* nameOf(XplTraceKind kind) {
 }  // namespace
 
 Recorder::Recorder(const std::string& file, const std::string& line) : output(file, std::ios::trunc) {
-  output << R"({"format": "orvix-gsm-recording", "version": 1, "line": )" << jsonString(line) << "}" << std::endl;
+  output << R"({"format": "orvix-gsm-recording", "version": 1, "line": )" << program::jsonString(line) << "}"
+         << std::endl;
   if (hasFailed()) {
     throw Failure(kInternal, "cannot record to " + file + ": " + std::strerror(errno));
   }
@@ -37,7 +38,7 @@ void Recorder::onTraffic(XplTraceKind kind, std::string_view bytes) {
   const bool isLines = kind == kXplTraceLinesRead || kind == kXplTraceLinesSet;
   output << R"({"us": )" << duration_cast<microseconds>(steady_clock::now() - begin).count() << R"(, "kind": ")"
          << nameOf(kind) << R"(", "hex": ")" << hexText(bytes) << R"(", "text": )"
-         << jsonString(isLines ? linesThatAreOn(bytes).substr(1) : escaped(bytes)) << "}" << std::endl;
+         << program::jsonString(isLines ? linesThatAreOn(bytes).substr(1) : escaped(bytes)) << "}" << std::endl;
 }
 
 }  // namespace orvix::host

@@ -6,11 +6,11 @@
 #include "host/commands.h"
 #include "host/deviceSession.h"
 #include "host/exitCode.h"
-#include "host/interrupt.h"
 #include "host/modemErrors.h"
 #include "host/progress.h"
 #include "host/reportView.h"
-#include "host/terminal.h"
+#include "program/stopSignals.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -32,16 +32,17 @@ bool showNext(DeviceSession* session, bool asJson) {
   const bool isChanged = session->takeChanged();
   if (!status.isOk()) {
     if (asJson) {
-      printJsonLine("error", R"("text": )" + jsonString(status.toString()));
+      printJsonLine("error", R"("text": )" + program::jsonString(status.toString()));
     } else {
-      std::cout << dim(std::cout, timeOfDay()) << "  " << red(std::cout, status.toString()) << std::endl;
+      std::cout << program::dim(std::cout, program::timeOfDay()) << "  " << program::red(std::cout, status.toString())
+                << std::endl;
     }
   } else if (asJson) {
     printJsonLine("report", R"("changed": )" + std::string(isChanged ? "true" : "false") + R"(, "document": )" +
                                 document.toJSON());
   } else {
-    std::cout << dim(std::cout, timeOfDay()) << (isChanged ? " * " : "   ") << signalText(document) << "  "
-              << registrationText(document) << std::endl;
+    std::cout << program::dim(std::cout, program::timeOfDay()) << (isChanged ? " * " : "   ") << signalText(document)
+              << "  " << registrationText(document) << std::endl;
   }
   return status.isOk();
 }
@@ -68,22 +69,22 @@ void showReport(const Options& options) {
 
 void monitorModem(const Options& options) {
   using namespace std::chrono;
-  catchInterrupts();
+  program::catchStopSignals();
   DeviceSession session(options, options.json ? Telling::kJsonLines : Telling::kText);
   if (!options.json) {
     std::cout << "GSM modem on " << session.line() << ", * marks a change, Ctrl-C ends" << std::endl;
   }
   session.start();
   bool isAnswered = true;
-  for (unsigned number = 1; !isInterrupted(); ++number) {
+  for (unsigned number = 1; !program::isStopWished(); ++number) {
     const auto begin = steady_clock::now();
     isAnswered = showNext(&session, options.json);
     if (number == options.count || !std::cout) {
       break;
     }
-    sleepUnlessInterrupted(options.intervalSeconds - duration<double>(steady_clock::now() - begin).count());
+    program::sleepUnlessStopped(options.intervalSeconds - duration<double>(steady_clock::now() - begin).count());
   }
-  if (!isAnswered && !isInterrupted()) {
+  if (!isAnswered && !program::isStopWished()) {
     throw Failure(kModem, "the modem did not answer the last time; try gsm-host doctor");
   }
 }

@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -35,8 +35,9 @@ std::string registrationText(const BSONObject& document) {
 void printReport(std::ostream& out, const BSONObject& document) {
   const std::string registration = registrationText(document);
   const bool isRegistered = registration == "home" || registration == "roaming";
-  out << "  Signal        " << bold(out, signalText(document)) << "\n"
-      << "  Registration  " << (isRegistered ? green(out, registration) : yellow(out, registration)) << "\n"
+  out << "  Signal        " << program::bold(out, signalText(document)) << "\n"
+      << "  Registration  " << (isRegistered ? program::green(out, registration) : program::yellow(out, registration))
+      << "\n"
       << "  Measured      " << document.getString(std::string(kReport) + ".time", "") << std::endl;
 }
 

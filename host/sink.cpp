@@ -1,9 +1,11 @@
 #include "host/sink.h"
 
+#include <ctime>
 #include <iostream>
 #include <utility>
 
-#include "host/terminal.h"
+#include "common/isoTime.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 
@@ -24,15 +26,16 @@ const char* statusWord(DeviceStatus status) {
 }
 
 void printJsonLine(const std::string& kind, const std::string& fields) {
-  std::cout << R"({"at": )" << jsonString(isoTime()) << R"(, "kind": ")" << kind << R"(", )" << fields << "}"
-            << std::endl;
+  std::cout << R"({"at": )" << program::jsonString(isoTime(std::time(nullptr))) << R"(, "kind": ")" << kind << R"(", )"
+            << fields << "}" << std::endl;
 }
 
 void Sink::OnEvent(IDevice* /*device*/, const std::string& name, const BSONObject& document) {
   if (telling == Telling::kText) {
-    std::cout << dim(std::cout, timeOfDay()) << "  event   " << name << " " << document.toJSON() << std::endl;
+    std::cout << program::dim(std::cout, program::timeOfDay()) << "  event   " << name << " " << document.toJSON()
+              << std::endl;
   } else if (telling == Telling::kJsonLines) {
-    printJsonLine("event", R"("name": )" + jsonString(name) + R"(, "document": )" + document.toJSON());
+    printJsonLine("event", R"("name": )" + program::jsonString(name) + R"(, "document": )" + document.toJSON());
   }
 }
 
@@ -42,7 +45,7 @@ void Sink::OnDataReport(IDevice* /*device*/, IDeviceDataReport* /*report*/) {
 
 void Sink::OnStatusChanged(IDevice* /*device*/, DeviceStatus status) {
   if (telling == Telling::kText) {
-    std::cout << dim(std::cout, timeOfDay()) << "  status  " << statusWord(status) << std::endl;
+    std::cout << program::dim(std::cout, program::timeOfDay()) << "  status  " << statusWord(status) << std::endl;
   } else if (telling == Telling::kJsonLines) {
     printJsonLine("status", R"("status": ")" + std::string(statusWord(status)) + R"(")");
   }

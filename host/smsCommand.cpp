@@ -7,7 +7,7 @@
 #include "host/exitCode.h"
 #include "host/modemErrors.h"
 #include "host/progress.h"
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
@@ -67,7 +67,7 @@ void sendMessage(const Options& options) {
     throw Failure(kModem, "the message was not sent: " + explained(sent.toString()));
   }
   if (!options.json) {
-    std::cout << green(std::cout, "Sent") << " to " << options.phone << ": the modem answered "
+    std::cout << program::green(std::cout, "Sent") << " to " << options.phone << ": the modem answered "
               << answer.getString("TransmissionResult", "") << std::endl;
   }
 }

@@ -2,12 +2,12 @@
 
 #include <iostream>
 
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 namespace orvix::host {
 
 void TrafficPrinter::onTraffic(XplTraceKind kind, std::string_view bytes) {
-  std::cerr << dim(std::cerr, timeOfDay(true)) << ' ';
+  std::cerr << program::dim(std::cerr, program::timeOfDay(true)) << ' ';
   switch (kind) {
     case kXplTraceSent:
       std::cerr << "> " << escaped(bytes);
@@ -23,7 +23,7 @@ void TrafficPrinter::onTraffic(XplTraceKind kind, std::string_view bytes) {
       break;
   }
   if (withHex) {
-    std::cerr << "\n               " << dim(std::cerr, hexText(bytes));
+    std::cerr << "\n               " << program::dim(std::cerr, hexText(bytes));
   }
   std::cerr << std::endl;
 }

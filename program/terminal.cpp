@@ -1,27 +1,25 @@
-#include "host/terminal.h"
+#include "program/terminal.h"
 
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <ctime>
 #include <iostream>
 
-namespace orvix::host {
+namespace orvix::program {
 namespace {
 
-bool colorOff = std::getenv("NO_COLOR") != nullptr && *std::getenv("NO_COLOR") != '\0';
+std::string environment(const char* name) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? value : "";
+}
+
+bool colorOff = !environment("NO_COLOR").empty() || environment("TERM") == "dumb";
 
 std::string painted(const std::ostream& stream, const char* code, const std::string& text) {
   return colorOff || !isTerminal(stream) ? text : std::string("\x1b[") + code + "m" + text + "\x1b[0m";
-}
-
-std::tm localTime(std::time_t time) {
-  std::tm local{};
-  localtime_r(&time, &local);
-  return local;
 }
 
 }  // namespace
@@ -57,7 +55,10 @@ std::string red(const std::ostream& stream, const std::string& text) {
 std::string timeOfDay(bool withMilliseconds) {
   using namespace std::chrono;
   const auto now = system_clock::now();
-  const std::tm local = localTime(system_clock::to_time_t(now));
+  const std::time_t seconds = system_clock::to_time_t(now);
+  tzset();  // localtime_r looks for the zone only once
+  std::tm local{};
+  localtime_r(&seconds, &local);
   char text[48];
   std::strftime(text, sizeof text, "%H:%M:%S", &local);
   if (!withMilliseconds) {
@@ -67,13 +68,6 @@ std::string timeOfDay(bool withMilliseconds) {
   std::snprintf(milliseconds, sizeof milliseconds, ".%03d",
                 static_cast<int>(duration_cast<std::chrono::milliseconds>(now.time_since_epoch()).count() % 1000));
   return std::string(text) + milliseconds;
-}
-
-std::string isoTime() {
-  const std::tm local = localTime(std::time(nullptr));
-  char text[48];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
-  return std::string(text).insert(std::strlen(text) - 2, ":");
 }
 
 std::string jsonString(const std::string& text) {
@@ -93,4 +87,4 @@ std::string jsonString(const std::string& text) {
   return json + "\"";
 }
 
-}  // namespace orvix::host
+}  // namespace orvix::program

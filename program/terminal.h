@@ -4,9 +4,9 @@
 #include <iosfwd>
 #include <string>
 
-namespace orvix::host {
+namespace orvix::program {
 
-// Colours are used on terminals unless NO_COLOR is set or this was called.
+// Colours are used on terminals, unless NO_COLOR is set, TERM is "dumb" or this was called.
 void switchColorOff();
 // Whether standard output or standard error, as given, is a terminal.
 bool isTerminal(const std::ostream& stream);
@@ -18,11 +18,10 @@ std::string green(const std::ostream& stream, const std::string& text);
 std::string yellow(const std::ostream& stream, const std::string& text);
 std::string red(const std::ostream& stream, const std::string& text);
 
-// Local time as "hh:mm:ss", with milliseconds "hh:mm:ss.mmm"; and with date and offset for machines, ISO 8601.
+// Local time as "hh:mm:ss", with milliseconds "hh:mm:ss.mmm".
 std::string timeOfDay(bool withMilliseconds = false);
-std::string isoTime();
 
 // A text as a JSON string, quoted.
 std::string jsonString(const std::string& text);
 
-}  // namespace orvix::host
+}  // namespace orvix::program
