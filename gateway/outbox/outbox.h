@@ -48,6 +48,7 @@ struct NewRequest {
   std::string id;
   std::string owner;
   std::string fingerprint;  // of its content: the same id with another fingerprint is another request
+  bool isBatch = false;     // its messages carry the id with "~" and their number, from 1
   std::vector<NewMessage> messages;
 };
 
@@ -79,6 +80,8 @@ struct FreeModem {
 struct Counts {
   std::int64_t perState[7] = {};
   std::optional<std::int64_t> oldestQueuedMs;  // acceptance of the oldest queued message
+
+  std::int64_t of(MessageState state) const { return perState[static_cast<std::size_t>(state)]; }
 };
 
 struct MessageFilter {

@@ -18,7 +18,7 @@ struct SendSeconds {
 };
 
 struct Metrics {
-  std::map<std::string, std::uint64_t> messagesEnded;                    // by state's word: each entry into a state
+  std::map<std::string, std::uint64_t> messages;                         // by state's word: each entry into a state
   std::map<std::string, std::map<std::string, std::uint64_t>> attempts;  // by modem, by verdict's word
   std::map<std::string, std::uint64_t> reconnects;                       // by modem
   std::map<std::string, std::uint64_t> heals;                            // by modem

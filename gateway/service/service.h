@@ -5,7 +5,6 @@
 #pragma once
 
 #include <functional>
-#include <map>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -55,22 +54,25 @@ class ServiceListener {
   ~ServiceListener() = default;
 };
 
-class Service final : private WorkerListener {
+class Service {
  public:
   // All borrowed. Recovers the outbox; starts nothing.
   Service(const Config& config, Outbox* outbox, ServiceClock* clock);
   ~Service();
+  Service(const Service&) = delete;
+  Service& operator=(const Service&) = delete;
 
   // For the doors.
   std::variant<Accepted, Refusal> submit(const Caller& caller, const Submission& submission);
   std::variant<Message, Refusal> show(const Caller& caller, const std::string& id);
-  std::vector<Message> list(const Caller& caller, MessageFilter filter);
+  std::variant<std::vector<Message>, Refusal> list(const Caller& caller, MessageFilter filter);
   std::variant<Message, Refusal> cancel(const Caller& caller, const std::string& id);
   std::variant<Message, Refusal> resolve(const Caller& caller, const std::string& id, Outbox::Resolution resolution);
   std::variant<std::string, Refusal> recording(const Caller& caller, const std::string& id, int number);
   std::vector<ModemView> modems() const;
   std::variant<std::vector<HistoryPoint>, Refusal> history(const std::string& modem, std::optional<std::int64_t> fromMs,
                                                            std::optional<std::int64_t> toMs, int points);
+  // Whether outbox and workers make progress; an unplugged modem is no fault of the service.
   Health health() const;
   Counts counts();
   const Metrics& metrics() const;
@@ -87,11 +89,16 @@ class Service final : private WorkerListener {
   // after every round of events.
   void settle();
   std::optional<std::int64_t> nextTimeMs();
-  // No new attempt; true from isStopped() on when all workers have ended.
-  void stop();
+  // No new attempt: running calls end, and a worker that listens for a late result does so for that much longer at
+  // most.
+  void stop(int listenSeconds);
+  // Whether all workers have ended.
   bool isStopped() const;
 
  private:
+  // Sends the heartbeat when it is due.
+  void beat();
+
   struct State;
   std::unique_ptr<State> state;
 };

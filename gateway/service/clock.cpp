@@ -1,0 +1,38 @@
+#include "gateway/service/clock.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::int64_t kMsInSecond = 1000;
+
+std::int64_t read(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return static_cast<std::int64_t>(time.tv_sec) * kMsInSecond + time.tv_nsec / 1000000;
+}
+
+}  // namespace
+
+ServiceClock::ServiceClock(std::int64_t storedMs, std::int64_t storedOffsetMs)
+    : startMs(std::max(storedMs, read(CLOCK_REALTIME) - storedOffsetMs)),
+      monotonicStartMs(read(CLOCK_MONOTONIC)),
+      floorMs(storedMs + storedOffsetMs),
+      offset(storedOffsetMs) {
+}
+
+std::int64_t ServiceClock::nowMs() const {
+  return startMs + read(CLOCK_MONOTONIC) - monotonicStartMs;
+}
+
+void ServiceClock::update() {
+  const std::int64_t wallMs = read(CLOCK_REALTIME);
+  // A clock that has not been set since boot shows a time that is surely past.
+  if (wallMs >= floorMs) {
+    offset = wallMs - nowMs();
+  }
+}
+
+}  // namespace orvix::gateway

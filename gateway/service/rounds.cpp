@@ -1,0 +1,129 @@
+// How a round of events becomes durable, and what time alone brings about.
+#include <algorithm>
+#include <utility>
+
+#include <glog/logging.h>
+
+#include "common/printable.h"
+#include "gateway/service/serviceState.h"
+
+namespace orvix::gateway {
+namespace {
+
+// A database that refuses is asked again after this; a message that comes in meanwhile asks at once.
+constexpr std::int64_t kStoreRetryMs = 1000;
+constexpr std::int64_t kPurgeMs = 60000;
+
+}  // namespace
+
+bool Service::State::onStore(const std::function<void()>& work) {
+  try {
+    work();
+    return true;
+  } catch (const StoreError& error) {
+    voidRound(error.what());
+    return false;
+  }
+}
+
+// Whoever was promised something in this round is told that nothing came of it.
+void Service::State::voidRound(const std::string& reason) {
+  if (storeTrouble.empty()) {
+    LOG(ERROR) << "outbox: " << reason;
+  }
+  storeTrouble = reason;
+  storeRetryMs = clock->nowMs() + kStoreRetryMs;
+  outbox->rollback();
+  news.clear();
+  for (const auto& done : std::exchange(waiting, {})) {
+    done(false);
+  }
+}
+
+bool Service::State::commitRound() {
+  if (waiting.empty() && news.empty()) {
+    return false;
+  }
+  outbox->setTime(clock->nowMs(), clock->offsetMs());
+  if (!onStore([this] { outbox->commit(); })) {
+    return false;
+  }
+  if (!storeTrouble.empty()) {
+    LOG(INFO) << "outbox: takes messages again";
+    storeTrouble.clear();
+  }
+  // What is called here may start the next round already.
+  for (const auto& done : std::exchange(waiting, {})) {
+    done(true);
+  }
+  for (const auto& tell : std::exchange(news, {})) {
+    tell();
+  }
+  return true;
+}
+
+void Service::State::letTimePass() {
+  const std::int64_t nowMs = clock->nowMs();
+  for (Modem& modem : modems) {
+    if (modem.running && modem.running->end && !modem.running->isWritten) {
+      finish(&modem);
+    }
+  }
+  onStore([&] {
+    for (const Message& message : outbox->expire(nowMs)) {
+      changed(message);
+    }
+    if (nowMs >= nextPurgeMs) {
+      outbox->purge(nowMs);
+      nextPurgeMs = nowMs + kPurgeMs;
+    }
+  });
+}
+
+void Service::State::changed(const Message& message) {
+  news.push_back([this, message] {
+    LOG(INFO) << "message " << message.id << ": " << wordOf(message.state)
+              << (message.reason.empty() ? "" : ", " + escaped(message.reason));
+    ++metrics.messages[wordOf(message.state)];
+    for (ServiceListener* const listener : listeners) {
+      listener->onMessage(message);
+    }
+  });
+}
+
+void Service::State::changed(const Modem& modem) {
+  news.push_back([this, view = modem.view] {
+    for (ServiceListener* const listener : listeners) {
+      listener->onModem(view);
+    }
+  });
+}
+
+void Service::settle() {
+  state->clock->update();
+  // A commit may set a modem free or bring a message that it can take at once.
+  do {
+    if (state->clock->nowMs() >= state->storeRetryMs) {
+      state->letTimePass();
+      beat();
+      state->dispatch();
+    }
+  } while (state->commitRound());
+}
+
+std::optional<std::int64_t> Service::nextTimeMs() {
+  const std::int64_t nowMs = state->clock->nowMs();
+  std::int64_t next = std::max(state->nextPurgeMs, state->storeRetryMs);
+  if (nowMs >= state->storeRetryMs) {
+    state->onStore([&] { next = std::min(next, state->outbox->nextChangeMs(nowMs).value_or(next)); });
+  }
+  if (state->config.heartbeat) {
+    next = std::min(next, state->nextHeartbeatMs);
+  }
+  for (const Modem& modem : state->modems) {
+    next = std::min(next, modem.worker->nextTimeMs().value_or(next));
+  }
+  return next;
+}
+
+}  // namespace orvix::gateway

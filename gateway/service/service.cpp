@@ -1,0 +1,91 @@
+#include "gateway/service/service.h"
+
+#include <unistd.h>
+
+#include "gateway/service/serviceState.h"
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::int64_t kHeartbeatRetryMs = 60000;  // the queue or the disk is full
+
+}  // namespace
+
+Service::State::State(const Config& configuration, Outbox* store, ServiceClock* serviceClock)
+    : config(configuration), outbox(store), clock(serviceClock) {
+  for (const ModemConfig& modem : config.modems) {
+    Modem& made = modems.emplace_back();
+    made.config = modem;
+    made.view.name = modem.name;
+    made.view.line = modem.line;
+    made.worker = std::make_unique<WorkerProcess>(modem, config.plugin, config.sending.lateSeconds, this);
+  }
+}
+
+Service::Service(const Config& config, Outbox* outbox, ServiceClock* clock)
+    : state(std::make_unique<State>(config, outbox, clock)) {
+  clock->update();
+  for (const std::string& name : outbox->recover(clock->nowMs())) {
+    if (Modem* const modem = state->find(name)) {
+      modem->worker->escapeFirst();
+    }
+  }
+  outbox->commit();
+}
+
+Service::~Service() = default;
+
+const Metrics& Service::metrics() const {
+  return state->metrics;
+}
+
+const Config& Service::config() const {
+  return state->config;
+}
+
+std::int64_t Service::nowMs() const {
+  return state->clock->nowMs();
+}
+
+std::int64_t Service::offsetMs() const {
+  return state->clock->offsetMs();
+}
+
+void Service::addListener(ServiceListener* listener) {
+  state->listeners.push_back(listener);
+}
+
+void Service::onCommitted(std::function<void(bool)> done) {
+  state->waiting.push_back(std::move(done));
+}
+
+void Service::beat() {
+  const std::optional<HeartbeatConfig>& heartbeat = state->config.heartbeat;
+  if (!heartbeat || nowMs() < state->nextHeartbeatMs) {
+    return;
+  }
+  const std::int64_t wallMs = nowMs() + offsetMs();
+  state->nextHeartbeatMs = nowMs() + heartbeatWaitMs(wallMs, heartbeat->minuteOfDay);
+  const std::optional<std::string> date = heartbeatDate(wallMs, heartbeat->minuteOfDay);
+  if (!date || *date == state->lastHeartbeat) {
+    return;
+  }
+  char host[256] = "";
+  gethostname(host, sizeof host - 1);
+  const Counts now = counts();
+  Submission submission;
+  submission.id = "heartbeat-" + *date;
+  submission.to = {heartbeat->to};
+  submission.text = "gsm-gateway " + std::string(host) + " alive, " + std::to_string(now.of(MessageState::kQueued)) +
+                    " queued, " + std::to_string(now.of(MessageState::kUncertain)) + " uncertain";
+  // The id keeps a restart from sending it twice: with other counts the same id is refused.
+  const auto result = submit(Caller{"socket", Rights{{"*"}, 0, Priority::kAlarm, true}}, submission);
+  const auto* const refusal = std::get_if<Refusal>(&result);
+  if (refusal != nullptr && refusal->status == 503) {
+    state->nextHeartbeatMs = nowMs() + kHeartbeatRetryMs;
+    return;
+  }
+  state->lastHeartbeat = *date;
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,22 @@
+// A text as it can go out: transliterated and cut into parts where the configuration wants that. Pure functions; any
+// thread.
+#pragma once
+
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "gateway/config/config.h"
+#include "gateway/service/submission.h"
+
+namespace orvix::gateway {
+
+// The texts of the messages that carry `text`, each fit for at least one of the character sets; or why there are none.
+std::variant<std::vector<std::string>, Refusal> textsFor(const std::string& text,
+                                                         const std::vector<hostkit::Charset>& charsets,
+                                                         const SendingConfig& sending);
+
+// What makes the text unfit for all of the character sets; "" when one carries it.
+std::string whyUnfit(const std::string& text, const std::vector<hostkit::Charset>& charsets);
+
+}  // namespace orvix::gateway
