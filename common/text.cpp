@@ -36,6 +36,8 @@ std::string localTimeText(std::time_t time) {
 }
 
 const char* localTimeText(std::time_t time, char (&text)[64]) {
+  // localtime(3) looks at the zone each time but keeps one result for all threads; localtime_r(3) keeps the first zone.
+  tzset();
   std::tm local{};
   if (localtime_r(&time, &local) == nullptr) {
     return "";
