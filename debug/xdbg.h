@@ -90,8 +90,8 @@ char* XDbgUIntToText(unsigned value, char* buffer, int radix);
 char* XDbgCopy(char* dest, int size, const char* src);
 // Up to the first delimiter; an empty one stands at the very beginning.
 char* XDbgCopyUntil(char* dest, int size, const char* src, const char* delim);
-// Tokens: leading delimiters are skipped and a run of delimiters separates once. An empty delimiter makes the whole
-// text the one token.
+// Tokens: leading delimiters are skipped and a run of delimiters separates once. With an empty delimiter the
+// whole text is the one token, which every n gives.
 char* XDbgToken(char* dest, int size, const char* src, const char* delim, int n);
 int XDbgTokenCount(const char* src, const char* delim);
 // Fields: every delimiter separates, so empty fields count. An empty text has no field.
