@@ -11,30 +11,27 @@ constexpr char kTypeName[] = "GSMModem";
 constexpr char kConfigurationName[] = "GSMMODEMConfiguration";  // the type name in capitals and a word
 
 struct KeyRule {
-  std::string path;
+  const char* path;
   int typeCode;
   const char* whenMissing;
   const char* whenEmpty;  // null: may be empty
 };
 
 // Hosts rely on "ID" in capitals, though the key is "id".
-const KeyRule (&keyRules())[8] {
-  static const KeyRule rules[] = {
-      {"id", BSON_TYPE_UTF8, "Parameter ID missing.", nullptr},
-      {"name", BSON_TYPE_UTF8, "Parameter name missing.", nullptr},
-      {"config", BSON_TYPE_DOCUMENT, "Parameter config missing.", nullptr},
-      {"config.mode", BSON_TYPE_UTF8, "Parameter config.mode missing.", "Parameter config.mode is empty."},
-      {"config.comstr", BSON_TYPE_UTF8, "Parameter config.comstr missing.", "Parameter config.comstr is empty."},
-      {"config.ip", BSON_TYPE_DOCUMENT, "Parameter config.ip missing.", nullptr},
-      {"config.ip.address", BSON_TYPE_UTF8, "Parameter config.ip.address missing.",
-       "Parameter config.ip.address is empty."},
-      {"config.ip.port", BSON_TYPE_INT32, "Parameter config.ip.port missing.", nullptr},
-  };
-  return rules;
-}
+constexpr KeyRule kKeyRules[] = {
+    {"id", BSON_TYPE_UTF8, "Parameter ID missing.", nullptr},
+    {"name", BSON_TYPE_UTF8, "Parameter name missing.", nullptr},
+    {"config", BSON_TYPE_DOCUMENT, "Parameter config missing.", nullptr},
+    {"config.mode", BSON_TYPE_UTF8, "Parameter config.mode missing.", "Parameter config.mode is empty."},
+    {"config.comstr", BSON_TYPE_UTF8, "Parameter config.comstr missing.", "Parameter config.comstr is empty."},
+    {"config.ip", BSON_TYPE_DOCUMENT, "Parameter config.ip missing.", nullptr},
+    {"config.ip.address", BSON_TYPE_UTF8, "Parameter config.ip.address missing.",
+     "Parameter config.ip.address is empty."},
+    {"config.ip.port", BSON_TYPE_INT32, "Parameter config.ip.port missing.", nullptr},
+};
 
 Status checkPresence(const BSONObject& doc) {
-  for (const KeyRule& rule : keyRules()) {
+  for (const KeyRule& rule : kKeyRules) {
     if (!GsmDevice::hasKeyOfType(doc, rule.path, rule.typeCode)) {
       return Status::failed(rule.whenMissing);
     }
@@ -55,7 +52,7 @@ Status checkNames(const BSONObject& doc) {
 }
 
 Status checkFilled(const BSONObject& doc) {
-  for (const KeyRule& rule : keyRules()) {
+  for (const KeyRule& rule : kKeyRules) {
     if (rule.whenEmpty != nullptr && *doc.getString(rule.path, "") == '\0') {
       return Status::failed(rule.whenEmpty);
     }

@@ -10,7 +10,6 @@ GsmDataReport::GsmDataReport(const GsmMeasurement& measurement)
 }
 
 BSONObject GsmDataReport::buildDocument() const {
-  static const std::string registrationKey = "NetworkRegistration";  // Too long for a string without an allocation.
   BSONBuilder root;
   BSONBuilder modem;
   BSONBuilder report;
@@ -27,7 +26,7 @@ BSONObject GsmDataReport::buildDocument() const {
   signal.appendBool("valid", isSignalValid(measured.signalQuality));
   report.appendDocumentEnd(&signal);
 
-  report.appendDocumentBegin(registrationKey, &network);
+  report.appendDocumentBegin("NetworkRegistration", &network);
   network.appendString("status", registrationWord(measured.registration));
   network.appendBool("valid", isRegistrationValid(measured.registration));
   report.appendDocumentEnd(&network);

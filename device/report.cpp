@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <iterator>
 #include <new>
 
 #include "device/atReply.h"
@@ -7,25 +9,29 @@
 namespace orvix::gsm {
 namespace {
 
-// Hosts rely on it: all devices of the process share the last report.
+// Said outside the last report, because it is asked for when that is gone.
+bool isLastReportGone = false;
+
+struct LastReport {
+  BSONObject document;
+  ~LastReport() { isLastReportGone = true; }
+};
+
+// Hosts rely on it: all devices of the process share the last report, from its first use until the module goes.
 BSONObject& lastReport() {
-  static BSONObject last;
-  return last;
+  static LastReport last;
+  return last.document;
 }
 
 bool differ(const BSONObject& a, const BSONObject& b) {
-  static const std::string paths[] = {
+  static constexpr const char* kPaths[] = {
       "GSMModem.report.signalQuality.percent",
       "GSMModem.report.signalQuality.valid",
       "GSMModem.report.NetworkRegistration.status",
       "GSMModem.report.NetworkRegistration.valid",
   };
-  for (const std::string& path : paths) {
-    if (compareValues(a.get(path), b.get(path)) != 0) {
-      return true;
-    }
-  }
-  return false;
+  return std::any_of(std::begin(kPaths), std::end(kPaths),
+                     [&](const std::string& path) { return compareValues(a.get(path), b.get(path)) != 0; });
 }
 
 }  // namespace
@@ -97,6 +103,9 @@ Status GsmDevice::takeMeasurement(GsmMeasurement* measurement) {
 }
 
 bool GsmDevice::reportChanged(IDeviceDataReport* report) {
+  if (isLastReportGone) {
+    return true;  // A host's own globals, which end after it, may still ask while the process ends.
+  }
   BSONObject document;
   report->GetDocument(&document);
   BSONObject& last = lastReport();

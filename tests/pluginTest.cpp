@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <thread>
+
 #include "document/document.h"
 #include "tests/world/host.h"
 #include "tests/world/loadedModule.h"
@@ -62,6 +67,68 @@ TEST_F(PluginTest, DeviceTakesItsNameFromTheDisplayName) {
   EXPECT_EQ(device->GetName(), "Other");
   EXPECT_EQ(device->GetTypeName(), "GSMModem");
   module.destroy(device);
+}
+
+TEST(PluginBesideOthers, BindsToItsOwnExports) {
+  void* const other = dlopen(ORVIX_OTHER_PLUGIN, RTLD_NOW | RTLD_GLOBAL);
+  ASSERT_NE(other, nullptr) << dlerror();
+  {
+    const world::TemporaryFolder folder;
+    const world::LoadedModule module;
+    EXPECT_EQ(module.create, module.symbol<OrvixCreateDevice>("CreateGsmDevice"));
+    EXPECT_EQ(module.destroy, module.symbol<OrvixDestroyDevice>("DestroyGsmDevice"));
+    const std::string file = folder.write("modem.json", world::configurationText("/dev/null:9600,n,8,1"));
+    Status status;
+    IDevice* const device = module.create(fromJson(R"({"cfgfile":")" + file + R"("})"), &status, nullptr);
+    ASSERT_NE(device, nullptr);
+    EXPECT_EQ(device->GetName(), "GSMModem");
+    module.destroy(device);
+  }
+  dlclose(other);
+}
+
+// What a host's global object may still do when it ends, which is after the objects of the module it has loaded.
+void useOnce(const world::LoadedModule& module, const world::TemporaryFolder& folder) {
+  const world::ScriptedModem modem(world::healthyModem());
+  world::RecordingSink sink;
+  const BSONObject configuration = fromJson(world::configurationText(modem.line.connectionString()));
+  const std::string file = folder.write("modem.json", configuration.toJSON());
+  Status status;
+  IDevice* const device = module.create(fromJson(R"({"cfgfile":")" + file + R"("})"), &status, nullptr);
+  device->SetEventSink(&sink);
+  std::string results = device->SetProperty("config.current", configuration).toString();
+  for (int i = 0; i < 2; ++i) {
+    orvix::IDeviceDataReport* report = nullptr;
+    results += ", " + device->GetDataReport(&report).toString();
+    delete report;
+  }
+  module.destroy(device);
+  std::fprintf(stderr, "%s, %zu calls\n", results.c_str(), sink.calls.size());
+}
+
+struct LateUser {
+  const world::LoadedModule* module = nullptr;
+  const world::TemporaryFolder* folder = nullptr;
+  // In a thread, because the one that ends has no clock any more.
+  ~LateUser() {
+    if (module != nullptr) {
+      std::thread([this] { useOnce(*module, *folder); }).join();
+      std::filesystem::remove_all(folder->path());
+    }
+  }
+};
+
+LateUser lateUser;
+
+TEST_F(PluginTest, ServesUntilTheProcessHasEnded) {
+  EXPECT_EXIT(
+      {
+        lateUser.module = &module;
+        lateUser.folder = &folder;
+        std::thread([&] { useOnce(module, folder); }).join();
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "^OK, OK, OK, 2 calls\nOK, OK, OK, 3 calls\n$");
 }
 
 TEST_F(PluginTest, LoadFailureIsTheCallersStatus) {
