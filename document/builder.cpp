@@ -2,6 +2,8 @@
 
 #include <climits>
 
+#include "document/cLocale.h"
+
 namespace orvix {
 namespace {
 
@@ -61,6 +63,7 @@ Status BSONBuilder::fromJSON(const char* text) {
     return Status::invalidArgument(name.c_str(), "fromJSON");
   }
   bson_error_t error{};
+  const CLocale locale;
   isFresh = false;
   document = shareDocument(bson_new_from_json(reinterpret_cast<const uint8_t*>(text), -1, &error));
   return document != nullptr ? Status() : Status::failed(error.message);

@@ -98,6 +98,9 @@ Status saveBSON(const std::string& path, const BSONObject& document) {
 
 Status saveJSON(const std::string& path, const BSONObject& document) {
   const std::string text = document.toJSON();
+  if (text.empty()) {
+    return Status::failed(("Save file__ " + path).c_str(), "a value has no form in JSON");
+  }
   return saveFile(path, text.data(), text.size());
 }
 

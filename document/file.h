@@ -30,8 +30,8 @@ Status loadJSON(const std::string& path, BSONObject* target);
 // opened the temporary file stays as well. Hosts rely on both.
 Status saveFile(const std::string& path, const void* data, std::size_t length);
 
-// Save a document. An empty one gives a BSON file of 0 bytes, which loadBSON refuses. One that holds a text that is not
-// UTF-8 has no JSON form and gives a JSON file of 0 bytes, which loadJSON refuses.
+// Save a document. An empty one gives a BSON file of 0 bytes, which loadBSON refuses. One without a JSON form (see
+// BSONObject::toJSON) is a failure of saveJSON, and the file stays as it was.
 Status saveBSON(const std::string& path, const BSONObject& document);
 Status saveJSON(const std::string& path, const BSONObject& document);
 

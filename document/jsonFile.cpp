@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <cstring>
 
 #include "document/builder.h"
+#include "document/cLocale.h"
 
 namespace orvix {
 namespace {
@@ -37,9 +39,15 @@ class JsonSource {
     ssize_t count = 0;
     do {
       count = ::read(descriptor, buffer, size);
-    } while (count == -1 && errno == EINTR);
+    } while (count == -1 && (errno == EINTR || (errno == EAGAIN && waitForInput())));
     sawText = sawText || count < 0 || !std::all_of(buffer, buffer + count, [](int byte) { return std::isspace(byte); });
     return count;
+  }
+
+  // Standard input may be non-blocking, which its other users have a right to.
+  bool waitForInput() const {
+    pollfd input{descriptor, POLLIN, 0};
+    return poll(&input, 1, -1) == 1 || errno == EINTR;
   }
 
   bool isFile;
@@ -60,6 +68,7 @@ Status BSONBuilder::fromJSONFile(const std::string& path) {
   const Reader reader(bson_json_reader_new(&source, JsonSource::read, nullptr, false, 0), bson_json_reader_destroy);
   DocumentHandle read = shareDocument(bson_new());
   bson_error_t error{};
+  const CLocale locale;
   const int result = bson_json_reader_read(reader.get(), read.get(), &error);
   if (result < 0 && source.hasText()) {
     return Status::failed(cannotOpen.c_str(), error.message);

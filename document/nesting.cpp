@@ -11,25 +11,32 @@ constexpr std::size_t kSmallestLevel = 7;
 // A type of its own, because a template argument drops the alignment that libbson asks of an iterator.
 struct Level {
   bson_iter_t position;
+  std::size_t depth;  // below the document, or the scope that it stands in
 };
 
 }  // namespace
 
-std::optional<std::size_t> offsetOfTooDeep(const bson_t* document) {
+std::optional<std::size_t> offsetOfTooDeep(const bson_t* document, Walk walk) {
   if (document->len < kDeepestNesting * kSmallestLevel) {
     return std::nullopt;
   }
   std::vector<Level> levels(1);
   bson_iter_init(&levels[0].position, document);
   while (!levels.empty()) {
+    const Level& level = levels.back();
     bson_t nested;
     if (!bson_iter_next(&levels.back().position)) {
       levels.pop_back();
-    } else if (viewEmbedded(levels.back().position, &nested)) {
-      if (levels.size() == kDeepestNesting) {
+    } else if (viewEmbedded(level.position, &nested)) {
+      const bool isScope = BSON_ITER_HOLDS_CODEWSCOPE(&level.position);
+      if (levels.size() >= kDeepestNesting && (isScope || walk == Walk::kValidation)) {
         return bson_iter_offset(&levels[0].position);
       }
-      bson_iter_init(&levels.emplace_back().position, &nested);
+      const std::size_t depth = isScope ? 0 : level.depth + 1;
+      if (depth <= kDeepestNesting) {  // libbson writes "{ ... }" for what is below.
+        levels.push_back({{}, depth});
+        bson_iter_init(&levels.back().position, &nested);
+      }
     }
   }
   return std::nullopt;

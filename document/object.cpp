@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "document/cLocale.h"
 #include "document/nesting.h"
 #include "document/render.h"
 
@@ -49,7 +50,7 @@ BSONPair BSONObject::begin() const {
 Status BSONObject::validate() const {
   constexpr auto kFlags = static_cast<bson_validate_flags_t>(BSON_VALIDATE_UTF8 | BSON_VALIDATE_DOLLAR_KEYS |
                                                              BSON_VALIDATE_DOT_KEYS | BSON_VALIDATE_UTF8_ALLOW_NULL);
-  const std::optional<size_t> tooDeep = offsetOfTooDeep(readable());
+  const std::optional<size_t> tooDeep = offsetOfTooDeep(readable(), Walk::kValidation);
   size_t offset = tooDeep.value_or(0);
   if (!tooDeep && bson_validate(readable(), kFlags, &offset)) {
     return {};
@@ -60,9 +61,10 @@ Status BSONObject::validate() const {
 }
 
 std::string BSONObject::toJSON() const {
-  if (offsetOfTooDeep(readable())) {
+  if (offsetOfTooDeep(readable(), Walk::kJson)) {
     return {};
   }
+  const CLocale locale;
   size_t length = 0;
   const std::unique_ptr<char, decltype(&bson_free)> text(bson_as_json(readable(), &length), bson_free);
   return text != nullptr ? std::string(text.get(), length) : std::string();
@@ -81,7 +83,7 @@ bool BSONObject::concat(const BSONObject& other) {
 BSONObject BSONObject::without(const std::string& key) const {
   DocumentHandle rest = shareDocument(bson_new());
   for (const BSONPair& element : *this) {
-    if (key != element.keyText()) {
+    if (std::strcmp(key.c_str(), element.keyText()) != 0) {
       bson_append_iter(rest.get(), nullptr, 0, &element.position());
     }
   }

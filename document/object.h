@@ -58,8 +58,9 @@ class BSONObject {
   // libbson gives; for a document nested too deep to be checked (nesting.h) that of the top-level element. It does not
   // look into the bytes of embedded documents or texts.
   Status validate() const;
-  // libbson's legacy extended JSON, "{ }" for an empty document; "" when it cannot be converted: a text that is not
-  // UTF-8, or nested too deep (nesting.h). libbson reads JSON of fewer than 100 levels.
+  // libbson's legacy extended JSON, in any locale, "{ }" for an empty document. Of what is nested deeper than 201
+  // levels it says "{ ... }", and it reads JSON of at most 98 levels. "" when it cannot be converted: a text that is
+  // not UTF-8, or code whose scope is nested too deep (nesting.h).
   std::string toJSON() const;
   // Appends all elements of `other` in place; every handle that shares this document sees it. This must not be a view.
   bool concat(const BSONObject& other);
@@ -90,7 +91,8 @@ class BSONObject {
   BSONObject getObject(const std::string& path, bool copy) const;
   BSONArray getArray(const std::string& path, bool copy) const;
 
-  // New documents; this one is untouched. Without the top-level elements of that key, in order.
+  // New documents; this one is untouched. Without the top-level elements of that key, which ends at its first NUL, in
+  // order.
   BSONObject without(const std::string& key) const;
   // With the pair's value in place of every top-level element of the pair's key; a key that is absent is not added.
   BSONObject replace(const BSONPair& pair) const;

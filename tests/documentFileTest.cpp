@@ -5,10 +5,13 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
+#include <clocale>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <thread>
 #include <tuple>
 
 #include "document/document.h"
@@ -119,6 +122,11 @@ TEST_F(DocumentFile, RoundTrips) {
   EXPECT_TRUE(orvix::loadBSON(target, &loaded) && loaded == document && loaded.isBorrowed());
   EXPECT_TRUE(orvix::saveBSON(target, BSONObject()) && world::readText(target).empty());
   EXPECT_TRUE(orvix::saveJSON(target, BSONObject()) && world::readText(target) == "{ }");
+  orvix::BSONBuilder notUtf8;
+  notUtf8.appendString("a", "\xff");
+  EXPECT_EQ(orvix::saveJSON(target, notUtf8.getObject(false)).toString(),
+            filled("Failed: Save file__ {F}: a value has no form in JSON"));
+  EXPECT_EQ(world::readText(target), "{ }");
 }
 
 TEST_F(DocumentFile, LoadFileReadsAllOrNothing) {
@@ -201,22 +209,83 @@ TEST_F(DocumentFile, JsonReadingSurvivesInterruptions) {
   }
 }
 
-TEST_F(DocumentFile, DashReadsStandardInputAndLeavesItOpen) {
-  const int saved = dup(STDIN_FILENO);
-  for (const char* const text : {R"({ "a" : 1 })", " \n"}) {
+// A pipe in place of standard input, while it lives.
+class InputPipe {
+ public:
+  explicit InputPipe(int flags) {
     int ends[2];
-    ASSERT_EQ(pipe(ends), 0);
-    EXPECT_GT(write(ends[1], text, std::strlen(text)), 0);
-    close(ends[1]);
-    dup2(ends[0], STDIN_FILENO);
+    EXPECT_EQ(pipe2(ends, flags), 0);
+    EXPECT_EQ(dup2(ends[0], STDIN_FILENO), STDIN_FILENO);
     close(ends[0]);
+    in = ends[1];
+  }
+  ~InputPipe() {
+    dup2(saved, STDIN_FILENO);
+    close(saved);
+  }
+  InputPipe(const InputPipe&) = delete;
+  InputPipe& operator=(const InputPipe&) = delete;
+
+  void send(const std::string& text) const {
+    EXPECT_GT(write(in, text.data(), text.size()), 0);
+    close(in);
+  }
+
+ private:
+  int saved = dup(STDIN_FILENO);
+  int in = -1;
+};
+
+TEST_F(DocumentFile, DashReadsStandardInputAndLeavesItOpen) {
+  for (const std::string text : {R"({ "a" : 1 })", " \n"}) {
+    const InputPipe input(0);
+    input.send(text);
     BSONObject loaded;
     EXPECT_EQ(orvix::loadJSON("-", &loaded).toString(), text[0] == '{' ? "OK" : "Failed: -is empty");
     EXPECT_EQ(loaded.toJSON(), text[0] == '{' ? text : "{ }");
     EXPECT_TRUE(isOpen(STDIN_FILENO));
   }
-  dup2(saved, STDIN_FILENO);
-  close(saved);
+}
+
+// The state letter of a thread: S while it waits.
+char stateOf(pid_t thread) {
+  const std::string line = world::readText("/proc/self/task/" + std::to_string(thread) + "/stat");
+  return line.at(line.rfind(')') + 2);
+}
+
+TEST_F(DocumentFile, DashWaitsForWhatANonBlockingStandardInputHasNotYet) {
+  const InputPipe input(O_NONBLOCK);
+  std::atomic<bool> isReading = false;
+  std::thread sender([&, reader = gettid()] {
+    while (!isReading || stateOf(reader) != 'S') {
+      std::this_thread::yield();
+    }
+    input.send(R"({"a":1})");
+  });
+  BSONObject loaded;
+  world::SystemCalls::instance().readCount = 0;
+  {
+    const Fault fault("read", 1, [&] { isReading = true; });
+    EXPECT_EQ(orvix::loadJSON("-", &loaded).toString(), "OK");
+  }
+  sender.join();
+  EXPECT_EQ(loaded.getInt32("a", 0), 1);
+  EXPECT_LE(world::SystemCalls::instance().readCount, 4) << "it asks again only when there is something";
+}
+
+TEST_F(DocumentFile, JsonIsTheSameInEveryLocale) {
+  const std::string make = "localedef -i de_DE -f ISO-8859-1 " + folder.file("de_DE") + " >/dev/null 2>&1";
+  setenv("LOCPATH", folder.path().c_str(), 1);
+  if (std::system(make.c_str()) < 0 || std::setlocale(LC_ALL, "de_DE") == nullptr) {
+    GTEST_SKIP() << "the package locales is missing: no locale that writes 1,5 can be made";
+  }
+  folder.write("target", R"({"a":1.5})");
+  BSONObject loaded;
+  EXPECT_TRUE(orvix::loadJSON(target, &loaded).isOk() && loaded.getDouble("a", 0) == 1.5);
+  EXPECT_EQ(fromJson(R"({"a":1.5})").toJSON(), R"({ "a" : 1.5 })");
+  EXPECT_EQ(loaded.toStream(nullptr, true), "{ 1,500000 }") << "the host's own locale is left as it was";
+  std::setlocale(LC_ALL, "C");
+  unsetenv("LOCPATH");
 }
 
 }  // namespace

@@ -73,6 +73,7 @@ TEST(DocumentPath, RewritesMakeNewDocuments) {
   const BSONObject twice = builder.getObject(false);
   const BSONObject news = parse(R"({"a":"x","c":9,"":0})");
   EXPECT_EQ(twice.without("a").toJSON(), R"({ "b" : 2 })");
+  EXPECT_EQ(twice.without(std::string("a\0c", 3)).count(), 1U) << "a key ends at its first NUL";
   EXPECT_EQ(twice.replace(news.begin()).toStream(&news, true), R"({ "a": "x", "b": 2, "a": "x" })");
   EXPECT_TRUE(twice.without("c") == twice && twice.replace(++news.begin()) == twice);
   EXPECT_TRUE(twice.replace(news.end()) == twice && twice.count() == 3);
