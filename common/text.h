@@ -14,8 +14,8 @@ std::string toLower(std::string text);
 // only: in any other radix a negative value is shown as its 32-bit two's complement.
 std::string intToText(int value, int radix);
 
-// Local time of `time`, by the zone that TZ or /etc/localtime names now, as "dd.mm.yyyy hh:mm"; "" when it cannot be converted. The other form writes into `text`, which
-// holds any result, and gives it back.
+// Local time of `time`, by the zone that TZ or /etc/localtime names now, as "dd.mm.yyyy hh:mm"; "" when it cannot be
+// converted. The other form writes into `text`, which holds any result, and gives it back.
 std::string localTimeText(std::time_t time);
 const char* localTimeText(std::time_t time, char (&text)[64]);
 
