@@ -1,0 +1,76 @@
+#include "hostkit/connectionString.h"
+
+#include <charconv>
+
+#include "document/builder.h"
+#include "hostkit/error.h"
+
+namespace orvix::hostkit {
+namespace {
+
+constexpr char kUsualSettings[] = "115200,n,8,1";
+
+void requireUtf8(const std::string& text) {
+  if (!bson_utf8_validate(text.c_str(), text.size(), false)) {
+    throw Error("the line's name is not UTF-8");
+  }
+}
+
+}  // namespace
+
+std::string connectionString(const BSONObject& config) {
+  std::string comstr = config.getString("config.comstr", std::string());
+  if (config.getString("config.mode", std::string()) != "ip") {
+    return comstr;
+  }
+  const std::size_t colon = comstr.find(':');
+  return "/dev/tcp/" + config.getString("config.ip.address", std::string()) + "/" +
+         std::to_string(config.getInt32("config.ip.port", 0)) +
+         (colon == std::string::npos ? std::string() : comstr.substr(colon));
+}
+
+std::string pathOf(const std::string& connectionString) {
+  return connectionString.substr(0, connectionString.find(':'));
+}
+
+LineChoice serialLine(const std::string& device) {
+  requireUtf8(device);
+  LineChoice line;
+  line.comstr = device.find(':') == std::string::npos ? device + ":" + kUsualSettings : device;
+  return line;
+}
+
+LineChoice tcpLine(const std::string& tcp) {
+  requireUtf8(tcp);
+  LineChoice line;
+  const std::size_t colon = tcp.find(':');
+  const std::size_t end = colon == std::string::npos ? colon : tcp.find(':', colon + 1);
+  const std::string port = colon == std::string::npos ? "" : tcp.substr(colon + 1, end - colon - 1);
+  const auto [stop, error] = std::from_chars(port.data(), port.data() + port.size(), line.port);
+  if (colon == 0 || error != std::errc() || stop != port.data() + port.size() || line.port < 1 || line.port > 65535) {
+    throw Error("\"" + tcp + "\" is no TCP line; give ADDRESS:PORT, for example 192.168.1.10:2233");
+  }
+  line.mode = "ip";
+  line.address = tcp.substr(0, colon);
+  line.comstr = "/dev/tcp:" + (end == std::string::npos ? kUsualSettings : tcp.substr(end + 1));
+  return line;
+}
+
+BSONObject configurationOf(const LineChoice& line) {
+  BSONBuilder root;
+  BSONBuilder connection;
+  BSONBuilder ip;
+  root.appendString("id", "GSMModem");
+  root.appendString("name", "GSMMODEMConfiguration");
+  root.appendDocumentBegin("config", &connection);
+  connection.appendString("mode", line.mode);
+  connection.appendString("comstr", line.comstr);
+  connection.appendDocumentBegin("ip", &ip);
+  ip.appendString("address", line.address);
+  ip.appendInt32("port", line.port);
+  connection.appendDocumentEnd(&ip);
+  root.appendDocumentEnd(&connection);
+  return root.getObject(false);
+}
+
+}  // namespace orvix::hostkit

@@ -1,0 +1,37 @@
+// A second descriptor on a device's line: hears what comes while no call of the device runs, without sending a byte.
+//
+// Threads: one at a time. While it listens no call of the device may run: the two would take bytes from each other.
+//
+// As long as it lives the line is open, so DTR stays up between a Stop and a Start. It touches neither the line's
+// settings nor its lock.
+#pragma once
+
+#include <string>
+
+namespace orvix::hostkit {
+
+class LineWatch {
+ public:
+  // Opens the device path, without a connection string's settings. A path that does not open is no failure here:
+  // isOpen tells, and errno is that of open(2).
+  explicit LineWatch(const std::string& path);
+  ~LineWatch();
+  LineWatch(const LineWatch&) = delete;
+  LineWatch& operator=(const LineWatch&) = delete;
+
+  bool isOpen() const { return descriptor != -1; }
+  // Whether the other end is gone: nothing will ever come. Learned by listening.
+  bool isHungUp() const { return hungUp; }
+  // Waits up to `timeoutMs` for bytes and returns what has come; "" when nothing came, the line is hung up, or a signal
+  // ended the wait. 0 takes what is there.
+  std::string listen(int timeoutMs);
+  // Sends one Escape, which ends the modem's waiting for a text without sending it; false when the line did not take
+  // it.
+  bool sendEscape();
+
+ private:
+  int descriptor;
+  bool hungUp = false;
+};
+
+}  // namespace orvix::hostkit

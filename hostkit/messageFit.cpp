@@ -1,0 +1,84 @@
+#include "hostkit/messageFit.h"
+
+#include <string_view>
+
+#include "common/printable.h"
+
+namespace orvix::hostkit {
+namespace {
+
+constexpr std::size_t kFewestDigits = 3;
+constexpr std::size_t kMostDigits = 20;
+constexpr std::string_view kTwoSeptets = R"(^{}[]~|\)";
+constexpr std::string_view kOtherInGsm = R"(@$_^{}[]~|\)";
+
+bool isIn(std::string_view set, char character) {
+  return set.find(character) != std::string_view::npos;
+}
+
+bool isCarried(char character, Charset charset) {
+  const bool isPlain = character == '\n' || (character >= ' ' && character <= '~' && character != '`');
+  return isPlain && (charset == Charset::kIra || !isIn(kOtherInGsm, character));
+}
+
+// The whole character that begins there, so that a message can show it.
+std::string characterAt(const std::string& text, std::size_t position) {
+  std::size_t end = position + 1;
+  while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80) {
+    ++end;
+  }
+  return shown(text.substr(position, end - position));
+}
+
+bool readsAsResult(std::string_view line) {
+  for (const std::string_view prefix : {"+CMGS:", "+CMS ERROR:", "+CME ERROR:"}) {
+    if (line.substr(0, prefix.size()) == prefix) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool holdsResult(std::string_view text) {
+  for (std::size_t end = 0; end != std::string_view::npos;) {
+    if (readsAsResult(text)) {
+      return true;
+    }
+    end = text.find('\n');
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+  }
+  return false;
+}
+
+}  // namespace
+
+Fit numberFit(const std::string& number) {
+  const std::size_t first = number.rfind('+', 0) == 0 ? 1 : 0;
+  const std::size_t digits = number.size() - first;
+  if (digits < kFewestDigits || digits > kMostDigits ||
+      number.find_first_not_of("0123456789", first) != std::string::npos) {
+    return {"\"" + shown(number) + "\" is no phone number: 3 to 20 digits, a + in front or none"};
+  }
+  return {};
+}
+
+Fit textFit(const std::string& text, Charset charset) {
+  Fit fit;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (isCarried(text[i], charset)) {
+      fit.septets += charset == Charset::kIra && isIn(kTwoSeptets, text[i]) ? 2 : 1;
+    } else if (fit.isFit()) {
+      fit.problem = "the text holds \"" + characterAt(text, i) + "\", which does not arrive as written";
+    }
+  }
+  if (text.empty()) {
+    fit.problem = "the text is empty";
+  } else if (fit.isFit() && holdsResult(text)) {
+    fit.problem = "a line of the text begins as a modem's answer does";
+  } else if (fit.isFit() && fit.septets > kLongestText) {
+    fit.problem = "the text takes " + std::to_string(fit.septets) + " characters, and a message holds 160";
+  }
+  return fit;
+}
+
+}  // namespace orvix::hostkit

@@ -1,0 +1,42 @@
+#include "hostkit/pluginLibrary.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <mutex>
+#include <utility>
+
+#include "hostkit/error.h"
+
+namespace orvix::hostkit {
+
+// What the module that is being loaded has registered.
+PluginLibrary::Type PluginLibrary::registered;
+
+PluginLibrary::PluginLibrary(const std::string& file) {
+  static std::mutex loading;
+  const std::lock_guard<std::mutex> guard(loading);
+  // A bare name would be searched for in the system's library folders.
+  const std::string path = std::filesystem::absolute(file).string();
+  module.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (module == nullptr) {
+    throw Error(std::string("the plug-in cannot be loaded: ") + dlerror());
+  }
+  registered = {};
+  const auto init = reinterpret_cast<decltype(&PluginInit)>(dlsym(module.get(), "PluginInit"));
+  if (init == nullptr || init() != 0 || registered.create == nullptr || registered.destroy == nullptr) {
+    throw Error(path + " is not a device plug-in");
+  }
+  type = std::exchange(registered, {});
+}
+
+void PluginLibrary::Unload::operator()(void* handle) const {
+  dlclose(handle);
+}
+
+}  // namespace orvix::hostkit
+
+int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy) {
+  orvix::hostkit::PluginLibrary::registered = {typeName, create, destroy};
+  return 0;
+}

@@ -1,0 +1,25 @@
+// What a status of the plug-in says, for programs: the one place that knows its texts. Pure functions; any thread.
+#pragma once
+
+#include "common/status.h"
+
+namespace orvix::hostkit {
+
+enum class StatusKind {
+  kOk,
+  kUnknownMode,      // config.mode is neither "com" nor "ip"
+  kNoSettings,       // config.comstr has no settings (ModemDevice tells)
+  kRefusedSettings,  // the line settings are not accepted
+  kLineNotOpened,
+  kNotWritten,  // the line took no byte, or not all
+  kNoReply,     // nothing came back
+  kOtherReply,  // something came back, but not the expected text
+  kModemError,  // the modem's own "ERROR: N"
+  kNotReady,    // a control code wants a ready device
+  kBadInput,    // unknown property or control code, missing or bad parameters
+  kOther,
+};
+
+StatusKind kindOf(const Status& status);
+
+}  // namespace orvix::hostkit
