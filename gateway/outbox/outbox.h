@@ -32,6 +32,12 @@ class StoreError : public std::runtime_error {
   bool isFull;
 };
 
+// Another service works on the folder.
+class StoreInUse : public StoreError {
+ public:
+  explicit StoreInUse(const std::string& text) : StoreError(text, false) {}
+};
+
 struct NewMessage {
   std::string id;
   std::string owner;
@@ -102,7 +108,7 @@ struct HistoryPoint {
 class Outbox {
  public:
   // Opens or makes the database in the folder. Throws StoreError, the file untouched, for one that is damaged, foreign,
-  // newer, not writable, or in use by another service.
+  // newer or not writable, and StoreInUse where another service works on it.
   Outbox(const StorageConfig& storage, const SendingConfig& sending);
   ~Outbox();
   Outbox(const Outbox&) = delete;

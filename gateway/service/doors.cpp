@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "common/printable.h"
 #include "gateway/service/serviceState.h"
 #include "gateway/service/textFit.h"
 
@@ -54,7 +55,7 @@ std::string freshId() {
 std::optional<Refusal> checkAddress(const Submission& submission, const Config& config) {
   std::set<std::string> seen;
   for (const std::string& number : submission.to) {
-    if (const std::string trouble = hostkit::whyNumberUnfit(number); !trouble.empty()) {
+    if (const std::string trouble = hostkit::numberFit(number).problem; !trouble.empty()) {
       return refuse(422, trouble, "to");
     }
     if (!seen.insert(number).second) {

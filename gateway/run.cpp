@@ -1,0 +1,139 @@
+#include "gateway/run.h"
+
+#include <poll.h>
+#include <systemd/sd-daemon.h>
+
+#include <algorithm>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gateway/http/httpDoor.h"
+#include "gateway/outbox/outbox.h"
+#include "gateway/service/clock.h"
+#include "gateway/service/service.h"
+#include "program/complaint.h"
+#include "program/stopSignals.h"
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::int64_t kMostIdleMs = 60000;
+constexpr int kListenAfterStopSeconds = 10;
+constexpr std::int64_t kPatienceMs = 25000;  // from the signal until what still runs is killed
+
+// The service and its doors around one poll. What is ready is asked without a look at which event it was: every part
+// finds out itself and returns at once when there is nothing.
+class Loop {
+ public:
+  Loop(Service* served, HttpDoor* door) : service(served), http(door) {
+    std::uint64_t watchdogUs = 0;
+    if (sd_watchdog_enabled(0, &watchdogUs) > 0) {
+      watchdogMs = static_cast<std::int64_t>(watchdogUs / 2000);
+    }
+  }
+
+  void run() {
+    while (!isOver()) {
+      waitForEvents();
+      const std::int64_t nowMs = service->nowMs();
+      http->onReady();
+      for (WorkerProcess* const worker : service->workers()) {
+        worker->onReady(nowMs);
+        worker->onTime(nowMs);
+      }
+      if (program::isStopWished() && !stoppedMs) {
+        beginStop(nowMs);
+      }
+      service->settle();
+      tellSystemd(nowMs);
+    }
+  }
+
+ private:
+  bool isOver() {
+    if (!stoppedMs) {
+      return false;
+    }
+    if (service->nowMs() - *stoppedMs >= kPatienceMs) {
+      for (WorkerProcess* const worker : service->workers()) {
+        worker->kill();
+      }
+      service->settle();
+      return true;
+    }
+    return service->isStopped();
+  }
+
+  void beginStop(std::int64_t nowMs) {
+    stoppedMs = nowMs;
+    sd_notify(0, "STOPPING=1");
+    http->stopAccepting();
+    service->stop(kListenAfterStopSeconds);
+  }
+
+  void waitForEvents() {
+    std::vector<pollfd> watched;
+    if (!stoppedMs) {  // readable from then on
+      watched.push_back({program::stopDescriptor(), POLLIN, 0});
+    }
+    for (const int descriptor : http->descriptors()) {
+      watched.push_back({descriptor, POLLIN, 0});
+    }
+    for (const WorkerProcess* const worker : service->workers()) {
+      const auto events = static_cast<short>(worker->wantsToWrite() ? POLLIN | POLLOUT : POLLIN);
+      watched.push_back({worker->descriptor(), events, 0});
+    }
+    poll(watched.data(), watched.size(), static_cast<int>(timeoutMs()));
+  }
+
+  std::int64_t timeoutMs() {
+    const std::int64_t nowMs = service->nowMs();
+    std::int64_t next = nowMs + kMostIdleMs;
+    next = std::min(next, service->nextTimeMs().value_or(next));
+    next = std::min(next, http->nextTimeMs().value_or(next));
+    next = watchdogMs != 0 ? std::min(next, nextWatchdogMs) : next;
+    next = stoppedMs ? std::min(next, *stoppedMs + kPatienceMs) : next;
+    return std::max<std::int64_t>(next - nowMs, 0);
+  }
+
+  void tellSystemd(std::int64_t nowMs) {
+    if (watchdogMs == 0 || nowMs < nextWatchdogMs) {
+      return;
+    }
+    nextWatchdogMs = nowMs + watchdogMs;
+    if (service->health().isOk) {
+      sd_notify(0, "WATCHDOG=1");
+    }
+  }
+
+  Service* const service;
+  HttpDoor* const http;
+  std::int64_t watchdogMs = 0;
+  std::int64_t nextWatchdogMs = 0;
+  std::optional<std::int64_t> stoppedMs;
+};
+
+}  // namespace
+
+int runService(const Config& config) {
+  program::catchStopSignals();
+  try {
+    Outbox outbox(config.storage, config.sending);
+    ServiceClock clock(outbox.storedTimeMs(), outbox.storedOffsetMs());
+    Service service(config, &outbox, &clock);
+    HttpDoor http(&service, config.http);
+    service.startWorkers();
+    sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
+    Loop(&service, &http).run();
+    return kDone;
+  } catch (const StoreInUse& error) {
+    program::complain("gsm-gateway", error.what());
+    return kNotRunning;
+  } catch (const std::exception& error) {
+    program::complain("gsm-gateway", error.what());
+    return kFailure;
+  }
+}
+
+}  // namespace orvix::gateway
