@@ -4,7 +4,15 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
+
 namespace orvix::hostkit {
+namespace {
+
+constexpr std::int64_t kSliceUs = 500 * 1000;
+
+}  // namespace
 
 LineWatch::LineWatch(const std::string& path)
     : descriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
@@ -33,6 +41,20 @@ std::string LineWatch::listen(int timeoutMs) {
 
 bool LineWatch::sendEscape() {
   return isOpen() && write(descriptor, "\x1b", 1) == 1;
+}
+
+void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::function<bool()>& isEnough) {
+  const std::int64_t endUs = monotonicUs() + std::int64_t{timeoutMs} * 1000;
+  while (!isEnough() && watch->isOpen() && !watch->isHungUp()) {
+    const std::int64_t leftUs = endUs - monotonicUs();
+    if (leftUs <= 0) {
+      return;
+    }
+    const std::string bytes = watch->listen(static_cast<int>(std::min(leftUs, kSliceUs) / 1000) + 1);
+    if (!bytes.empty()) {
+      trace->tell(kXplTraceReceived, bytes);
+    }
+  }
 }
 
 }  // namespace orvix::hostkit

@@ -6,7 +6,10 @@
 // settings nor its lock.
 #pragma once
 
+#include <functional>
 #include <string>
+
+#include "hostkit/traffic.h"
 
 namespace orvix::hostkit {
 
@@ -33,5 +36,10 @@ class LineWatch {
   int descriptor;
   bool hungUp = false;
 };
+
+// Tells `trace` of all that comes until `isEnough` holds, the line is hung up, or `timeoutMs` are over. `isEnough` is
+// asked first, behind each piece, and at least twice a second: it may also end the wait for reasons of its own. For a
+// late result that is `!judge(...).mayResultCome`, for a late prompt `!judge(...).mayPromptCome`.
+void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::function<bool()>& isEnough);
 
 }  // namespace orvix::hostkit
