@@ -107,10 +107,12 @@ TEST_F(DeviceTest, OnlyChangesOfTheVisibleStatusAreTold) {
   EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4", "status 3"}));
   EXPECT_EQ(log.lines, (std::vector<std::string>{"gsmDevice:0] OnStateChanged \n\t\twas: kNoData is: kReady.",
                                                  "gsmDevice:0] OnStateChanged \n\t\twas: kReady is: kError."}));
+  EXPECT_TRUE(device.OnEvent("SMS", fromJson("{}")));
+  EXPECT_EQ(sink.calls.back(), "event SMS { }");
   EXPECT_TRUE(device.SetEventSink(nullptr));
   device.OnStateChanged(DeviceState::kReady);
   EXPECT_FALSE(device.OnEvent("SMS", BSONObject()));
-  EXPECT_EQ(sink.calls.size(), 2U);
+  EXPECT_EQ(sink.calls.size(), 3U);
 }
 
 TEST_F(DeviceTest, StartOpensOnceAndStopCloses) {
@@ -201,8 +203,8 @@ TEST_F(DeviceTest, ConfigurationIsCheckedInAFixedOrder) {
 TEST_F(DeviceTest, BadFileLeavesTheDefaultInMemoryAlone) {
   const world::LogCapture log(2);
   configure(R"({"id":"other"})");
-  EXPECT_TRUE(
-      log.has("gsmDevice:0] LoadConfig: checkConfig failed: Failed: Parameter name missing.. Loading default config!"));
+  EXPECT_EQ(log.lines, std::vector<std::string>{"gsmDevice:0] LoadConfig: checkConfig failed: Failed: Parameter name "
+                                                "missing.. Loading default config!"});
   BSONObject current;
   EXPECT_EQ(device.GetProperty("config.current", &current).toString(), "OK");
   EXPECT_EQ(current.toJSON(), kDefaultConfig);

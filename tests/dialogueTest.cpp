@@ -234,6 +234,11 @@ TEST_F(DialogueTest, TraceProviderIsAskedAtEveryOpen) {
   device.Start();
   EXPECT_EQ(tracer.asked, 2);  // the start's own opening, and its probe's
   EXPECT_EQ(tracer.traffic, "2AT+CMGF?\r1\r\n+CMGF: 0\r\n\r\nOK\r\n");
+  // The line is read in pieces of 128 bytes, up to what the reply has room for.
+  modem->script = {{"AT+CSQ\r", std::string(150, 'x')}};
+  tracer.traffic.clear();
+  EXPECT_FALSE(device.getSignalQuality(nullptr).isOk());
+  EXPECT_EQ(tracer.traffic, "2AT+CSQ\r1" + std::string(128, 'x') + "1" + std::string(22, 'x'));
   device.Stop();
   tracer.enabled = false;
   tracer.traffic.clear();
