@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "gateway/http/httpDoor.h"
+#include "gateway/mqtt/mqttDoor.h"
 #include "gateway/outbox/outbox.h"
 #include "gateway/service/clock.h"
 #include "gateway/service/service.h"
@@ -26,7 +27,8 @@ constexpr std::int64_t kPatienceMs = 25000;  // from the signal until what still
 // finds out itself and returns at once when there is nothing.
 class Loop {
  public:
-  Loop(Service* served, HttpDoor* door) : service(served), http(door) {
+  // `broker` may be null.
+  Loop(Service* served, HttpDoor* door, MqttDoor* broker) : service(served), http(door), mqtt(broker) {
     std::uint64_t watchdogUs = 0;
     if (sd_watchdog_enabled(0, &watchdogUs) > 0) {
       watchdogMs = static_cast<std::int64_t>(watchdogUs / 2000);
@@ -38,6 +40,9 @@ class Loop {
       waitForEvents();
       const std::int64_t nowMs = service->nowMs();
       http->onReady();
+      if (mqtt != nullptr) {
+        mqtt->onReady();
+      }
       for (WorkerProcess* const worker : service->workers()) {
         worker->onReady(nowMs);
         worker->onTime(nowMs);
@@ -46,6 +51,9 @@ class Loop {
         beginStop(nowMs);
       }
       service->settle();
+      if (mqtt != nullptr) {
+        mqtt->tell();
+      }
       tellSystemd(nowMs);
     }
   }
@@ -62,7 +70,16 @@ class Loop {
       service->settle();
       return true;
     }
-    return service->isStopped();
+    return service->isStopped() && isGoodbyeSaid();
+  }
+
+  // The last thing that leaves, so that nobody takes the gateway for gone while it still sends.
+  bool isGoodbyeSaid() {
+    if (mqtt != nullptr && !isGoodbyeBegun) {
+      mqtt->stop();
+      isGoodbyeBegun = true;
+    }
+    return mqtt == nullptr || mqtt->isStopped();
   }
 
   void beginStop(std::int64_t nowMs) {
@@ -80,6 +97,9 @@ class Loop {
     for (const int descriptor : http->descriptors()) {
       watched.push_back({descriptor, POLLIN, 0});
     }
+    if (mqtt != nullptr) {
+      watched.push_back({mqtt->descriptor(), POLLIN, 0});
+    }
     for (const WorkerProcess* const worker : service->workers()) {
       const auto events = static_cast<short>(worker->wantsToWrite() ? POLLIN | POLLOUT : POLLIN);
       watched.push_back({worker->descriptor(), events, 0});
@@ -92,6 +112,9 @@ class Loop {
     std::int64_t next = nowMs + kMostIdleMs;
     next = std::min(next, service->nextTimeMs().value_or(next));
     next = std::min(next, http->nextTimeMs().value_or(next));
+    if (mqtt != nullptr) {
+      next = std::min(next, mqtt->nextTimeMs().value_or(next));
+    }
     next = watchdogMs != 0 ? std::min(next, nextWatchdogMs) : next;
     next = stoppedMs ? std::min(next, *stoppedMs + kPatienceMs) : next;
     return std::max<std::int64_t>(next - nowMs, 0);
@@ -109,6 +132,8 @@ class Loop {
 
   Service* const service;
   HttpDoor* const http;
+  MqttDoor* const mqtt;
+  bool isGoodbyeBegun = false;
   std::int64_t watchdogMs = 0;
   std::int64_t nextWatchdogMs = 0;
   std::optional<std::int64_t> stoppedMs;
@@ -123,9 +148,13 @@ int runService(const Config& config) {
     ServiceClock clock(outbox.storedTimeMs(), outbox.storedOffsetMs());
     Service service(config, &outbox, &clock);
     HttpDoor http(&service, config.http);
+    std::optional<MqttDoor> mqtt;
+    if (config.mqtt) {
+      mqtt.emplace(&service, *config.mqtt);
+    }
     service.startWorkers();
     sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
-    Loop(&service, &http).run();
+    Loop(&service, &http, mqtt ? &*mqtt : nullptr).run();
     return kDone;
   } catch (const StoreInUse& error) {
     program::complain("gsm-gateway", error.what());

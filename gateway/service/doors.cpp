@@ -269,4 +269,26 @@ Counts Service::counts() {
   return counts;
 }
 
+std::vector<Outbox::Announcement> Service::announcements(std::int64_t afterNumber, int limit) {
+  std::vector<Outbox::Announcement> notes;
+  state->onStore([&] { notes = state->outbox->announcements(afterNumber, limit); });
+  return notes;
+}
+
+void Service::announce(const std::vector<Message>& messages) {
+  state->onStore([&] {
+    for (const Message& message : messages) {
+      state->outbox->announce(message.id);
+    }
+  });
+}
+
+void Service::dropAnnouncements(const std::vector<std::int64_t>& numbers) {
+  state->onStore([&] {
+    for (const std::int64_t number : numbers) {
+      state->outbox->dropAnnouncement(number);
+    }
+  });
+}
+
 }  // namespace orvix::gateway

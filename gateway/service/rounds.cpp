@@ -41,9 +41,7 @@ void Service::State::voidRound(const std::string& reason) {
 }
 
 bool Service::State::commitRound() {
-  if (waiting.empty() && news.empty()) {
-    return false;
-  }
+  const bool isAwaited = !waiting.empty() || !news.empty();
   outbox->setTime(clock->nowMs(), clock->offsetMs());
   if (!onStore([this] { outbox->commit(); })) {
     return false;
@@ -59,7 +57,7 @@ bool Service::State::commitRound() {
   for (const auto& tell : std::exchange(news, {})) {
     tell();
   }
-  return true;
+  return isAwaited;
 }
 
 void Service::State::letTimePass() {

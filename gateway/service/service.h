@@ -79,6 +79,10 @@ class Service {
   const Config& config() const;
   std::int64_t nowMs() const;
   std::int64_t offsetMs() const;
+  // The notes about messages that a door owes its listeners, see Outbox. Dropped and added with the next commit.
+  std::vector<Outbox::Announcement> announcements(std::int64_t afterNumber, int limit);
+  void announce(const std::vector<Message>& messages);
+  void dropAnnouncements(const std::vector<std::int64_t>& numbers);
   void addListener(ServiceListener* listener);
   void onCommitted(std::function<void(bool isCommitted)> done);
 

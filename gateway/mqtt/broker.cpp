@@ -1,0 +1,222 @@
+#include "gateway/mqtt/broker.h"
+
+#include <fcntl.h>
+#include <mosquitto.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <condition_variable>
+#include <fstream>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+namespace orvix::gateway {
+namespace {
+
+constexpr int kQos = 1;
+constexpr int kKeepAliveSeconds = 30;
+constexpr unsigned kShortestDelaySeconds = 1;
+constexpr unsigned kLongestDelaySeconds = 60;
+constexpr unsigned kMostInFlight = 20;
+constexpr std::size_t kMostWaiting = 1000;
+constexpr std::chrono::seconds kPatience{3};  // with a thread that hangs in the resolver
+
+struct Address {
+  std::string host;
+  int port = 0;
+  bool isSecure = false;
+};
+
+// "mqtt://HOST[:PORT]" or "mqtts://...", the host in brackets where it is an IPv6 address.
+Address addressOf(const std::string& url) {
+  Address address;
+  address.isSecure = url.rfind("mqtts://", 0) == 0;
+  std::string rest = url.substr(url.find("://") + 3);
+  address.port = address.isSecure ? 8883 : 1883;
+  const std::size_t colon = rest.find(':', rest.find(']') == std::string::npos ? 0 : rest.find(']'));
+  if (colon != std::string::npos) {
+    address.port = std::stoi(rest.substr(colon + 1));
+    rest.resize(colon);
+  }
+  const bool isBracketed = rest.size() > 2 && rest.front() == '[' && rest.back() == ']';
+  address.host = isBracketed ? rest.substr(1, rest.size() - 2) : rest;
+  return address;
+}
+
+std::string passwordIn(const std::string& file) {
+  std::ifstream input(file);
+  std::string password;
+  if (!std::getline(input, password)) {
+    throw std::runtime_error("mqtt.passwordFile: " + file + " cannot be read");
+  }
+  return password;
+}
+
+void require(int result, const std::string& what) {
+  if (result != MOSQ_ERR_SUCCESS) {
+    throw std::runtime_error(what + ": " + mosquitto_strerror(result));
+  }
+}
+
+const char* orNull(const std::string& text) {
+  return text.empty() ? nullptr : text.c_str();
+}
+
+}  // namespace
+
+struct Broker::Connection {
+  Connection(const MqttConfig& config, const Will& will, std::string subscribed)
+      : address(addressOf(config.broker)),
+        subscription(std::move(subscribed)),
+        wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)),
+        client(mosquitto_new(("gsm-gateway-" + config.id).c_str(), false, this)) {
+    if (client == nullptr || wake == -1) {
+      throw std::runtime_error("mqtt: no client can be made");
+    }
+    secure(config);
+    require(mosquitto_will_set(client, will.topic.c_str(), static_cast<int>(will.payload.size()), will.payload.data(),
+                               kQos, true),
+            "mqtt.id");
+    mosquitto_threaded_set(client, true);
+    mosquitto_reconnect_delay_set(client, kShortestDelaySeconds, kLongestDelaySeconds, true);
+    mosquitto_max_inflight_messages_set(client, kMostInFlight);
+    mosquitto_connect_callback_set(client, onConnect);
+    mosquitto_disconnect_callback_set(client, onDisconnect);
+    mosquitto_message_callback_set(client, onMessage);
+    mosquitto_publish_callback_set(client, onPublish);
+  }
+
+  ~Connection() {
+    mosquitto_destroy(client);
+    close(wake);
+  }
+
+  Connection(const Connection&) = delete;
+  Connection& operator=(const Connection&) = delete;
+
+  void secure(const MqttConfig& config) {
+    if (!config.user.empty()) {
+      const std::string password = config.passwordFile.empty() ? "" : passwordIn(config.passwordFile);
+      require(mosquitto_username_pw_set(client, config.user.c_str(), orNull(password)), "mqtt.user");
+    }
+    if (address.isSecure) {
+      const char* const systemsOwn = config.caFile.empty() ? "/etc/ssl/certs" : nullptr;
+      require(mosquitto_tls_set(client, orNull(config.caFile), systemsOwn, orNull(config.certFile),
+                                orNull(config.keyFile), nullptr),
+              "mqtt.caFile, mqtt.certFile or mqtt.keyFile");
+    }
+  }
+
+  void post(BrokerEvent event) {
+    const std::lock_guard<std::mutex> guard(lock);
+    if (event.kind != BrokerEvent::Kind::kMessage || events.size() < kMostWaiting) {
+      events.push_back(std::move(event));
+      eventfd_write(wake, 1);
+    }
+  }
+
+  // The thread. A first connection that fails must be tried again here; the library does so for the later ones.
+  void run() {
+    unsigned delay = kShortestDelaySeconds;
+    for (;;) {
+      const int result = mosquitto_connect(client, address.host.c_str(), address.port, kKeepAliveSeconds);
+      if (result == MOSQ_ERR_SUCCESS) {
+        mosquitto_loop_forever(client, -1, 1);
+      } else {
+        post({BrokerEvent::Kind::kDisconnected, mosquitto_strerror(result), "", "", 0});
+      }
+      std::unique_lock<std::mutex> guard(lock);
+      if (ended.wait_for(guard, std::chrono::seconds(delay), [this] { return isEnding; })) {
+        break;
+      }
+      delay = std::min(delay * 2, kLongestDelaySeconds);
+    }
+    const std::lock_guard<std::mutex> guard(lock);
+    isOver = true;
+    ended.notify_all();
+  }
+
+  static void onConnect(mosquitto* client, void* self, int result) {
+    auto* const connection = static_cast<Connection*>(self);
+    if (result != 0) {
+      connection->post({BrokerEvent::Kind::kDisconnected, mosquitto_connack_string(result), "", "", 0});
+      return;
+    }
+    mosquitto_subscribe(client, nullptr, connection->subscription.c_str(), kQos);
+    connection->post({BrokerEvent::Kind::kConnected, "", "", "", 0});
+  }
+
+  static void onDisconnect(mosquitto* /*client*/, void* self, int result) {
+    static_cast<Connection*>(self)->post({BrokerEvent::Kind::kDisconnected, mosquitto_strerror(result), "", "", 0});
+  }
+
+  static void onMessage(mosquitto* /*client*/, void* self, const mosquitto_message* message) {
+    if (!message->retain) {
+      static_cast<Connection*>(self)->post(
+          {BrokerEvent::Kind::kMessage, "", message->topic,
+           std::string(static_cast<const char*>(message->payload), static_cast<std::size_t>(message->payloadlen)), 0});
+    }
+  }
+
+  static void onPublish(mosquitto* /*client*/, void* self, int publication) {
+    static_cast<Connection*>(self)->post({BrokerEvent::Kind::kTaken, "", "", "", publication});
+  }
+
+  const Address address;
+  const std::string subscription;
+  const int wake;
+  mosquitto* const client;
+  std::mutex lock;
+  std::condition_variable ended;
+  std::vector<BrokerEvent> events;
+  bool isEnding = false;
+  bool isOver = true;  // there is no thread
+};
+
+Broker::Broker(const MqttConfig& config, const Will& will, const std::string& subscription) {
+  mosquitto_lib_init();
+  connection = std::make_shared<Connection>(config, will, subscription);
+}
+
+// A thread that hangs in the resolver is left behind with what it uses.
+Broker::~Broker() {
+  disconnect();
+  std::unique_lock<std::mutex> guard(connection->lock);
+  connection->ended.wait_for(guard, kPatience, [this] { return connection->isOver; });
+}
+
+void Broker::start() {
+  connection->isOver = false;
+  std::thread([shared = connection] { shared->run(); }).detach();
+}
+
+int Broker::descriptor() const {
+  return connection->wake;
+}
+
+std::vector<BrokerEvent> Broker::take() {
+  const std::lock_guard<std::mutex> guard(connection->lock);
+  eventfd_t ignored = 0;
+  eventfd_read(connection->wake, &ignored);
+  return std::exchange(connection->events, {});
+}
+
+std::optional<int> Broker::publish(const std::string& topic, const std::string& payload, bool isRetained) {
+  int publication = 0;
+  const int result = mosquitto_publish(connection->client, &publication, topic.c_str(),
+                                       static_cast<int>(payload.size()), payload.data(), kQos, isRetained);
+  return result == MOSQ_ERR_SUCCESS ? std::optional<int>(publication) : std::nullopt;
+}
+
+void Broker::disconnect() {
+  {
+    const std::lock_guard<std::mutex> guard(connection->lock);
+    connection->isEnding = true;
+    connection->ended.notify_all();
+  }
+  mosquitto_disconnect(connection->client);
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,119 @@
+#include "gateway/mqtt/discovery.h"
+
+#include <algorithm>
+#include <cctype>
+#include <nlohmann/json.hpp>
+
+namespace orvix::gateway {
+namespace {
+
+using nlohmann::json;
+
+// Identifiers may hold letters, digits, '_' and '-' alone; what else a name holds is written as its code, so that two
+// names never share one.
+std::string identifierOf(const std::string& name) {
+  constexpr char kDigits[] = "0123456789abcdef";
+  std::string identifier;
+  for (const char c : name) {
+    const auto byte = static_cast<unsigned char>(c);
+    const bool isPlain = byte < 0x80 && (std::isalnum(byte) != 0 || c == '-');
+    identifier += isPlain ? std::string(1, c) : std::string{'_', kDigits[byte >> 4], kDigits[byte & 0xF]};
+  }
+  return identifier;
+}
+
+class Device {
+ public:
+  explicit Device(const MqttConfig& config)
+      : mqtt(config), base("gsm/" + config.id), node("gsm_" + identifierOf(config.id)) {}
+
+  void add(const std::string& component, const std::string& object, json document) {
+    const std::string unique = node + "_" + object;
+    document["unique_id"] = unique;
+    document["availability_topic"] = base + "/availability";
+    document["qos"] = 1;
+    document["device"] = {{"identifiers", {node}}, {"name", "GSM gateway " + mqtt.id}, {"model", "gsm-gateway"}};
+    publications.push_back(
+        {mqtt.homeAssistant + "/" + component + "/" + node + "/" + object + "/config", document.dump()});
+  }
+
+  void addModem(const std::string& name) {
+    const std::string object = "modem_" + identifierOf(name);
+    const std::string topic = base + "/modem/" + name;
+    add("sensor", object + "_signal",
+        {{"name", "Modem " + name + " signal"},
+         {"state_topic", topic + "/report"},
+         {"value_template", "{{ value_json.dBm }}"},
+         {"device_class", "signal_strength"},
+         {"state_class", "measurement"},
+         {"unit_of_measurement", "dBm"}});
+    add("sensor", object + "_registration",
+        {{"name", "Modem " + name + " registration"},
+         {"state_topic", topic + "/report"},
+         {"value_template", "{{ value_json.registration }}"}});
+    add("binary_sensor", object + "_ready",
+        {{"name", "Modem " + name + " ready"},
+         {"state_topic", topic + "/state"},
+         {"payload_on", "ready"},
+         {"payload_off", "notAvailable"},
+         {"value_template", "{{ 'ready' if value == 'ready' else 'notAvailable' }}"},
+         {"device_class", "connectivity"}});
+  }
+
+  void addQueue() {
+    const std::string topic = base + "/queue";
+    add("sensor", "queue",
+        {{"name", "Queued messages"},
+         {"state_topic", topic},
+         {"value_template", "{{ value_json.queued }}"},
+         {"state_class", "measurement"}});
+    add("sensor", "uncertain",
+        {{"name", "Uncertain messages"},
+         {"state_topic", topic},
+         {"value_template", "{{ value_json.uncertain }}"},
+         {"state_class", "measurement"}});
+    add("sensor", "oldest",
+        {{"name", "Oldest queued message"},
+         {"state_topic", topic},
+         {"value_template", "{{ value_json.oldestSeconds }}"},
+         {"device_class", "duration"},
+         {"unit_of_measurement", "s"}});
+    add("sensor", "last_result",
+        {{"name", "Last result"},
+         {"state_topic", topic},
+         {"value_template", "{{ value_json.lastResult.state if value_json.lastResult else 'none' }}"}});
+  }
+
+  // The id is new at each use, since the same text may be meant twice.
+  void addRecipient(const std::string& number) {
+    const std::string form = R"({"id": "ha-{{ now().strftime('%Y%m%d%H%M%S%f') }}", "to": ")" + number +
+                             R"(", "text": {{ value | tojson }}})";
+    add("notify", "send_" + identifierOf(number),
+        {{"name", "Text message to " + number}, {"command_topic", base + "/send"}, {"command_template", form}});
+  }
+
+  std::vector<Publication> publications;
+
+ private:
+  const MqttConfig& mqtt;
+  const std::string base;
+  const std::string node;
+};
+
+}  // namespace
+
+std::vector<Publication> discoveryOf(const MqttConfig& mqtt, const std::vector<ModemConfig>& modems) {
+  Device device(mqtt);
+  for (const ModemConfig& modem : modems) {
+    device.addModem(modem.name);
+  }
+  device.addQueue();
+  for (const std::string& number : mqtt.rights.to) {
+    if (number.find('*') == std::string::npos) {
+      device.addRecipient(number);
+    }
+  }
+  return device.publications;
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,20 @@
+// What Home Assistant is told about the gateway, by its MQTT discovery. Pure functions; any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "gateway/config/config.h"
+
+namespace orvix::gateway {
+
+struct Publication {
+  std::string topic;
+  std::string payload;
+};
+
+// Retained documents, all of one device: signal, registration and readiness of each modem, queue, oldest message, last
+// result, and for each whole number that MQTT may send to an entity that sends.
+std::vector<Publication> discoveryOf(const MqttConfig& mqtt, const std::vector<ModemConfig>& modems);
+
+}  // namespace orvix::gateway

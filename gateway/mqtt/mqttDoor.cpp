@@ -1,0 +1,262 @@
+#include "gateway/mqtt/mqttDoor.h"
+
+#include <glog/logging.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "common/isoTime.h"
+#include "common/printable.h"
+#include "gateway/mqtt/discovery.h"
+#include "gateway/service/modemJson.h"
+
+namespace orvix::gateway {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kMostUntaken = 20;
+constexpr std::size_t kLongestCommand = 65536;
+constexpr std::int64_t kQueueMs = 60000;
+constexpr std::int64_t kMsInSecond = 1000;
+// Dropping a note costs a write of its own, so several go together; a crash before merely tells them once more.
+constexpr std::int64_t kDropMs = 30000;
+
+bool isEnd(MessageState state) {
+  return state != MessageState::kQueued && state != MessageState::kAttempting;
+}
+
+// The id of a command, as far as it can be made out at all.
+std::string idIn(const std::string& payload) {
+  const json document = json::parse(payload, nullptr, false);
+  const bool hasId = document.is_object() && document.contains("id") && document["id"].is_string();
+  const std::string id = hasId ? document["id"].get<std::string>() : "";
+  return isUsableId(id) ? id : "";
+}
+
+}  // namespace
+
+MqttDoor::MqttDoor(Service* served, const MqttConfig& configuration)
+    : service(served),
+      config(configuration),
+      base("gsm/" + config.id),
+      caller{"mqtt", config.rights},
+      broker(config, {base + "/availability", "offline"}, base + "/send") {
+  service->addListener(this);
+  broker.start();
+}
+
+std::optional<std::int64_t> MqttDoor::nextTimeMs() const {
+  std::optional<std::int64_t> next;
+  if (connected) {
+    next = nextQueueMs;
+  }
+  if (!taken.empty()) {
+    next = std::min(next.value_or(dropMs), dropMs);
+  }
+  return next;
+}
+
+void MqttDoor::onReady() {
+  for (const BrokerEvent& event : broker.take()) {
+    onEvent(event);
+  }
+  if (!taken.empty() && service->nowMs() >= dropMs) {
+    dropTaken();
+  }
+}
+
+void MqttDoor::tell() {
+  if (connected && (isQueueChanged || service->nowMs() >= nextQueueMs)) {
+    showQueue();
+  }
+  if (connected && isMoreToTell) {
+    tellMessages();
+  }
+}
+
+void MqttDoor::onEvent(const BrokerEvent& event) {
+  switch (event.kind) {
+    case BrokerEvent::Kind::kConnected:
+      onConnected();
+      break;
+    case BrokerEvent::Kind::kDisconnected:
+      connected = false;
+      if (trouble != event.text && !goodbye) {
+        LOG(WARNING) << "mqtt: no broker: " << escaped(event.text);
+        trouble = event.text;
+      }
+      break;
+    case BrokerEvent::Kind::kMessage:
+      if (!goodbye) {
+        onCommand(event.payload);
+      }
+      break;
+    case BrokerEvent::Kind::kTaken:
+      onTaken(event.publication);
+      break;
+  }
+}
+
+void MqttDoor::onConnected() {
+  LOG(INFO) << "mqtt: connected";
+  connected = true;
+  trouble.clear();
+  if (goodbye) {
+    return;
+  }
+  show(base + "/availability", "online");
+  if (!config.homeAssistant.empty()) {
+    for (const Publication& publication : discoveryOf(config, service->config().modems)) {
+      show(publication.topic, publication.payload);
+    }
+  }
+  for (const ModemView& modem : service->modems()) {
+    showModem(modem);
+    if (modem.report) {
+      onReport(modem);
+    }
+  }
+  isQueueChanged = true;
+}
+
+void MqttDoor::onTaken(int publication) {
+  if (goodbye == publication) {
+    hasSaidGoodbye = true;
+    broker.disconnect();
+    return;
+  }
+  const auto found = told.find(publication);
+  if (found == told.end()) {
+    return;
+  }
+  if (taken.empty()) {
+    dropMs = service->nowMs() + kDropMs;
+  }
+  taken.push_back(found->second);
+  told.erase(found);
+  isMoreToTell = true;
+}
+
+void MqttDoor::onCommand(const std::string& payload) {
+  if (payload.size() > kLongestCommand) {
+    refuse("", {413, "the message is longer than 64 kB", std::nullopt, std::nullopt});
+    return;
+  }
+  const std::string id = idIn(payload);
+  const auto submission = readSubmission(payload);
+  if (const auto* const refusal = std::get_if<Refusal>(&submission)) {
+    refuse(id, *refusal);
+    return;
+  }
+  if (id.empty()) {
+    refuse("", {422, "missing", "id", std::nullopt});
+    return;
+  }
+  const auto result = service->submit(caller, std::get<Submission>(submission));
+  if (const auto* const refusal = std::get_if<Refusal>(&result)) {
+    refuse(id, *refusal);
+    return;
+  }
+  const auto& accepted = std::get<Accepted>(result);
+  if (!accepted.isNew) {
+    service->announce(accepted.messages);
+  }
+  service->onCommitted([this, id](bool isCommitted) {
+    if (!isCommitted) {
+      refuse(id, {503, "the outbox takes nothing at the moment", std::nullopt, std::nullopt});
+    }
+    isMoreToTell = true;
+  });
+}
+
+// A sender that misses this sees no acceptance and sends again.
+void MqttDoor::refuse(const std::string& id, const Refusal& refusal) {
+  if (!connected) {
+    return;
+  }
+  json document = refusalJson(refusal);
+  document["status"] = refusal.status;
+  document["id"] = id.empty() ? json(nullptr) : json(id);
+  broker.publish(id.empty() ? base + "/refused" : base + "/message/" + id, document.dump(), false);
+}
+
+void MqttDoor::show(const std::string& topic, const std::string& payload) {
+  broker.publish(topic, payload, true);
+}
+
+void MqttDoor::showModem(const ModemView& modem) {
+  show(base + "/modem/" + modem.name + "/state", wordOf(modem.state));
+  shownStates[modem.name] = modem.state;
+}
+
+void MqttDoor::showQueue() {
+  const Counts counts = service->counts();
+  json document = {{"queued", counts.of(MessageState::kQueued)},
+                   {"uncertain", counts.of(MessageState::kUncertain)},
+                   {"oldestSeconds", nullptr},
+                   {"lastResult", lastResult}};
+  if (counts.oldestQueuedMs) {
+    document["oldestSeconds"] = (service->nowMs() - *counts.oldestQueuedMs) / kMsInSecond;
+  }
+  show(base + "/queue", document.dump());
+  isQueueChanged = false;
+  nextQueueMs = service->nowMs() + kQueueMs;
+}
+
+void MqttDoor::tellMessages() {
+  while (told.size() < kMostUntaken) {
+    const auto notes = service->announcements(lastTold, static_cast<int>(kMostUntaken - told.size()));
+    for (const Outbox::Announcement& note : notes) {
+      json document = messageJson(note.message, service->offsetMs());
+      document.erase("text");
+      const auto publication = broker.publish(base + "/message/" + note.message.id, document.dump(), false);
+      if (!publication) {
+        return;
+      }
+      told[*publication] = note.number;
+      lastTold = note.number;
+    }
+    if (notes.empty()) {
+      isMoreToTell = false;
+      return;
+    }
+  }
+  isMoreToTell = false;  // until the broker takes some
+}
+
+void MqttDoor::dropTaken() {
+  service->dropAnnouncements(std::exchange(taken, {}));
+}
+
+void MqttDoor::onMessage(const Message& message) {
+  isQueueChanged = true;
+  isMoreToTell = true;
+  if (isEnd(message.state)) {
+    lastResult = {{"id", message.id}, {"state", wordOf(message.state)}, {"ended", nullptr}};
+    if (message.endedMs) {
+      lastResult["ended"] = rfc3339(*message.endedMs + service->offsetMs());
+    }
+  }
+}
+
+void MqttDoor::onModem(const ModemView& modem) {
+  if (connected && shownStates[modem.name] != modem.state) {
+    showModem(modem);
+  }
+}
+
+void MqttDoor::onReport(const ModemView& modem) {
+  if (connected) {
+    show(base + "/modem/" + modem.name + "/report", reportJson(modem, service->offsetMs()).dump());
+  }
+}
+
+void MqttDoor::stop() {
+  if (connected) {
+    goodbye = broker.publish(base + "/availability", "offline", true);
+  }
+  hasSaidGoodbye = !goodbye;
+}
+
+}  // namespace orvix::gateway
