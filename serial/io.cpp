@@ -1,4 +1,5 @@
 // Bytes of an open port: what a handle reads, writes and discards.
+
 #include <termios.h>
 #include <unistd.h>
 

@@ -1,4 +1,5 @@
 // DTR, RTS and what the modem drives: the system's modem-control word and the status word that is made of it.
+
 #include <sys/ioctl.h>
 
 #include "serial/port.h"

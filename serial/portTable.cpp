@@ -1,4 +1,5 @@
 // The table of ports: seven slots, and the making and freeing of what they hold.
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>

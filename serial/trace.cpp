@@ -1,4 +1,5 @@
 // Which pair a port traces to: its own, the global one, or none.
+
 #include "debug/xdbg.h"
 #include "serial/port.h"
 
