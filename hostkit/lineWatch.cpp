@@ -14,8 +14,7 @@ constexpr std::int64_t kSliceUs = 500 * 1000;
 
 }  // namespace
 
-LineWatch::LineWatch(const std::string& path)
-    : line(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
+LineWatch::LineWatch(const std::string& path) : line(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
 }
 
 LineWatch::~LineWatch() {
