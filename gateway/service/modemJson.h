@@ -1,0 +1,15 @@
+// A modem and its report as every door shows them. Pure functions; any thread.
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "gateway/service/service.h"
+
+namespace orvix::gateway {
+
+// "dBm" and "percent" are null where the modem does not know them.
+nlohmann::json reportJson(const ModemView& modem, std::int64_t offsetMs);
+// "report" is null until there is one.
+nlohmann::json modemJson(const ModemView& modem, std::int64_t offsetMs);
+
+}  // namespace orvix::gateway

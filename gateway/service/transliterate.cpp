@@ -1,0 +1,121 @@
+#include "gateway/service/transliterate.h"
+
+#include <iconv.h>
+#include <locale.h>
+
+#include <array>
+#include <optional>
+#include <string_view>
+
+namespace orvix::gateway {
+namespace {
+
+struct Likeness {
+  std::string_view letter;
+  std::string_view ascii;
+};
+
+// German first of all: the tables below know "u" for ü.
+constexpr Likeness kOwn[] = {{"ä", "ae"}, {"ö", "oe"}, {"ü", "ue"}, {"Ä", "Ae"},
+                             {"Ö", "Oe"}, {"Ü", "Ue"}, {"°", "deg"}};
+
+// The C library's tables of likenesses belong to locales: C.UTF-8 knows letters with marks, C Greek and Cyrillic.
+class LikenessTables {
+ public:
+  LikenessTables() : converter(iconv_open("ASCII//TRANSLIT", "UTF-8")) {}
+  ~LikenessTables() {
+    for (const locale_t locale : locales) {
+      if (locale != nullptr) {
+        freelocale(locale);
+      }
+    }
+    if (isUsable()) {
+      iconv_close(converter);
+    }
+  }
+  LikenessTables(const LikenessTables&) = delete;
+  LikenessTables& operator=(const LikenessTables&) = delete;
+
+  // Of one character; none when no table knows it.
+  std::optional<std::string> find(std::string_view letter) const {
+    for (const locale_t locale : locales) {
+      if (isUsable() && locale != nullptr) {
+        const locale_t before = uselocale(locale);
+        const std::string found = convert(letter);
+        uselocale(before);
+        if (found != "?") {
+          return found;
+        }
+      }
+    }
+    return std::nullopt;
+  }
+
+ private:
+  bool isUsable() const { return converter != reinterpret_cast<iconv_t>(-1); }
+
+  // "?" for what is unknown, as the library answers.
+  std::string convert(std::string_view letter) const {
+    std::array<char, 32> ascii{};
+    char* from = const_cast<char*>(letter.data());
+    std::size_t fromLeft = letter.size();
+    char* to = ascii.data();
+    std::size_t toLeft = ascii.size();
+    if (iconv(converter, &from, &fromLeft, &to, &toLeft) == static_cast<std::size_t>(-1)) {
+      iconv(converter, nullptr, nullptr, nullptr, nullptr);
+      return "?";
+    }
+    return {ascii.data(), ascii.size() - toLeft};
+  }
+
+  iconv_t converter;
+  std::array<locale_t, 2> locales = {newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr),
+                                     newlocale(LC_CTYPE_MASK, "C", nullptr)};
+};
+
+// Bytes of the character that begins there; 1 where none does.
+std::size_t characterLength(std::string_view text) {
+  const auto first = static_cast<unsigned char>(text[0]);
+  const std::size_t length = first < 0xc0 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
+  for (std::size_t i = 1; i < length; ++i) {
+    if (i >= text.size() || (static_cast<unsigned char>(text[i]) & 0xc0) != 0x80) {
+      return 1;
+    }
+  }
+  return length;
+}
+
+char asciiLikeness(char character) {
+  if (character == '`') {
+    return '\'';
+  }
+  return (character < ' ' && character != '\n') || character == '\x7f' ? ' ' : character;
+}
+
+std::string likenessOf(const LikenessTables& tables, std::string_view letter) {
+  for (const Likeness& own : kOwn) {
+    if (own.letter == letter) {
+      return std::string(own.ascii);
+    }
+  }
+  return tables.find(letter).value_or(" ");
+}
+
+}  // namespace
+
+std::string transliterated(const std::string& utf8) {
+  const LikenessTables tables;
+  std::string ascii;
+  for (std::string_view left = utf8; !left.empty();) {
+    const std::string_view letter = left.substr(0, characterLength(left));
+    if (static_cast<unsigned char>(letter[0]) < 0x80) {
+      ascii += asciiLikeness(letter[0]);
+    } else {
+      ascii += likenessOf(tables, letter);
+    }
+    left.remove_prefix(letter.size());
+  }
+  return ascii;
+}
+
+}  // namespace orvix::gateway
