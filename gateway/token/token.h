@@ -1,0 +1,18 @@
+// Tokens: random words of which the service knows the hash alone. Any thread.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace orvix::gateway {
+
+// 32 bytes from the kernel's random source, in hexadecimal. Throws std::system_error when it has none.
+std::string newToken();
+
+// SHA-256 in 64 lower-case hexadecimal digits.
+std::string sha256Of(std::string_view bytes);
+
+// In a time that tells nothing about where they differ.
+bool isSameHash(const std::string& a, const std::string& b);
+
+}  // namespace orvix::gateway
