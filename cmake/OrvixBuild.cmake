@@ -54,3 +54,19 @@ function(orvix_program name)
   target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR})
   target_link_libraries(${name} PRIVATE ${ARG_LINKS})
 endfunction()
+
+# orvix_text(source header name file): a source that holds the file's text as orvix::gateway's `name`, as the header
+# declares it; made anew when the file changes.
+function(orvix_text source header name file)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+  file(READ ${file} text)
+  file(CONFIGURE OUTPUT ${source} CONTENT [[// Made of @file@ by the build.
+#include "@header@"
+
+namespace orvix::gateway {
+
+const char @name@[] = R"~text~(@text@)~text~";
+
+}  // namespace orvix::gateway
+]] @ONLY)
+endfunction()

@@ -1,5 +1,3 @@
-// Bytes as rows of information reports.
-
 #include <cctype>
 
 #include "debug/xdbg.h"

@@ -8,7 +8,9 @@
 namespace orvix::gsm {
 namespace {
 
-// Where the text after `prefix` begins; npos when the reply does not hold it.
+constexpr char kRegistrationPrefix[] = "+CREG: ";
+
+// Where the text behind `prefix` begins; npos when the reply does not hold it.
 std::size_t endOfPrefix(const std::string& reply, const std::string& prefix) {
   const std::size_t position = reply.find(prefix);
   return position == std::string::npos ? position : position + prefix.size();
@@ -16,7 +18,7 @@ std::size_t endOfPrefix(const std::string& reply, const std::string& prefix) {
 
 }  // namespace
 
-std::optional<std::string> findCsq(const std::string& reply) {
+std::optional<std::string> signalText(const std::string& reply) {
   constexpr std::size_t kLengthWithoutComma = 2;
   const std::size_t start = endOfPrefix(reply, "+CSQ: ");
   if (start == std::string::npos) {
@@ -27,10 +29,13 @@ std::optional<std::string> findCsq(const std::string& reply) {
   return reply.substr(start, comma == std::string::npos ? kLengthWithoutComma : comma - start);
 }
 
-std::optional<std::size_t> findCregStat(const std::string& reply) {
+bool hasRegistration(const std::string& reply) {
+  return reply.find(kRegistrationPrefix) != std::string::npos;
+}
+
+std::string registrationText(const std::string& reply) {
   constexpr std::size_t kFirstParameterAndComma = 2;
-  const std::size_t start = endOfPrefix(reply, "+CREG: ");
-  return start == std::string::npos ? std::nullopt : std::optional(start + kFirstParameterAndComma);
+  return reply.substr(endOfPrefix(reply, kRegistrationPrefix) + kFirstParameterAndComma, 1);
 }
 
 std::int32_t numberOf(const std::string& text) {
@@ -44,7 +49,6 @@ std::optional<std::string> errorText(const std::string& reply) {
   if (position == std::string::npos) {
     return std::nullopt;
   }
-  // Up to the end, whatever follows the error: line ends, which would break the log's lines, go with the rest.
   std::string text = reply.substr(position);
   const auto isHidden = [](unsigned char byte) { return std::isprint(byte) == 0; };
   text.erase(std::remove_if(text.begin(), text.end(), isHidden), text.end());

@@ -1,31 +1,25 @@
-// IoControl: what a host tells a device to do.
-
+#include "common/text.h"
 #include "device/gsmDevice.h"
 #include "document/builder.h"
-#include "plugin/names.h"
 
 namespace orvix::gsm {
 
-// A refusal before the work leaves `pOutParam` as it is; once the work is done, its failure too has an answer.
 Status GsmDevice::IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) {
   if (state != DeviceState::kReady) {
     return Status::failed("Problem: GSM Modem Device is not ready, but in state:", stateName(state).c_str());
   }
   BSONBuilder answer;
-  if (!answer.appendString(names::kId, names::kType)) {
+  if (!answer.appendString("id", "GSMModem")) {
     return Status::failed(code.c_str());
   }
   Status result = Status::invalidArgument("Control Code for IoControl unknown", code.c_str());
-  if (code == names::kSendSms) {
-    if (Status accepted = acceptMessage(pInParam); !accepted.isOk()) {
-      return accepted;
+  if (code == "sendSMS") {
+    bool isAnswered = false;
+    result = sendSmsCode(pInParam, &answer, &isAnswered);
+    if (!isAnswered) {
+      return result;
     }
-    result = sendSms();
-    if (!answer.appendString(names::kTransmissionResult, result.toString())) {
-      return Status::failed(code.c_str());
-    }
-    OnEvent(names::kSmsEvent, answer.getObject(false));  // The host hears of it whether or not the message went out.
-  } else if (code == names::kTerminateDevice) {
+  } else if (code == "TerminateDevice") {
     result = terminate();
   }
   if (pOutParam != nullptr) {
@@ -34,8 +28,21 @@ Status GsmDevice::IoControl(const std::string& code, const BSONObject* pInParam,
   return result;
 }
 
-Status GsmDevice::acceptMessage(const BSONObject* pInParam) {
-  return pInParam != nullptr ? setSmsParams(*pInParam) : Status::invalidPointer("pInParam is null");
+// The message goes out, or not, before there is an answer; the host hears of it in both cases.
+Status GsmDevice::sendSmsCode(const BSONObject* pInParam, BSONBuilder* answer, bool* isAnswered) {
+  if (pInParam == nullptr) {
+    return Status::invalidPointer("pInParam is null");
+  }
+  if (Status accepted = setSmsParams(*pInParam); !accepted.isOk()) {
+    return accepted;
+  }
+  Status sent = sendSms();
+  if (!answer->appendString("TransmissionResult", sent.toString())) {
+    return Status::failed("sendSMS");
+  }
+  *isAnswered = true;
+  OnEvent(toUpper("sms"), answer->getObject(false));
+  return sent;
 }
 
 }  // namespace orvix::gsm

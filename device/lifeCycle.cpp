@@ -1,8 +1,5 @@
-// What a device is called, and how it comes into service and out of it.
-
 #include "device/gsmDevice.h"
 #include "device/log.h"
-#include "plugin/names.h"
 #include "plugin/plugin.h"
 
 namespace orvix::gsm {
@@ -24,7 +21,7 @@ std::uint32_t GsmDevice::GetInterfaceVersion() {
 }
 
 std::string GsmDevice::GetTypeName() {
-  return names::kType;  // not the name, which hosts may change
+  return "GSMModem";
 }
 
 std::string GsmDevice::GetName() {
@@ -44,7 +41,6 @@ bool GsmDevice::SetEventSink(IDeviceEventSink* sink) {
   return true;
 }
 
-// Hosts see the status, which is coarser: a change of the state alone is told to nobody.
 void GsmDevice::OnStateChanged(DeviceState newState) {
   const DeviceStatus oldStatus = statusOf(state.exchange(newState));
   const DeviceStatus newStatus = statusOf(newState);
@@ -74,7 +70,7 @@ Status GsmDevice::Start() {
       return Status::failed("SetConfig first, current state ", statusName(statusOf(state)).c_str());
     case DeviceState::kConnect:
     case DeviceState::kReady:
-      return {};  // Hosts rely on it: the line is not looked at, though it may have died meanwhile.
+      return {};
     case DeviceState::kWithConfig:
     case DeviceState::kInitializing:
       return startConnection();
@@ -87,18 +83,19 @@ Status GsmDevice::Start() {
   return Status::failed("Command not accepted in current state", statusName(statusOf(state)).c_str());
 }
 
-// The modem's answer decides the state alone: a modem that stays silent does not fail the start. A line that does not
-// open leaves the state as it was.
+// The modem's own answer decides the state alone; a modem that stays silent does not fail the start.
 Status GsmDevice::startConnection() {
   Status opened = openConnection();
-  if (opened.isOk()) {
-    OnStateChanged(probeModem().isOk() ? DeviceState::kReady : DeviceState::kNotAvailable);
+  if (!opened.isOk()) {
+    OnStateChanged(state);
+    return opened;
   }
+  OnStateChanged(probeModem().isOk() ? DeviceState::kReady : DeviceState::kNotAvailable);
   return opened;
 }
 
 Status GsmDevice::Stop() {
-  closeConnection();  // in every state: a report may have left the line open in one that is not active
+  closeConnection();
   if (isActive(state)) {
     OnStateChanged(DeviceState::kWithConfig);
   }

@@ -1,8 +1,5 @@
-// Properties by name.
-
 #include "device/gsmDevice.h"
 #include "document/builder.h"
-#include "plugin/names.h"
 
 namespace orvix::gsm {
 namespace {
@@ -13,7 +10,7 @@ Status unknownProperty(const std::string& property) {
 
 BSONObject versionDocument() {
   BSONBuilder version;
-  version.appendString(names::kVersion, "0.00.1");
+  version.appendString("version", "0.00.1");
   return version.getObject(false);
 }
 
@@ -23,28 +20,28 @@ Status GsmDevice::GetProperty(const std::string& property, BSONObject* pProperty
   if (pProperty == nullptr) {
     return Status::invalidPointer("pProperty");
   }
-  if (property == names::kVersion) {
+  if (property == "version") {
     *pProperty = versionDocument();
     return {};
   }
-  if (property == names::kMessage) {
-    *pProperty = smsParams.copy();  // What a host appends to it stays out of the next message.
+  if (property == "Msg") {
+    *pProperty = smsParams.copy();
     return {};
   }
-  if (property == names::kConfigurationTypes) {
+  if (property == "config.types") {
     return getLov(pProperty);
   }
-  if (property == names::kCurrentConfiguration) {
+  if (property == "config.current") {
     return getConfig(pProperty);
   }
   return unknownProperty(property);
 }
 
 Status GsmDevice::SetProperty(const std::string& property, const BSONObject& value) {
-  if (property == names::kMessage) {
+  if (property == "Msg") {
     return setSmsParams(value);
   }
-  if (property == names::kCurrentConfiguration) {
+  if (property == "config.current") {
     return SetConfig(value);
   }
   return unknownProperty(property);

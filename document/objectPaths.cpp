@@ -1,5 +1,3 @@
-// What a document holds at a dotted path.
-
 #include "document/object.h"
 
 #include <cstring>

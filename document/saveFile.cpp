@@ -1,5 +1,3 @@
-// Replacing a file as a whole, so that no crash leaves half of it.
-
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -8,7 +6,6 @@
 #include <cstring>
 #include <ctime>
 #include <filesystem>
-#include <string_view>
 
 #include "document/file.h"
 
@@ -20,26 +17,27 @@ Status systemFailure(const std::string& message) {
 }
 
 // One write may take less than it was given; a write of nothing gets one more try.
-bool writeAll(int file, std::string_view bytes) {
+bool writeAll(int file, const char* bytes, std::size_t length) {
+  std::size_t done = 0;
   int idleWrites = 0;
-  while (!bytes.empty() && idleWrites < 2) {
-    const ssize_t count = write(file, bytes.data(), bytes.size());
+  while (done < length && idleWrites < 2) {
+    const ssize_t count = write(file, bytes + done, length - done);
     if (count > 0) {
-      bytes.remove_prefix(static_cast<std::size_t>(count));
+      done += static_cast<std::size_t>(count);
     } else if (count == 0) {
       ++idleWrites;
     } else if (errno != EINTR) {
       break;
     }
   }
-  return bytes.empty();
+  return done == length;
 }
 
-// From the open temporary file to the target's new content. The bytes reach the medium before the name does: otherwise
-// a power cut could leave the name on a file that is still empty.
-Status replaceTarget(const std::string& path, const std::string& temporary, int file, std::string_view bytes) {
+// From the open temporary file to the target's new content. `*isMoved` tells whether the temporary name is gone.
+Status replaceTarget(const std::string& path, const std::string& temporary, int file, const void* data,
+                     std::size_t length, bool* isMoved) {
   // Hosts rely on it: a failure before the close leaves the descriptor open.
-  if (!writeAll(file, bytes)) {
+  if (!writeAll(file, static_cast<const char*>(data), length)) {
     return systemFailure("Save file__ " + path);
   }
   if (fsync(file) != 0) {
@@ -47,8 +45,9 @@ Status replaceTarget(const std::string& path, const std::string& temporary, int 
   }
   close(file);
   if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-    return systemFailure("Save file__\u00e4\u00e4 " + path);  // the two letters tell it from a failed write
+    return systemFailure("Save file__\u00e4\u00e4 " + path);
   }
+  *isMoved = true;
   return {};
 }
 
@@ -56,7 +55,6 @@ Status replaceTarget(const std::string& path, const std::string& temporary, int 
 
 Status saveFile(const std::string& path, const void* data, std::size_t length) {
   const std::string directory = std::filesystem::path(path).parent_path().string();
-  // Beside the target: rename(2) cannot move a file to another file system.
   const std::string temporary = directory + "/" + std::to_string(std::time(nullptr)) + ".json";
   const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   if (file == -1) {
@@ -67,10 +65,11 @@ Status saveFile(const std::string& path, const void* data, std::size_t length) {
     // Hosts rely on it: the temporary file stays, and its descriptor open.
     return Status::failed(("Open " + directory + std::strerror(errno)).c_str());
   }
-  Status status = replaceTarget(path, temporary, file, {static_cast<const char*>(data), length});
-  if (!status.isOk()) {
+  bool isMoved = false;
+  Status status = replaceTarget(path, temporary, file, data, length, &isMoved);
+  if (!isMoved) {
     unlink(temporary.c_str());
-  } else if (fsync(directoryFile) != 0) {  // the new name is in the folder, and that too must reach the medium
+  } else if (fsync(directoryFile) != 0) {
     status = systemFailure("fsync " + directory);
   }
   close(directoryFile);

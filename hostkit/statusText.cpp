@@ -17,7 +17,7 @@ struct Beginning {
 
 constexpr Beginning kBeginnings[] = {
     {"unknown mode", StatusKind::kUnknownMode},
-    {kNoSettingsText, StatusKind::kNoSettings},
+    {kNoSettings, StatusKind::kNoSettings},
     {"XPLBuildDCB", StatusKind::kRefusedSettings},
     {"XPLOpen dcb:", StatusKind::kLineNotOpened},
     {"Wrote: ", StatusKind::kNotWritten},

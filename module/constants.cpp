@@ -1,5 +1,3 @@
-// What the module sets up when it is loaded.
-
 #include <iostream>
 #include <string>
 

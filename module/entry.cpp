@@ -1,18 +1,14 @@
-// The exported functions: registration, factory and destroyer.
-
 #include <memory>
 #include <new>
 
 #include "device/gsmDevice.h"
 #include "logging/logging.h"
-#include "plugin/names.h"
 #include "plugin/plugin.h"
 
 using orvix::gsm::GsmDevice;
 
 namespace {
 
-// Hosts rely on it: the text holds their own status, as it was before the call.
 orvix::Status refuseEmptyArguments(const orvix::BSONObject& args, const orvix::Status& callersStatus) {
   const void* const withKeys = &args;
   const std::string text = "GsmDevice::CreateGsmDevice():SetConfig(boArgs=" + args.toStream(withKeys, true) +
@@ -23,13 +19,13 @@ orvix::Status refuseEmptyArguments(const orvix::BSONObject& args, const orvix::S
 }  // namespace
 
 std::int32_t PluginInit() {
-  RegisterDevice(orvix::names::kType, CreateGsmDevice, DestroyGsmDevice);
+  RegisterDevice("GSMModem", CreateGsmDevice, DestroyGsmDevice);
   return 0;
 }
 
 orvix::IDevice* CreateGsmDevice(const orvix::BSONObject& args, orvix::Status* pStatus,
                                 orvix::ITraceProvider* traceProvider) {
-  orvix::installDebugBridge();  // first, so that whatever goes wrong from here on reaches the host's log
+  orvix::installDebugBridge();
   orvix::Status status;
   std::unique_ptr<GsmDevice> device(new (std::nothrow) GsmDevice);
   if (device == nullptr) {

@@ -1,5 +1,3 @@
-// Bytes of an open port: what a handle reads, writes and discards.
-
 #include <termios.h>
 #include <unistd.h>
 
@@ -10,7 +8,7 @@
 
 namespace {
 
-// One read(2) into the ring. Errors are neither reported nor kept: the next read meets them again.
+// One read(2) into the ring. Errors are neither reported nor kept: the next read tells.
 void refill(xpl::XplPort* port) {
   const std::size_t room = std::min(port->ring->capacity - port->ring->count, port->receiveSize);
   if (room == 0) {
@@ -39,8 +37,7 @@ int XPLRead(int handle, void* buffer, int length) {
     }
     const std::uint32_t piece = xpl::take(port->ring, out + taken, wanted - taken);
     if (piece == 0) {
-      return -static_cast<int>(
-          taken);  // Short, because nothing more has arrived: whoever wants more waits and asks again.
+      return -static_cast<int>(taken);
     }
     taken += piece;
   }
@@ -52,7 +49,6 @@ int XPLWrite(int handle, const void* buffer, int length) {
   if (port == nullptr || length < 0) {
     return 0;
   }
-  // No second try for the rest: a line that takes no more now would make this call wait.
   const ssize_t sent = write(port->descriptor, buffer, static_cast<std::size_t>(length));
   if (sent < 1) {
     return 0;
@@ -67,12 +63,11 @@ int XPLPurgeInput(int handle) {
     return 0;
   }
   xpl::reset(port->ring);
-  tcflush(port->descriptor, TCIFLUSH);  // /dev/null refuses it, which does no harm
+  tcflush(port->descriptor, TCIFLUSH);
   return 1;
 }
 
 int XPLPurgeInputAfter(int handle, unsigned milliseconds) {
-  // usleep(3) takes 32 bits of microseconds.
   usleep(std::min(milliseconds, UINT_MAX / 1000) * 1000);
   return XPLPurgeInput(handle);
 }

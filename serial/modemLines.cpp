@@ -1,5 +1,3 @@
-// DTR, RTS and what the modem drives: the system's modem-control word and the status word that is made of it.
-
 #include <sys/ioctl.h>
 
 #include "serial/port.h"
@@ -19,28 +17,30 @@ constexpr LineBit kLines[] = {
     {TIOCM_DTR, kXplDtr, kXplDtrChanged},         {TIOCM_RTS, kXplRts, kXplRtsChanged},
 };
 
-unsigned statusWord(std::uint32_t raw, std::optional<std::uint32_t> previous) {
+unsigned statusWord(std::uint32_t raw, const std::uint32_t* previous) {
   unsigned status = 0;
   for (const LineBit& line : kLines) {
     status |= (raw & line.raw) != 0 ? line.status : 0;
   }
-  const unsigned delta = previous ? *previous ^ status : 0;
+  const unsigned delta = previous != nullptr ? *previous ^ status : 0;
   for (const LineBit& line : kLines) {
     status |= (delta & line.status) != 0 ? line.changed : 0;
   }
   return status;
 }
 
-std::optional<std::uint32_t> getRawLines(const XplPort& port) {
+bool getRawLines(const XplPort& port, std::uint32_t* raw) {
   if ((port.flags & kNoModemLines) != 0) {
-    return port.lineCache;
+    *raw = port.lineCache;
+    return true;
   }
   int lines = 0;
   if (ioctl(port.descriptor, TIOCMGET, &lines) != 0) {
     reportSystemError(port.path, "get state flags");
-    return std::nullopt;
+    return false;
   }
-  return static_cast<std::uint32_t>(lines);
+  *raw = static_cast<std::uint32_t>(lines);
+  return true;
 }
 
 bool putRawLines(const XplPort& port, std::uint32_t raw) {
@@ -52,7 +52,6 @@ bool putRawLines(const XplPort& port, std::uint32_t raw) {
   return true;
 }
 
-// Drops come behind raises, and so win over a raise of the same line.
 std::uint32_t changedLines(std::uint32_t raw, unsigned request) {
   raw |= (request & kXplRaiseDtr) != 0 ? TIOCM_DTR : 0;
   raw &= ~((request & kXplDropDtr) != 0 ? std::uint32_t{TIOCM_DTR} : 0);
@@ -68,15 +67,16 @@ void traceStatus(const XplPort& port, XplTraceKind kind, unsigned status) {
 
 }  // namespace
 
-std::optional<unsigned> readModemStatus(XplPort* port, std::optional<std::uint32_t> previous) {
-  const std::optional<std::uint32_t> raw = getRawLines(*port);
-  if (!raw) {
-    return std::nullopt;
+bool readModemStatus(XplPort* port, const std::uint32_t* previous, unsigned* status) {
+  *status = 0;
+  std::uint32_t raw = 0;
+  if (!getRawLines(*port, &raw)) {
+    return false;
   }
-  const unsigned status = statusWord(*raw, previous);
-  port->lineCache = *raw;
-  traceStatus(*port, kXplTraceLinesRead, status);
-  return status;
+  *status = statusWord(raw, previous);
+  port->lineCache = raw;
+  traceStatus(*port, kXplTraceLinesRead, *status);
+  return true;
 }
 
 }  // namespace xpl
@@ -87,20 +87,19 @@ int XPLGetModemStatus(int handle, unsigned* status) {
     return 0;
   }
   // Hosts rely on it: the raw word of last time is compared with the status word of now.
-  const std::optional<unsigned> read = xpl::readModemStatus(port, port->lineCache);
-  *status = read.value_or(0);
-  return read ? 1 : 0;
+  const std::uint32_t previous = port->lineCache;
+  return xpl::readModemStatus(port, &previous, status) ? 1 : 0;
 }
 
 int XPLSetModemLines(int handle, unsigned request) {
   xpl::XplPort* const port = xpl::findPort(handle);
-  const std::optional<std::uint32_t> current = port != nullptr ? xpl::getRawLines(*port) : std::nullopt;
-  if (!current) {
+  std::uint32_t raw = 0;
+  if (port == nullptr || !xpl::getRawLines(*port, &raw)) {
     return 0;
   }
-  const std::uint32_t raw = xpl::changedLines(*current, request);
+  raw = xpl::changedLines(raw, request);
   const bool done = xpl::putRawLines(*port, raw);
   port->lineCache = raw;  // Hosts rely on it: a refused set is cached and traced all the same.
-  xpl::traceStatus(*port, kXplTraceLinesSet, xpl::statusWord(raw, std::nullopt));
+  xpl::traceStatus(*port, kXplTraceLinesSet, xpl::statusWord(raw, nullptr));
   return done ? 1 : 0;
 }

@@ -1,5 +1,3 @@
-// Which pair a port traces to: its own, the global one, or none.
-
 #include "debug/xdbg.h"
 #include "serial/port.h"
 
@@ -14,7 +12,6 @@ struct TracePair {
 
 TracePair globalTrace{nullptr, nullptr};
 
-// Hosts match this text, its spelling included.
 constexpr char kDeprecated[] = "DEPRICATED: Use XPLSetTraceCallback() instead";
 
 }  // namespace

@@ -4,7 +4,6 @@
 // shown.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,7 +15,6 @@ namespace orvix::gateway {
 
 // The order is the database's: append only.
 enum class MessageState { kQueued, kAttempting, kSent, kFailed, kUncertain, kExpired, kCancelled };
-inline constexpr std::size_t kMessageStates = 7;
 enum class Priority { kAlarm, kNormal, kBulk };
 enum class OnUncertain { kHold, kResend };
 

@@ -65,10 +65,8 @@ class WorkerListener {
 
 class WorkerProcess {
  public:
-  // `listener` is borrowed. Nothing is started before start(). `program` is executed with the argument "worker" and
-  // calls workerMain (workerMain.h).
-  WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener,
-                const std::string& program = "/proc/self/exe");
+  // `listener` is borrowed. Nothing is started before start().
+  WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener);
   ~WorkerProcess();  // kills
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;

@@ -1,0 +1,48 @@
+#include "device/gsmDataReport.h"
+
+namespace orvix::gsm {
+namespace {
+
+constexpr std::int32_t kUnknownCsq = 99;
+constexpr int kUnknownDbm = -9999;
+constexpr int kOutOfRangeDbm = -9998;
+constexpr int kUnknownPercent = -1;
+constexpr int kOutOfRangePercent = -2;
+
+constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
+constexpr std::int32_t kWordCount = sizeof kRegistrationWords / sizeof kRegistrationWords[0];
+
+// Hosts rely on it: the modem's 0 and 1 are out of range.
+bool isInRange(std::int32_t csq) {
+  return csq >= 2 && csq <= 31;
+}
+
+}  // namespace
+
+int GsmDataReport::signalDbm(std::int32_t csq) {
+  if (csq == kUnknownCsq) {
+    return kUnknownDbm;
+  }
+  return isInRange(csq) ? 2 * csq - 113 : kOutOfRangeDbm;
+}
+
+int GsmDataReport::signalPercent(std::int32_t csq) {
+  if (csq == kUnknownCsq) {
+    return kUnknownPercent;
+  }
+  return isInRange(csq) ? (csq - 1) * 100 / 30 : kOutOfRangePercent;
+}
+
+bool GsmDataReport::isSignalValid(std::int32_t csq) {
+  return signalPercent(csq) > 0 && signalDbm(csq) > kOutOfRangeDbm;
+}
+
+const char* GsmDataReport::registrationWord(std::int32_t registration) {
+  return registration >= 0 && registration < kWordCount ? kRegistrationWords[registration] : "unknown";
+}
+
+bool GsmDataReport::isRegistrationValid(std::int32_t registration) {
+  return registration >= 0 && registration <= kWordCount;
+}
+
+}  // namespace orvix::gsm

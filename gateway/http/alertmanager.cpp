@@ -1,0 +1,168 @@
+#include "gateway/http/alertmanager.h"
+
+#include <algorithm>
+
+#include "common/text.h"
+#include "gateway/http/exchange.h"
+#include "gateway/service/transliterate.h"
+#include "gateway/token/token.h"
+
+namespace orvix::gateway {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::int64_t kRetryMs = 15 * 60 * 1000;
+constexpr std::size_t kLongestHead = 1000;  // bytes, far more than any message holds
+
+Refusal wrong(const char* field, const char* error) {
+  return {422, error, field, std::nullopt};
+}
+
+// "" when there is no such string.
+std::string stringIn(const json& object, const char* key) {
+  const auto found = object.is_object() ? object.find(key) : object.end();
+  return found != object.end() && found->is_string() ? found->get<std::string>() : std::string();
+}
+
+std::string stringIn(const json& object, const char* outer, const char* key) {
+  return object.contains(outer) ? stringIn(object.at(outer), key) : std::string();
+}
+
+std::string firstOf(std::initializer_list<std::string> texts) {
+  const auto found = std::find_if(texts.begin(), texts.end(), [](const std::string& text) { return !text.empty(); });
+  return found == texts.end() ? std::string() : *found;
+}
+
+// The alert that stands for its group: the first one of the group's own status.
+const json& leadingAlert(const json& payload) {
+  const json& alerts = payload.at("alerts");
+  const auto found = std::find_if(alerts.begin(), alerts.end(), [&](const json& alert) {
+    return stringIn(alert, "status") == stringIn(payload, "status");
+  });
+  return found == alerts.end() ? alerts.front() : *found;
+}
+
+std::string headOf(const json& payload) {
+  const json& alert = leadingAlert(payload);
+  const std::string name = firstOf({stringIn(alert, "labels", "alertname"), "alert"});
+  const std::string what =
+      firstOf({stringIn(alert, "annotations", "summary"), stringIn(alert, "annotations", "description"),
+               stringIn(alert, "annotations", "message"), stringIn(alert, "labels", "instance")});
+  return toUpper(stringIn(payload, "status")) + ": " + name + (what.empty() ? "" : ": " + what);
+}
+
+// " (+N more)"; Alertmanager itself may have cut the list.
+std::string tailOf(const json& payload) {
+  const json truncated = payload.value("truncatedAlerts", json(0));
+  const std::size_t left = truncated.is_number_unsigned() ? truncated.get<std::size_t>() : 0;
+  const std::size_t rest = payload.at("alerts").size() - 1 + left;
+  return rest == 0 ? "" : " (+" + std::to_string(rest) + " more)";
+}
+
+// On one line, of what the charset carries.
+std::string carriedBy(hostkit::Charset charset, const std::string& text) {
+  std::string carried = transliterated(text.substr(0, kLongestHead));
+  for (char& character : carried) {
+    if (character == '\n' || !hostkit::textFit(std::string(1, character), charset).isFit()) {
+      character = ' ';
+    }
+  }
+  return carried;
+}
+
+std::string shortened(std::string head, const std::string& tail, hostkit::Charset charset) {
+  const auto isFit = [&](const std::string& text) { return hostkit::textFit(text + tail, charset).isFit(); };
+  if (isFit(head)) {
+    return head + tail;
+  }
+  while (!isFit(head + "...")) {
+    head.pop_back();
+  }
+  return head + "..." + tail;
+}
+
+std::string identityOf(const json& payload) {
+  std::vector<std::string> alerts;
+  for (const json& alert : payload.at("alerts")) {
+    alerts.push_back(stringIn(alert, "fingerprint") + " " + stringIn(alert, "startsAt"));
+  }
+  std::sort(alerts.begin(), alerts.end());
+  return jsonText({stringIn(payload, "groupKey"), stringIn(payload, "status"), alerts});
+}
+
+std::optional<Refusal> faultOf(const json& payload) {
+  if (!payload.is_object()) {
+    return Refusal{422, "the body is no object", std::nullopt, std::nullopt};
+  }
+  if (const std::string status = stringIn(payload, "status"); status != "firing" && status != "resolved") {
+    return wrong("status", "must be firing or resolved");
+  }
+  if (stringIn(payload, "groupKey").empty()) {
+    return wrong("groupKey", "missing");
+  }
+  const json alerts = payload.value("alerts", json());
+  const auto isObject = [](const json& alert) { return alert.is_object(); };
+  if (!alerts.is_array() || alerts.empty() || !std::all_of(alerts.begin(), alerts.end(), isObject)) {
+    return wrong("alerts", "must be a list of at least one alert");
+  }
+  return std::nullopt;
+}
+
+// The widest that there is: what one modem carries can go out.
+hostkit::Charset charsetOf(const Config& config) {
+  const bool hasIra = std::any_of(config.modems.begin(), config.modems.end(),
+                                  [](const ModemConfig& modem) { return modem.charset == hostkit::Charset::kIra; });
+  return hasIra ? hostkit::Charset::kIra : hostkit::Charset::kGsm;
+}
+
+std::variant<Accepted, Refusal> submitAlarm(Service& service, const Caller& caller, const Submission& submission) {
+  auto result = service.submit(caller, submission);
+  if (auto* const refusal = std::get_if<Refusal>(&result); refusal != nullptr && refusal->status == 429) {
+    refusal->status = 503;
+  }
+  return result;
+}
+
+}  // namespace
+
+std::variant<AlertNotice, Refusal> readAlerts(const std::string& body, hostkit::Charset charset) {
+  const json payload = json::parse(body, nullptr, false);
+  if (payload.is_discarded()) {
+    return Refusal{400, "the body is no JSON", std::nullopt, std::nullopt};
+  }
+  if (const auto fault = faultOf(payload)) {
+    return *fault;
+  }
+  return AlertNotice{shortened(carriedBy(charset, headOf(payload)), tailOf(payload), charset), identityOf(payload)};
+}
+
+std::variant<Accepted, Refusal> acceptAlerts(Service& service, const Caller& caller, std::string to,
+                                             const std::string& body) {
+  const auto read = readAlerts(body, charsetOf(service.config()));
+  if (const auto* const refusal = std::get_if<Refusal>(&read)) {
+    return *refusal;
+  }
+  if (to.rfind(' ', 0) == 0) {
+    to.front() = '+';
+  }
+  const auto& notice = std::get<AlertNotice>(read);
+  // Ids change every 15 minutes: a retry finds its message under the present one or the one before.
+  const std::string name = "alert-" + sha256Of(jsonText({caller.owner, to, notice.identity})).substr(0, 32) + "-";
+  const std::int64_t period = service.nowMs() / kRetryMs;
+  for (const std::int64_t candidate : {period, period - 1}) {
+    const auto found = service.show(caller, name + std::to_string(candidate));
+    const auto* const message = std::get_if<Message>(&found);
+    if (message != nullptr && service.nowMs() - message->acceptedMs < kRetryMs) {
+      return Accepted{false, false, {*message}};
+    }
+  }
+  Submission submission;
+  submission.id = name + std::to_string(period);
+  submission.to = {to};
+  submission.text = notice.text;
+  submission.priority = Priority::kAlarm;
+  return submitAlarm(service, caller, submission);
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,19 @@
+// Who speaks, by the token of the request. Pure functions; any thread.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gateway/config/config.h"
+#include "gateway/service/submission.h"
+
+namespace orvix::gateway {
+
+// The caller behind the Unix socket: may send to everybody without a limit, sees and touches everything.
+Caller socketCaller();
+
+// By an Authorization header, "Bearer TOKEN"; none when no token's hash fits. Takes the same time whichever does.
+std::optional<Caller> callerWith(const std::string& authorization, const std::vector<TokenConfig>& tokens);
+
+}  // namespace orvix::gateway

@@ -1,0 +1,69 @@
+// What happens, for the readers of /v1/events. One thread, the service's.
+//
+// The events of all readers stand in one ring of bounded size; a reader is a place in it. Without readers it is empty.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <string>
+
+#include "gateway/service/service.h"
+
+namespace orvix::gateway {
+
+class EventStream final : public ServiceListener {
+ public:
+  explicit EventStream(const Service* source) : service(source) {}  // borrowed
+
+  void onMessage(const Message& message) override;
+  void onModem(const ModemView& modem) override;
+  void onReport(const ModemView& modem) override;
+  // A line that says nothing: whoever reads sees that the connection is alive, and we that he still reads.
+  void comment();
+
+  int readers() const { return readerCount; }
+
+ private:
+  friend class EventReader;
+
+  struct Event {
+    std::string owner;  // of the message it is about; "" when everybody may see it
+    std::string text;   // as it is sent, but for the id; "" is a comment
+  };
+
+  void add(const std::string& owner, const char* name, const nlohmann::json& data);
+  void add(Event event);
+  std::int64_t end() const { return first + static_cast<std::int64_t>(events.size()); }
+
+  const Service* const service;
+  std::deque<Event> events;
+  std::int64_t first = 0;  // number of the oldest event, counted from the start
+  std::size_t bytes = 0;   // of all texts
+  int readerCount = 0;
+};
+
+// One reader, from now on.
+class EventReader {
+ public:
+  EventReader(EventStream* source, const Caller& reader);  // `source` is borrowed
+  ~EventReader();
+  EventReader(const EventReader&) = delete;
+  EventReader& operator=(const EventReader&) = delete;
+
+  // The next event that this caller may see, with its own counting id; "" when there is none yet.
+  std::string next();
+  // Whether a call of next() is worth while.
+  bool hasNews() const { return position < stream->end(); }
+  // Has events left unread that are gone from the ring.
+  bool isTooSlow() const { return position < stream->first; }
+
+ private:
+  bool maySee(const EventStream::Event& event) const;
+
+  EventStream* const stream;
+  const Caller caller;
+  std::int64_t position;
+  std::int64_t lastId = 0;
+};
+
+}  // namespace orvix::gateway

@@ -1,0 +1,40 @@
+// The rows of the API, one function each. Internal; one thread, the service's.
+#pragma once
+
+#include "gateway/http/api.h"
+
+namespace orvix::gateway {
+
+// A request whose way in is checked: a row gets its method, its path and the query keys that it knows. `request.caller`
+// is there but for rows that are open to everybody.
+struct Call {
+  const Api& api;
+  const Request& request;
+  const Target& target;
+
+  Service& service() const { return *api.service; }
+  const Caller& caller() const { return *request.caller; }
+  // A part of the path, counted from 0.
+  const std::string& part(std::size_t index) const { return target.path.at(index); }
+  // None when the query does not have it.
+  std::optional<std::string> parameter(const std::string& key) const;
+};
+
+// A whole number from `low` to `high`, digits only.
+std::optional<std::int64_t> numberIn(const std::string& text, std::int64_t low, std::int64_t high);
+
+Response postMessages(const Call& call);
+Response listMessages(const Call& call);
+Response showMessage(const Call& call);
+Response showRecording(const Call& call);
+Response resolveMessage(const Call& call);
+Response cancelMessage(const Call& call);
+Response postAlerts(const Call& call);
+
+Response listModems(const Call& call);
+Response showHistory(const Call& call);
+Response showStatus(const Call& call);
+Response showHealth(const Call& call);
+Response showMetrics(const Call& call);
+
+}  // namespace orvix::gateway

@@ -1,0 +1,55 @@
+// The service's door for HTTP: a Unix socket for programs of this machine, and TCP for those with a token. One thread,
+// the service's.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gateway/http/api.h"
+#include "gateway/http/eventStream.h"
+#include "gateway/http/httpServer.h"
+
+namespace orvix::gateway {
+
+class HttpDoor {
+ public:
+  // `served` is borrowed. Throws std::runtime_error, with the configuration's key, for an address that cannot be
+  // listened at.
+  HttpDoor(Service* served, const HttpConfig& settings);
+  ~HttpDoor();
+  HttpDoor(const HttpDoor&) = delete;
+  HttpDoor& operator=(const HttpDoor&) = delete;
+
+  // To be polled for reading. The same as long as the door lives.
+  std::vector<int> descriptors() const;
+  void onReady();
+  // When onReady must be called without a ready descriptor, in service time; none: never.
+  std::optional<std::int64_t> nextTimeMs() const;
+  // Connections that there are go on.
+  void stopAccepting();
+
+  // Where it listens.
+  std::vector<DoorState> doors() const;
+  // What else /v1/status tells of, besides this door.
+  void tellAlso(std::function<std::vector<DoorState>()> others) { otherDoors = std::move(others); }
+
+ private:
+  std::unique_ptr<HttpServer> server(int listener, std::function<std::optional<Caller>(const std::string&)> recognise);
+  Response answerNow(const Request& request);
+  void handle(const Request& request, const HttpServer::Reply& reply);
+
+  Service* const service;
+  const HttpConfig config;
+  Api api;
+  std::function<std::vector<DoorState>()> otherDoors;
+  EventStream events;
+  std::int64_t lastCommentMs;
+  std::string tcpAddress;
+  std::vector<std::unique_ptr<HttpServer>> servers;  // of the socket, and of TCP where there is one
+};
+
+}  // namespace orvix::gateway

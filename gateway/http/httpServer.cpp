@@ -1,0 +1,307 @@
+#include "gateway/http/httpServer.h"
+
+#include <microhttpd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <map>
+#include <stdexcept>
+
+namespace orvix::gateway {
+namespace {
+
+constexpr unsigned kMostClients = 256;
+constexpr unsigned kMostClientsOfOneAddress = 192;
+constexpr std::size_t kMemoryOfClient = 32 * 1024;     // holds the request's head
+constexpr std::size_t kMostDiscarded = 16 * kMaxBody;  // of a body that is too long, so that its sender hears why
+constexpr std::int64_t kPatienceMs = 30000;            // for a request
+constexpr std::int64_t kPatienceWhenCrowdedMs = 5000;  // while more than half of the places are taken
+constexpr std::int64_t kPatienceForAnswerMs = 60000;   // until it is taken
+constexpr std::size_t kEventBlock = 4096;
+
+struct Client;
+
+struct Server {
+  HttpServer::Handlers handlers;
+  MHD_Daemon* daemon = nullptr;
+  int listener = -1;
+  std::int64_t nowMs = 0;
+  std::map<MHD_Connection*, std::shared_ptr<Client>> clients;
+
+  std::int64_t patienceMs() const { return clients.size() > kMostClients / 2 ? kPatienceWhenCrowdedMs : kPatienceMs; }
+};
+
+// One connection and the request that it is at.
+struct Client : std::enable_shared_from_this<Client> {
+  enum class Phase { kRequest, kHandling, kAnswer, kEvents };
+
+  Client(Server* owner, MHD_Connection* handle, int socket)
+      : server(owner), connection(handle), descriptor(socket), sinceMs(owner->nowMs) {}
+
+  Server* const server;
+  MHD_Connection* const connection;
+  const int descriptor;
+  Phase phase = Phase::kRequest;
+  std::int64_t sinceMs;  // in this phase
+  bool isSuspended = false;
+  Request request;
+  bool hasHead = false;
+  std::size_t received = 0;  // of the body, in bytes
+  std::unique_ptr<EventReader> reader;
+  std::string pending;  // of an event, still to be sent
+
+  void enter(Phase next) {
+    phase = next;
+    sinceMs = server->nowMs;
+  }
+
+  void beginRequest(const char* target) {
+    request = Request();
+    request.target = target;
+    hasHead = false;
+    received = 0;
+  }
+
+  MHD_Result takeHead(const char* method);
+  MHD_Result takeBody(const char* data, std::size_t size);
+  MHD_Result handle();
+  void reply(const Response& response);
+  ssize_t giveEvents(char* buffer, std::size_t size);
+
+  void suspend() {
+    MHD_suspend_connection(connection);
+    isSuspended = true;
+  }
+  void resume() {
+    if (isSuspended) {
+      isSuspended = false;
+      MHD_resume_connection(connection);
+    }
+  }
+  // The library sees an end and closes the connection.
+  void cutOff() {
+    ::shutdown(descriptor, SHUT_RDWR);
+    resume();
+  }
+
+  std::optional<std::int64_t> deadlineMs() const {
+    switch (phase) {
+      case Phase::kRequest:
+        return sinceMs + server->patienceMs();
+      case Phase::kAnswer:
+        return sinceMs + kPatienceForAnswerMs;
+      default:
+        return std::nullopt;
+    }
+  }
+};
+
+std::string headerOf(MHD_Connection* connection, const char* name) {
+  const char* const value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+  return value != nullptr ? value : "";
+}
+
+MHD_Result Client::takeHead(const char* method) {
+  hasHead = true;
+  request.method = method;
+  request.caller = server->handlers.recognise(headerOf(connection, "Authorization"));
+  // Without a length, or with a wrong one, the bytes themselves are counted.
+  if (std::strtoull(headerOf(connection, "Content-Length").c_str(), nullptr, 10) > kMostDiscarded) {
+    request.isTooLarge = true;
+    return handle();
+  }
+  return MHD_YES;
+}
+
+MHD_Result Client::takeBody(const char* data, std::size_t size) {
+  received += size;
+  if (received > kMaxBody) {
+    request.isTooLarge = true;
+    request.body.clear();
+  } else {
+    request.body.append(data, size);
+  }
+  return received > kMostDiscarded ? MHD_NO : MHD_YES;
+}
+
+MHD_Result Client::handle() {
+  enter(Phase::kHandling);
+  suspend();
+  server->handlers.handle(request, [weak = weak_from_this()](const Response& response) {
+    if (const std::shared_ptr<Client> client = weak.lock()) {
+      client->reply(response);
+    }
+  });
+  return MHD_YES;
+}
+
+ssize_t giveEventsTo(void* client, std::uint64_t /*position*/, char* buffer, std::size_t size) {
+  return static_cast<Client*>(client)->giveEvents(buffer, size);
+}
+
+void Client::reply(const Response& response) {
+  MHD_Response* answer = nullptr;
+  if (response.isEventStream) {
+    reader = server->handlers.beginEvents(*request.caller);
+    pending = ":\n\n";
+    answer = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kEventBlock, giveEventsTo, this, nullptr);
+  } else {
+    answer = MHD_create_response_from_buffer(response.body.size(), const_cast<char*>(response.body.data()),
+                                             MHD_RESPMEM_MUST_COPY);
+  }
+  MHD_add_response_header(answer, MHD_HTTP_HEADER_CONTENT_TYPE, response.contentType.c_str());
+  MHD_add_response_header(answer, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+  MHD_add_response_header(answer, "X-Content-Type-Options", "nosniff");
+  for (const auto& [name, value] : response.headers) {
+    MHD_add_response_header(answer, name.c_str(), value.c_str());
+  }
+  MHD_queue_response(connection, static_cast<unsigned>(response.status), answer);
+  MHD_destroy_response(answer);
+  enter(response.isEventStream ? Phase::kEvents : Phase::kAnswer);
+  resume();
+}
+
+ssize_t Client::giveEvents(char* buffer, std::size_t size) {
+  if (pending.empty()) {
+    pending = reader->next();
+  }
+  if (reader->isTooSlow()) {
+    return MHD_CONTENT_READER_END_WITH_ERROR;
+  }
+  if (pending.empty()) {
+    suspend();
+    return 0;
+  }
+  const std::size_t given = pending.copy(buffer, size);
+  pending.erase(0, given);
+  return static_cast<ssize_t>(given);
+}
+
+Client& clientOf(MHD_Connection* connection) {
+  return *static_cast<Client*>(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
+}
+
+void onConnection(void* server, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode code) {
+  auto* const owner = static_cast<Server*>(server);
+  if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
+    owner->clients.erase(connection);
+    return;
+  }
+  const int descriptor = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+  const auto client = std::make_shared<Client>(owner, connection, descriptor);
+  *context = client.get();
+  owner->clients[connection] = client;
+}
+
+void* onTarget(void* /*server*/, const char* target, MHD_Connection* connection) {
+  clientOf(connection).beginRequest(target);
+  return nullptr;
+}
+
+MHD_Result onRequest(void* /*server*/, MHD_Connection* connection, const char* /*path*/, const char* method,
+                     const char* /*version*/, const char* data, std::size_t* size, void** /*context*/) {
+  Client& client = clientOf(connection);
+  if (!client.hasHead) {
+    return client.takeHead(method);
+  }
+  if (*size > 0) {
+    const std::size_t taken = *size;
+    *size = 0;
+    return client.takeBody(data, taken);
+  }
+  return client.handle();
+}
+
+void onCompleted(void* /*server*/, MHD_Connection* connection, void** /*context*/,
+                 MHD_RequestTerminationCode /*code*/) {
+  Client& client = clientOf(connection);
+  client.reader.reset();
+  client.request = Request();
+  client.enter(Client::Phase::kRequest);
+}
+
+}  // namespace
+
+struct HttpServer::State final : Server {};
+
+HttpServer::HttpServer(int listener, Handlers handlers) : state(std::make_unique<State>()) {
+  state->handlers = std::move(handlers);
+  state->listener = listener;
+  Server* const server = state.get();
+  state->daemon = MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, onRequest, server,  //
+                                   MHD_OPTION_LISTEN_SOCKET, listener,                                                //
+                                   MHD_OPTION_CONNECTION_LIMIT, kMostClients,                                         //
+                                   MHD_OPTION_PER_IP_CONNECTION_LIMIT, kMostClientsOfOneAddress,                      //
+                                   MHD_OPTION_CONNECTION_MEMORY_LIMIT, kMemoryOfClient,                               //
+                                   MHD_OPTION_NOTIFY_CONNECTION, onConnection, server,                                //
+                                   MHD_OPTION_NOTIFY_COMPLETED, onCompleted, server,                                  //
+                                   MHD_OPTION_URI_LOG_CALLBACK, onTarget, server, MHD_OPTION_END);
+  if (state->daemon == nullptr) {
+    close(listener);
+    throw std::runtime_error("the HTTP library does not start");
+  }
+}
+
+HttpServer::~HttpServer() {
+  stopAccepting();
+  for (const auto& [connection, client] : state->clients) {
+    client->resume();
+  }
+  MHD_run(state->daemon);
+  MHD_stop_daemon(state->daemon);
+}
+
+int HttpServer::descriptor() const {
+  return MHD_get_daemon_info(state->daemon, MHD_DAEMON_INFO_EPOLL_FD)->epoll_fd;
+}
+
+void HttpServer::onReady(std::int64_t nowMs) {
+  state->nowMs = nowMs;
+  MHD_run(state->daemon);
+  bool hasCutOff = false;
+  for (const auto& [connection, client] : state->clients) {
+    if (client->deadlineMs().value_or(nowMs + 1) <= nowMs) {
+      client->cutOff();
+      hasCutOff = true;
+    }
+  }
+  if (hasCutOff) {
+    MHD_run(state->daemon);
+  }
+}
+
+std::optional<std::int64_t> HttpServer::nextTimeMs() const {
+  std::int64_t next = std::numeric_limits<std::int64_t>::max();
+  MHD_UNSIGNED_LONG_LONG waitMs = 0;
+  if (MHD_get_timeout(state->daemon, &waitMs) == MHD_YES) {
+    next = state->nowMs + static_cast<std::int64_t>(waitMs);
+  }
+  for (const auto& [connection, client] : state->clients) {
+    const bool isToBeWoken = client->isSuspended && client->reader && client->reader->hasNews();
+    next = std::min(next, isToBeWoken ? state->nowMs : client->deadlineMs().value_or(next));
+  }
+  return next == std::numeric_limits<std::int64_t>::max() ? std::nullopt : std::optional(next);
+}
+
+void HttpServer::wakeReaders() {
+  for (const auto& [connection, client] : state->clients) {
+    if (client->reader && client->reader->isTooSlow()) {
+      client->cutOff();
+    } else if (client->reader && client->reader->hasNews()) {
+      client->resume();
+    }
+  }
+}
+
+void HttpServer::stopAccepting() {
+  if (state->listener >= 0) {
+    MHD_quiesce_daemon(state->daemon);
+    close(state->listener);
+    state->listener = -1;
+  }
+}
+
+}  // namespace orvix::gateway

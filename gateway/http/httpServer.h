@@ -1,0 +1,53 @@
+// One listening socket and the requests that come in by it: libmicrohttpd behind plain values. One thread.
+//
+// A request is read whole, handed over, and its connection rests until it is replied to. Whoever takes too long is cut
+// off: over a request, over taking its answer, or between two requests.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "gateway/http/eventStream.h"
+#include "gateway/http/exchange.h"
+
+namespace orvix::gateway {
+
+class HttpServer {
+ public:
+  // To be called once, at any time; does nothing when the client is gone.
+  using Reply = std::function<void(const Response&)>;
+
+  struct Handlers {
+    // Who speaks, by the Authorization header ("" without one).
+    std::function<std::optional<Caller>(const std::string& authorization)> recognise;
+    // Must not throw.
+    std::function<void(const Request&, Reply)> handle;
+    // For a request that was answered with an event stream.
+    std::function<std::unique_ptr<EventReader>(const Caller&)> beginEvents;
+  };
+
+  // Takes the listening descriptor over. Throws std::runtime_error when the library does not start.
+  HttpServer(int listener, Handlers handlers);
+  // Gives away what is replied and closes all connections.
+  ~HttpServer();
+  HttpServer(const HttpServer&) = delete;
+  HttpServer& operator=(const HttpServer&) = delete;
+
+  // To be polled for reading.
+  int descriptor() const;
+  void onReady(std::int64_t nowMs);
+  // When onReady must be called without a ready descriptor.
+  std::optional<std::int64_t> nextTimeMs() const;
+  // There may be new events.
+  void wakeReaders();
+  void stopAccepting();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state;
+};
+
+}  // namespace orvix::gateway
