@@ -53,7 +53,7 @@ install(FILES ${CMAKE_BINARY_DIR}/packaging/OrvixGsmConfig.cmake DESTINATION ${O
 foreach(target api document common)
   set_target_properties(orvix_${target} PROPERTIES EXPORT_NAME ${target})
 endforeach()
-foreach(header plugin/device.h plugin/plugin.h serial/xpl.h common/status.h common/text.h)
+foreach(header plugin/device.h plugin/names.h plugin/plugin.h serial/xpl.h common/status.h common/text.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${header} DESTINATION include/orvix/${folder} COMPONENT dev)
 endforeach()

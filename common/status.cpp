@@ -20,7 +20,10 @@ namespace {
 constexpr std::size_t kHeaderSize = 4;
 constexpr std::size_t kCodeOffset = 3;
 constexpr char kSeparator[] = ": ";
+// Source and lines that an assertion shows. Hosts know the texts: they stay, wherever the code moves.
 constexpr char kSourceTag[] = "app/common/status";
+constexpr int kNullMessageLine = 96;
+constexpr int kSuccessCodeLine = 57;
 
 std::size_t textLength(const char* block) {
   std::uint16_t length = 0;
@@ -72,7 +75,7 @@ std::string_view prefixOf(unsigned code, char (&room)[30]) {
 
 Status::Status(eCode code, const char* pszMsg, const char* detail) {
   if (pszMsg == nullptr) {
-    __assert_fail("nullptr != pszMsg", kSourceTag, 96,
+    __assert_fail("nullptr != pszMsg", kSourceTag, kNullMessageLine,
                   "orvix::Status::Status(orvix::Status::eCode, const char*, const char*)");
   }
   initState(code, pszMsg, std::strlen(pszMsg), detail, detail != nullptr ? std::strlen(detail) : 0);
@@ -85,9 +88,10 @@ Status::Status(eCode code, const std::string& message, const std::string& detail
 void Status::initState(eCode code, const char* msg, std::size_t msgLength, const char* detail,
                        std::size_t detailLength) {
   if (code == kOk) {
-    __assert_fail("kOk != code", kSourceTag, 57,
+    __assert_fail("kOk != code", kSourceTag, kSuccessCodeLine,
                   "void orvix::Status::initState(orvix::Status::eCode, const char*, size_t, const char*, size_t)");
   }
+  // The length field has 16 bits: what it cannot count is cut off, detail first.
   constexpr std::size_t kLongest = std::numeric_limits<std::uint16_t>::max();
   const std::size_t whole = msgLength + (detailLength != 0 ? std::strlen(kSeparator) + detailLength : 0);
   const auto length = static_cast<std::uint16_t>(std::min(whole, kLongest));
@@ -107,7 +111,7 @@ Status::Status(const Status& other) : state(cloned(other.state.get())) {
 }
 
 Status& Status::operator=(const Status& other) {
-  if (state != other.state) {
+  if (state != other.state) {  // the same only when both are success, or it is itself
     state = cloned(other.state.get());
   }
   return *this;

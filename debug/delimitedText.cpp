@@ -1,4 +1,7 @@
+// Copies, tokens and fields of delimited texts.
+
 #include <cstring>
+#include <optional>
 #include <string_view>
 
 #include "debug/xdbg.h"
@@ -17,47 +20,49 @@ char* copyView(char* dest, int size, std::string_view text) {
   return dest;
 }
 
-// Walks the fields of a text: what stands between delimiters, the empty ones included.
+// Walks the fields of a text: what stands between delimiters, on demand without the empty ones.
 class Fields {
  public:
-  Fields(std::string_view text, std::string_view delimiter) : rest(text), delim(delimiter), done(text.empty()) {}
+  Fields(const char* text, const char* delimiter, bool isEmptyCounted)
+      : rest(viewOf(text)), delim(viewOf(delimiter)), countsEmpty(isEmptyCounted), isDone(rest.empty()) {}
 
-  bool next(std::string_view* field) {
-    if (done) {
-      return false;
+  std::optional<std::string_view> next() {
+    while (!isDone) {
+      const size_t end = delim.empty() ? std::string_view::npos : rest.find(delim);
+      const std::string_view field = rest.substr(0, end);
+      isDone = end == std::string_view::npos;
+      rest.remove_prefix(isDone ? rest.size() : end + delim.size());
+      if (countsEmpty || !field.empty()) {
+        return field;
+      }
     }
-    const size_t end = delim.empty() ? std::string_view::npos : rest.find(delim);
-    *field = rest.substr(0, end);
-    done = end == std::string_view::npos;
-    rest.remove_prefix(done ? rest.size() : end + delim.size());
-    return true;
+    return std::nullopt;
   }
 
  private:
   std::string_view rest;
   std::string_view delim;
-  bool done;
+  bool countsEmpty;
+  bool isDone;
 };
 
-// Takes field number n, or without `countEmpty` the n-th field that is not empty; n 0 counts them.
-int scan(const char* src, const char* delim, bool countEmpty, int n, std::string_view* found) {
-  Fields fields(viewOf(src), viewOf(delim));
+int count(Fields fields) {
   int number = 0;
-  for (std::string_view field; fields.next(&field);) {
-    if (countEmpty || !field.empty()) {
-      ++number;
-      if (number == n) {
-        *found = field;
-      }
-    }
+  while (fields.next()) {
+    ++number;
   }
   return number;
 }
 
-char* pick(char* dest, int size, const char* src, const char* delim, bool countEmpty, int n) {
-  std::string_view found;
-  scan(src, delim, countEmpty, n, &found);
-  return copyView(dest, size, found);
+// Field number n from 1; an empty text when there is none.
+std::string_view nth(Fields fields, int n) {
+  int number = 0;
+  while (const std::optional<std::string_view> field = fields.next()) {
+    if (++number == n) {
+      return *field;
+    }
+  }
+  return {};
 }
 
 }  // namespace
@@ -75,19 +80,19 @@ char* XDbgToken(char* dest, int size, const char* src, const char* delim, int n)
   if (viewOf(delim).empty()) {
     return XDbgCopy(dest, size, src);  // Hosts rely on it: whatever the number is.
   }
-  return pick(dest, size, src, delim, false, n);
+  return copyView(dest, size, nth(Fields(src, delim, false), n));
 }
 
 int XDbgTokenCount(const char* src, const char* delim) {
-  return scan(src, delim, false, 0, nullptr);
+  return count(Fields(src, delim, false));
 }
 
 char* XDbgField(char* dest, int size, const char* src, const char* delim, int n) {
-  return pick(dest, size, src, delim, true, n);
+  return copyView(dest, size, nth(Fields(src, delim, true), n));
 }
 
 int XDbgFieldCount(const char* src, const char* delim) {
-  return scan(src, delim, true, 0, nullptr);
+  return count(Fields(src, delim, true));
 }
 
 const char* XDbgBaseName(const char* path) {

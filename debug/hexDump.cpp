@@ -1,3 +1,5 @@
+// Bytes as rows of information reports.
+
 #include <cctype>
 
 #include "debug/xdbg.h"

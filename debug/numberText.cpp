@@ -1,3 +1,5 @@
+// Numbers and times as text.
+
 #include <charconv>
 #include <cstdlib>
 
@@ -9,7 +11,7 @@ constexpr int kTextSize = 34;
 
 template <typename Integer>
 char* toText(Integer value, char* buffer, int radix) {
-  char* end = buffer;
+  char* end = buffer;  // std::to_chars writes no terminating zero
   if (radix >= 2 && radix <= 36) {
     end = std::to_chars(buffer, buffer + kTextSize - 1, value, radix).ptr;
   }
@@ -31,6 +33,7 @@ void XDbgDateTime(time_t value, char* date, char* time, unsigned flags) {
   constexpr unsigned kShortYear = 0x1;
   constexpr unsigned kNoSeconds = 0x2;
   constexpr size_t kBufferSize = 40;
+  // localtime(3), because it looks at the zone each time.
   const std::tm* const local = std::localtime(&value);
   const long long year = local != nullptr ? local->tm_year + 1900LL : 0;
   if (date != nullptr) {

@@ -1,3 +1,5 @@
+// Reports and their settings: formatted, offered to the hooks, then sent to the outputs of their level.
+
 #include <cstdlib>
 #include <initializer_list>
 #include <memory>
@@ -22,6 +24,7 @@ struct FreeDeleter {
   void operator()(char* block) const { std::free(block); }
 };
 
+// Opened anew for every report, so that the file may be moved away or read at any time.
 void appendToFile(const char* text) {
   if (FILE* file = std::fopen("xdebug.txt", "ab")) {
     std::fputs(text, file);
@@ -37,6 +40,7 @@ void writeToStream(FILE* stream, const char* text) {
   }
 }
 
+// A hook's 0 says that it has taken the report.
 bool isHandledByHook(unsigned level, int route, const char* text, int extra) {
   const int hookLevel = static_cast<int>(level);
   if (settings.hookEx != nullptr && settings.hookEx(hookLevel, route, text, kXDbgMessageSize, extra) == 0) {
@@ -45,6 +49,7 @@ bool isHandledByHook(unsigned level, int route, const char* text, int extra) {
   return settings.hook != nullptr && settings.hook(hookLevel, route, text, kXDbgMessageSize) == 0;
 }
 
+// The order is part of the interface: the file, the stream, the prompt, and the file again for its two other bits.
 int deliver(unsigned level, int route, const char* text) {
   int answer = 0;
   if ((route & kXDbgToFile) != 0) {
@@ -69,10 +74,12 @@ int deliver(unsigned level, int route, const char* text) {
 int XDbgReport(unsigned level, int routeOverride, const char* /*fileName*/, int /*lineNumber*/, const char* format,
                va_list args, int extra) {
   const int ownRoute = level < kLevelCount ? settings.routes[level] : 0;
+  // A level that is off stays off, whatever the caller asks for.
   const int route = routeOverride != -1 && ownRoute != 0 ? routeOverride : ownRoute;
   if (format == nullptr || route == 0) {
     return 0;
   }
+  // A buffer for each report, so that threads may report at the same time.
   const std::unique_ptr<char, FreeDeleter> text(static_cast<char*>(std::malloc(kXDbgMessageSize)));
   if (text == nullptr) {
     return 0;

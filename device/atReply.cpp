@@ -8,9 +8,7 @@
 namespace orvix::gsm {
 namespace {
 
-constexpr char kRegistrationPrefix[] = "+CREG: ";
-
-// Where the text behind `prefix` begins; npos when the reply does not hold it.
+// Where the text after `prefix` begins; npos when the reply does not hold it.
 std::size_t endOfPrefix(const std::string& reply, const std::string& prefix) {
   const std::size_t position = reply.find(prefix);
   return position == std::string::npos ? position : position + prefix.size();
@@ -18,7 +16,7 @@ std::size_t endOfPrefix(const std::string& reply, const std::string& prefix) {
 
 }  // namespace
 
-std::optional<std::string> signalText(const std::string& reply) {
+std::optional<std::string> findCsq(const std::string& reply) {
   constexpr std::size_t kLengthWithoutComma = 2;
   const std::size_t start = endOfPrefix(reply, "+CSQ: ");
   if (start == std::string::npos) {
@@ -29,13 +27,10 @@ std::optional<std::string> signalText(const std::string& reply) {
   return reply.substr(start, comma == std::string::npos ? kLengthWithoutComma : comma - start);
 }
 
-bool hasRegistration(const std::string& reply) {
-  return reply.find(kRegistrationPrefix) != std::string::npos;
-}
-
-std::string registrationText(const std::string& reply) {
+std::optional<std::size_t> findCregStat(const std::string& reply) {
   constexpr std::size_t kFirstParameterAndComma = 2;
-  return reply.substr(endOfPrefix(reply, kRegistrationPrefix) + kFirstParameterAndComma, 1);
+  const std::size_t start = endOfPrefix(reply, "+CREG: ");
+  return start == std::string::npos ? std::nullopt : std::optional(start + kFirstParameterAndComma);
 }
 
 std::int32_t numberOf(const std::string& text) {
@@ -49,6 +44,7 @@ std::optional<std::string> errorText(const std::string& reply) {
   if (position == std::string::npos) {
     return std::nullopt;
   }
+  // Up to the end, whatever follows the error: line ends, which would break the log's lines, go with the rest.
   std::string text = reply.substr(position);
   const auto isHidden = [](unsigned char byte) { return std::isprint(byte) == 0; };
   text.erase(std::remove_if(text.begin(), text.end(), isHidden), text.end());

@@ -1,14 +1,14 @@
+// The configuration: its check, its file, and the default that stands in for a bad one.
+
 #include "common/text.h"
 #include "device/gsmDevice.h"
 #include "device/log.h"
 #include "document/builder.h"
 #include "document/file.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 namespace {
-
-constexpr char kTypeName[] = "GSMModem";
-constexpr char kConfigurationName[] = "GSMMODEMConfiguration";  // the type name in capitals and a word
 
 struct KeyRule {
   const char* path;
@@ -19,17 +19,18 @@ struct KeyRule {
 
 // Hosts rely on "ID" in capitals, though the key is "id".
 constexpr KeyRule kKeyRules[] = {
-    {"id", BSON_TYPE_UTF8, "Parameter ID missing.", nullptr},
-    {"name", BSON_TYPE_UTF8, "Parameter name missing.", nullptr},
-    {"config", BSON_TYPE_DOCUMENT, "Parameter config missing.", nullptr},
-    {"config.mode", BSON_TYPE_UTF8, "Parameter config.mode missing.", "Parameter config.mode is empty."},
-    {"config.comstr", BSON_TYPE_UTF8, "Parameter config.comstr missing.", "Parameter config.comstr is empty."},
-    {"config.ip", BSON_TYPE_DOCUMENT, "Parameter config.ip missing.", nullptr},
-    {"config.ip.address", BSON_TYPE_UTF8, "Parameter config.ip.address missing.",
+    {names::kId, BSON_TYPE_UTF8, "Parameter ID missing.", nullptr},
+    {names::kName, BSON_TYPE_UTF8, "Parameter name missing.", nullptr},
+    {names::kConfig, BSON_TYPE_DOCUMENT, "Parameter config missing.", nullptr},
+    {names::kModePath, BSON_TYPE_UTF8, "Parameter config.mode missing.", "Parameter config.mode is empty."},
+    {names::kComstrPath, BSON_TYPE_UTF8, "Parameter config.comstr missing.", "Parameter config.comstr is empty."},
+    {names::kIpPath, BSON_TYPE_DOCUMENT, "Parameter config.ip missing.", nullptr},
+    {names::kAddressPath, BSON_TYPE_UTF8, "Parameter config.ip.address missing.",
      "Parameter config.ip.address is empty."},
-    {"config.ip.port", BSON_TYPE_INT32, "Parameter config.ip.port missing.", nullptr},
+    {names::kPortPath, BSON_TYPE_INT32, "Parameter config.ip.port missing.", nullptr},
 };
 
+// First that all are there, then what they say: hosts know the order by the text that they get.
 Status checkPresence(const BSONObject& doc) {
   for (const KeyRule& rule : kKeyRules) {
     if (!GsmDevice::hasKeyOfType(doc, rule.path, rule.typeCode)) {
@@ -40,12 +41,12 @@ Status checkPresence(const BSONObject& doc) {
 }
 
 Status checkNames(const BSONObject& doc) {
-  if (toUpper(doc.getString("id", "")) != toUpper(kTypeName)) {
+  if (toUpper(doc.getString(names::kId, "")) != toUpper(names::kType)) {
     return Status::failed("Parameter ID invalid.");
   }
-  const std::string name = doc.getString("name", "");
-  if (toUpper(name) != toUpper(kConfigurationName)) {
-    const std::string detail = std::string("Expected [") + kConfigurationName + "] But got [" + name + "]...";
+  const std::string name = doc.getString(names::kName, "");
+  if (toUpper(name) != toUpper(names::kConfigurationName)) {
+    const std::string detail = std::string("Expected [") + names::kConfigurationName + "] But got [" + name + "]...";
     return Status::failed("Parameter name invalid.", detail.c_str());
   }
   return {};
@@ -86,12 +87,14 @@ Status GsmDevice::createDefaultConfig(BSONObject* out) {
   BSONBuilder root;
   BSONBuilder connection;
   BSONBuilder ip;
-  const bool built = root.appendString("id", kTypeName) && root.appendString("name", kConfigurationName) &&
-                     root.appendDocumentBegin("config", &connection) && connection.appendString("mode", "com") &&
-                     connection.appendString("comstr", "/dev/ttyO2:9600,n,8,1") &&
-                     connection.appendDocumentBegin("ip", &ip) &&
+  const bool built = root.appendString(names::kId, names::kType) &&
+                     root.appendString(names::kName, names::kConfigurationName) &&
+                     root.appendDocumentBegin(names::kConfig, &connection) &&
+                     connection.appendString(names::kMode, names::kSerialMode) &&
+                     connection.appendString(names::kComstr, "/dev/ttyO2:9600,n,8,1") &&
+                     connection.appendDocumentBegin(names::kIp, &ip) &&
                      // Hosts rely on it: the default is no valid address.
-                     ip.appendString("address", "192.168.1.256") && ip.appendInt32("port", 2233) &&
+                     ip.appendString(names::kAddress, "192.168.1.256") && ip.appendInt32(names::kPort, 2233) &&
                      connection.appendDocumentEnd(&ip) && root.appendDocumentEnd(&connection);
   if (!built) {
     return Status::failed("Error creating default config.");
@@ -115,7 +118,7 @@ Status GsmDevice::LoadConfig(const BSONObject& args) {
   if (isActive(state)) {
     closeConnection();
   }
-  cfgfile = args.getString("cfgfile", cfgfile);
+  cfgfile = args.getString(names::kConfigurationFile, cfgfile);
   BSONObject loaded;
   if (Status status = loadJSON(cfgfile, &loaded); !status.isOk()) {
     return status;
@@ -125,7 +128,7 @@ Status GsmDevice::LoadConfig(const BSONObject& args) {
     status = loadDefaultConfig(status);
   }
   if (status.isOk()) {
-    state = DeviceState::kWithConfig;
+    state = DeviceState::kWithConfig;  // Hosts rely on it: without a word to the log or the sink.
   }
   return status;
 }
@@ -137,7 +140,7 @@ Status GsmDevice::loadDefaultConfig(const Status& reason) {
   if (status.isOk()) {
     status = applyConfig(standard);
     if (!status.isOk()) {
-      logDevice(1, std::string(kTypeName) + " checkConfig failed: " + status.toString() + "\n");
+      logDevice(1, std::string(names::kType) + " checkConfig failed: " + status.toString() + "\n");
     }
   }
   return status;
@@ -160,10 +163,13 @@ Status GsmDevice::SetConfig(const BSONObject& doc) {
   if (saved.isOk()) {
     saved = saveJSON(cfgfile, doc);
   }
-  OnStateChanged(isFirst ? DeviceState::kWithConfig : state.load());
+  if (isFirst) {
+    OnStateChanged(DeviceState::kWithConfig);  // whatever became of the save
+  }
   return saved;
 }
 
+// Before it is in service a device shows the default, even when a configuration was loaded.
 Status GsmDevice::getConfig(BSONObject* out) {
   BSONObject current = config.copy();
   Status status;
@@ -181,7 +187,7 @@ Status GsmDevice::getConfig(BSONObject* out) {
 
 Status GsmDevice::getLov(BSONObject* out) {
   BSONBuilder lov;
-  if (!lov.appendString("id", kTypeName) || !lov.appendString("name", toUpper(kTypeName) + " LOV") ||
+  if (!lov.appendString(names::kId, names::kType) || !lov.appendString(names::kName, toUpper(names::kType) + " LOV") ||
       !lov.appendString("LOV", "not supported")) {
     return Status::failed("get LOV failed.");
   }

@@ -1,37 +1,42 @@
+// The line to the modem: from the configuration to a connection string, and from that to an open port.
+
 #include "common/text.h"
 #include "device/gsmDevice.h"
 #include "device/log.h"
+#include "plugin/names.h"
 #include "serial/xpl.h"
 
 namespace orvix::gsm {
 namespace {
 
+// In bytes. What a modem sends in one exchange fits twice; traces show what one read brought, at most this.
 constexpr unsigned kReceiveSize = 128;
 constexpr unsigned kTransmitSize = 128;
 
 }  // namespace
 
 Status GsmDevice::openConnection() {
-  const std::string mode = config.getString("config.mode", "");
-  if (mode == "com") {
+  const std::string mode = config.getString(names::kModePath, "");
+  if (mode == names::kSerialMode) {
     return initConnection(getComstr());
   }
-  if (mode == "ip") {
+  if (mode == names::kNetworkMode) {
     return initConnection(composeComstr());
   }
   return Status::failed("unknown mode", mode.c_str());
 }
 
 std::string GsmDevice::getComstr() const {
-  return config.getString("config.comstr", "");
+  return config.getString(names::kComstrPath, "");
 }
 
 std::string GsmDevice::composeComstr() const {
   const std::string comstr = getComstr();
-  return "/dev/tcp/" + std::string(config.getString("config.ip.address", "")) + "/" +
-         intToText(config.getInt32("config.ip.port", 0), 10) + comstr.substr(comstr.find(':'));
+  return "/dev/tcp/" + std::string(config.getString(names::kAddressPath, "")) + "/" +
+         intToText(config.getInt32(names::kPortPath, 0), 10) + comstr.substr(comstr.find(':'));
 }
 
+// Hosts rely on it: the trace provider is asked even when the line is open and stays as it is.
 Status GsmDevice::initConnection(const std::string& dcbConnectionString) {
   void* traceContext = nullptr;
   XplTraceCallback traceCallback = nullptr;
@@ -60,7 +65,7 @@ Status GsmDevice::closeConnection() {
   if (modemConnectionDescriptor == 0) {
     return Status::invalidHandle("modemConnectionDescriptor not set");
   }
-  const std::lock_guard<std::mutex> lock(commandLock);
+  const std::lock_guard<std::mutex> lock(commandLock);  // A command in progress is let through first.
   if (XPLClose(modemConnectionDescriptor) == 0) {
     return Status::failed("close Modem Communication device");
   }

@@ -1,25 +1,31 @@
-#include "common/text.h"
+// IoControl: what a host tells a device to do.
+
 #include "device/gsmDevice.h"
 #include "document/builder.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 
+// A refusal before the work leaves `pOutParam` as it is; once the work is done, its failure too has an answer.
 Status GsmDevice::IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) {
   if (state != DeviceState::kReady) {
     return Status::failed("Problem: GSM Modem Device is not ready, but in state:", stateName(state).c_str());
   }
   BSONBuilder answer;
-  if (!answer.appendString("id", "GSMModem")) {
+  if (!answer.appendString(names::kId, names::kType)) {
     return Status::failed(code.c_str());
   }
   Status result = Status::invalidArgument("Control Code for IoControl unknown", code.c_str());
-  if (code == "sendSMS") {
-    bool isAnswered = false;
-    result = sendSmsCode(pInParam, &answer, &isAnswered);
-    if (!isAnswered) {
-      return result;
+  if (code == names::kSendSms) {
+    if (Status accepted = acceptMessage(pInParam); !accepted.isOk()) {
+      return accepted;
     }
-  } else if (code == "TerminateDevice") {
+    result = sendSms();
+    if (!answer.appendString(names::kTransmissionResult, result.toString())) {
+      return Status::failed(code.c_str());
+    }
+    OnEvent(names::kSmsEvent, answer.getObject(false));  // The host hears of it whether or not the message went out.
+  } else if (code == names::kTerminateDevice) {
     result = terminate();
   }
   if (pOutParam != nullptr) {
@@ -28,21 +34,8 @@ Status GsmDevice::IoControl(const std::string& code, const BSONObject* pInParam,
   return result;
 }
 
-// The message goes out, or not, before there is an answer; the host hears of it in both cases.
-Status GsmDevice::sendSmsCode(const BSONObject* pInParam, BSONBuilder* answer, bool* isAnswered) {
-  if (pInParam == nullptr) {
-    return Status::invalidPointer("pInParam is null");
-  }
-  if (Status accepted = setSmsParams(*pInParam); !accepted.isOk()) {
-    return accepted;
-  }
-  Status sent = sendSms();
-  if (!answer->appendString("TransmissionResult", sent.toString())) {
-    return Status::failed("sendSMS");
-  }
-  *isAnswered = true;
-  OnEvent(toUpper("sms"), answer->getObject(false));
-  return sent;
+Status GsmDevice::acceptMessage(const BSONObject* pInParam) {
+  return pInParam != nullptr ? setSmsParams(*pInParam) : Status::invalidPointer("pInParam is null");
 }
 
 }  // namespace orvix::gsm

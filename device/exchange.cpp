@@ -1,3 +1,5 @@
+// One exchange with the modem: write, wait, read, judge.
+
 #include <cerrno>
 #include <cstdlib>
 #include <ctime>
@@ -12,8 +14,9 @@ namespace orvix::gsm {
 namespace {
 
 constexpr int kShortestWaitMs = 100;
-constexpr std::size_t kReplyRoom = 128;
+constexpr std::size_t kReplyRoom = 128;  // beside an echo of the command and the expected text
 
+// A signal ends nanosleep(2) early: the rest is slept as well, for the modem needs its time.
 void sleepFor(int milliseconds) {
   timespec remaining{milliseconds / 1000, (milliseconds % 1000) * 1000000L};
   while (nanosleep(&remaining, &remaining) == -1 && errno == EINTR) {
@@ -27,6 +30,7 @@ class ReplyBuffer {
 
   // Appends what has arrived and returns how many bytes that was.
   int readMore(int handle) {
+    // A short read is no failure: it says, as a negative count, that no more has arrived by now.
     const auto room = static_cast<int>(bytes.size() - 1 - count);
     const int received = std::abs(XPLRead(handle, &bytes[count], room));
     count += static_cast<std::size_t>(received);
@@ -41,6 +45,7 @@ class ReplyBuffer {
 };
 
 Status writeCommand(int handle, const std::string& command) {
+  // What came unasked, or too late for the last command, must not be taken for this one's answer.
   XPLPurgeInput(handle);
   // The modem wants a carriage return alone: the line feed that ends every command is never sent.
   const int written = XPLWrite(handle, command.data(), static_cast<int>(command.size() - 1));
@@ -83,6 +88,7 @@ Status GsmDevice::sendAtCommand(const std::string& command, const std::string& e
   if (received == 0 || (text.empty() && !expectedReply.empty())) {
     return Status::failed("received NO reply!");
   }
+  // Once more and not again: the waits are what a host knows of the time that a call takes.
   if (text.find(expectedReply) == std::string::npos) {
     sleepFor(pauseMs);
     buffer.readMore(modemConnectionDescriptor);

@@ -2,6 +2,7 @@
 
 #include "common/text.h"
 #include "document/builder.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 
@@ -10,12 +11,13 @@ GsmDataReport::GsmDataReport(const GsmMeasurement& measurement)
 }
 
 BSONObject GsmDataReport::buildDocument() const {
+  // A builder for each level, closed from the inside out: while one is open, nothing may be appended to its parent.
   BSONBuilder root;
   BSONBuilder modem;
   BSONBuilder report;
   BSONBuilder signal;
   BSONBuilder network;
-  root.appendDocumentBegin("GSMModem", &modem);
+  root.appendDocumentBegin(names::kType, &modem);
   modem.appendDocumentBegin("report", &report);
   char time[64];
   report.appendString("time", localTimeText(timestamp, time));
@@ -57,7 +59,7 @@ bool GsmDataReport::GetDocument(BSONObject* document) {
   if (document == nullptr) {
     return false;
   }
-  *document = reportDocument.copy();
+  *document = reportDocument.copy();  // What a host appends to it stays out of the report.
   return true;
 }
 

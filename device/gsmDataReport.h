@@ -21,7 +21,8 @@ struct GsmMeasurement {
 //                            "signalQuality": {"percent": 63, "dBm": -73, "valid": true},
 //                            "NetworkRegistration": {"status": "home", "valid": true}}}}
 //
-// "time" is the local time of construction.
+// "time" is the local time of construction. The document is made in gsmDataReport.cpp, its numbers and words in
+// measurement.cpp.
 class GsmDataReport : public IDeviceDataReport {
  public:
   explicit GsmDataReport(const GsmMeasurement& measurement);

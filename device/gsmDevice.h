@@ -3,6 +3,8 @@
 // Threads: `commandLock` serialises modem commands with each other and with closing the connection. The state is a word
 // that any thread reads and writes whole. All else is for the host to serialise, see docs/host-guide.md.
 //
+// Each group of operations below names the file that it is written in.
+//
 // There is no thread and no asynchronous work inside. A command takes as long as its fixed waits: a data report some
 // 3 s, a text message 8 s and more.
 #pragma once
@@ -14,7 +16,6 @@
 
 #include "device/deviceState.h"
 #include "device/gsmDataReport.h"
-#include "document/builder.h"
 #include "plugin/device.h"
 
 namespace orvix::gsm {
@@ -26,6 +27,11 @@ class GsmDevice : public IDevice {
   GsmDevice(const GsmDevice&) = delete;
   GsmDevice& operator=(const GsmDevice&) = delete;
 
+  // Closes the connection.
+  ~GsmDevice() override;
+
+  // What every device answers: see plugin/device.h. GetDataReport: report.cpp. Properties: properties.cpp. IoControl:
+  // controlCodes.cpp. The others: lifeCycle.cpp.
   std::uint32_t GetInterfaceVersion() override;
   std::string GetTypeName() override;
   std::string GetName() override;
@@ -38,10 +44,8 @@ class GsmDevice : public IDevice {
   Status SetProperty(const std::string& property, const BSONObject& value) override;
   bool SetEventSink(IDeviceEventSink* sink) override;
   Status IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) override;
-  // Closes the connection.
-  ~GsmDevice() override;
 
-  // Life cycle. A change of the host-visible status is logged and told to the sink.
+  // Life cycle: lifeCycle.cpp. A change of the host-visible status is logged and told to the sink; any other is not.
   void OnStateChanged(DeviceState newState);
   // False when there is no sink.
   bool OnEvent(const std::string& event, const BSONObject& document);
@@ -50,8 +54,8 @@ class GsmDevice : public IDevice {
   // Borrowed; may be null. Asked at every open.
   void setTraceProvider(ITraceProvider* provider) { traceProvider = provider; }
 
-  // Configuration: {"id", "name", "config": {"mode", "comstr", "ip": {"address", "port"}}}. The first violation in a
-  // fixed order is the result.
+  // Configuration: configuration.cpp. {"id", "name", "config": {"mode", "comstr", "ip": {"address", "port"}}}. The
+  // first violation in a fixed order is the result.
   Status checkConfig(const BSONObject& doc);
   Status createDefaultConfig(BSONObject* out);
   // Checks, then replaces the configuration in memory.
@@ -68,7 +72,7 @@ class GsmDevice : public IDevice {
   // Whether the dotted path exists with that BSON type code.
   static bool hasKeyOfType(const BSONObject& document, const std::string& key, int typeCode);
 
-  // Connection. Opening an open connection succeeds at once. Opening takes no lock.
+  // Connection: connection.cpp. Opening an open connection succeeds at once. Opening takes no lock.
   Status openConnection();
   Status closeConnection();
   std::string getComstr() const;
@@ -76,24 +80,24 @@ class GsmDevice : public IDevice {
   std::string composeComstr() const;
   Status initConnection(const std::string& dcbConnectionString);
 
-  // One exchange, for callers that hold `commandLock`: opens a closed connection, discards stale input, writes
-  // `command` without its last byte, waits `waitMs` (100 at least) and reads. Without the expected text in the reply it
-  // waits and reads once more. An empty `expectedReply` takes any reply. `reply`, may be null, receives the text up to
-  // its first NUL byte.
+  // One exchange: exchange.cpp. For callers that hold `commandLock`: opens a closed connection, discards stale input,
+  // writes `command` without its last byte, waits `waitMs` (100 at least) and reads. Without the expected text in the
+  // reply it waits and reads once more. An empty `expectedReply` takes any reply. `reply`, may be null, receives the
+  // text up to its first NUL byte.
   Status sendAtCommand(const std::string& command, const std::string& expectedReply, int waitMs, std::string* reply);
 
-  // Checks "phone" and "text" and stores the document as the next message; takes no lock.
+  // Commands: commands.cpp. Each but the first takes `commandLock`.
+  // Checks "phone" and "text" and stores the document as the next message.
   Status setSmsParams(const BSONObject& params);
-
-  // Commands; each takes `commandLock`.
   Status sendSms();
-  // The number as text; `value` may be null and is untouched on failure.
+  // The number as text; `value` may be null and is untouched on failure. std::out_of_range when the registration is
+  // asked for and its answer breaks off before it.
   Status getSignalQuality(std::string* value);
   Status getNetworkRegistrationStatus(std::string* value);
   Status probeModem();
 
-  // Whether a report differs from the last one of this process, all devices together, in a value other than time and
-  // dBm; it is then the last one.
+  // Change detection: report.cpp. Whether a report differs from the last one of this process, all devices together, in
+  // a value other than time and dBm; it is then the last one.
   bool reportChanged(IDeviceDataReport* report);
 
  private:
@@ -101,8 +105,7 @@ class GsmDevice : public IDevice {
   Status loadDefaultConfig(const Status& reason);
   Status connectAndReport(DeviceState onFailure, IDeviceDataReport** ppReport);
   Status makeReport(DeviceState target, IDeviceDataReport** ppReport);
-  Status takeMeasurement(GsmMeasurement* measurement);
-  Status sendSmsCode(const BSONObject* pInParam, BSONBuilder* answer, bool* isAnswered);
+  Status acceptMessage(const BSONObject* pInParam);
 
   std::string name;
   std::atomic<DeviceState> state{DeviceState::kCreated};

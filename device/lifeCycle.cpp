@@ -1,5 +1,8 @@
+// What a device is called, and how it comes into service and out of it.
+
 #include "device/gsmDevice.h"
 #include "device/log.h"
+#include "plugin/names.h"
 #include "plugin/plugin.h"
 
 namespace orvix::gsm {
@@ -21,7 +24,7 @@ std::uint32_t GsmDevice::GetInterfaceVersion() {
 }
 
 std::string GsmDevice::GetTypeName() {
-  return "GSMModem";
+  return names::kType;  // not the name, which hosts may change
 }
 
 std::string GsmDevice::GetName() {
@@ -41,6 +44,7 @@ bool GsmDevice::SetEventSink(IDeviceEventSink* sink) {
   return true;
 }
 
+// Hosts see the status, which is coarser: a change of the state alone is told to nobody.
 void GsmDevice::OnStateChanged(DeviceState newState) {
   const DeviceStatus oldStatus = statusOf(state.exchange(newState));
   const DeviceStatus newStatus = statusOf(newState);
@@ -70,7 +74,7 @@ Status GsmDevice::Start() {
       return Status::failed("SetConfig first, current state ", statusName(statusOf(state)).c_str());
     case DeviceState::kConnect:
     case DeviceState::kReady:
-      return {};
+      return {};  // Hosts rely on it: the line is not looked at, though it may have died meanwhile.
     case DeviceState::kWithConfig:
     case DeviceState::kInitializing:
       return startConnection();
@@ -83,19 +87,18 @@ Status GsmDevice::Start() {
   return Status::failed("Command not accepted in current state", statusName(statusOf(state)).c_str());
 }
 
-// The modem's own answer decides the state alone; a modem that stays silent does not fail the start.
+// The modem's answer decides the state alone: a modem that stays silent does not fail the start. A line that does not
+// open leaves the state as it was.
 Status GsmDevice::startConnection() {
   Status opened = openConnection();
-  if (!opened.isOk()) {
-    OnStateChanged(state);
-    return opened;
+  if (opened.isOk()) {
+    OnStateChanged(probeModem().isOk() ? DeviceState::kReady : DeviceState::kNotAvailable);
   }
-  OnStateChanged(probeModem().isOk() ? DeviceState::kReady : DeviceState::kNotAvailable);
   return opened;
 }
 
 Status GsmDevice::Stop() {
-  closeConnection();
+  closeConnection();  // in every state: a report may have left the line open in one that is not active
   if (isActive(state)) {
     OnStateChanged(DeviceState::kWithConfig);
   }

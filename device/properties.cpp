@@ -1,5 +1,8 @@
+// Properties by name.
+
 #include "device/gsmDevice.h"
 #include "document/builder.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 namespace {
@@ -10,7 +13,7 @@ Status unknownProperty(const std::string& property) {
 
 BSONObject versionDocument() {
   BSONBuilder version;
-  version.appendString("version", "0.00.1");
+  version.appendString(names::kVersion, "0.00.1");
   return version.getObject(false);
 }
 
@@ -20,28 +23,28 @@ Status GsmDevice::GetProperty(const std::string& property, BSONObject* pProperty
   if (pProperty == nullptr) {
     return Status::invalidPointer("pProperty");
   }
-  if (property == "version") {
+  if (property == names::kVersion) {
     *pProperty = versionDocument();
     return {};
   }
-  if (property == "Msg") {
-    *pProperty = smsParams.copy();
+  if (property == names::kMessage) {
+    *pProperty = smsParams.copy();  // What a host appends to it stays out of the next message.
     return {};
   }
-  if (property == "config.types") {
+  if (property == names::kConfigurationTypes) {
     return getLov(pProperty);
   }
-  if (property == "config.current") {
+  if (property == names::kCurrentConfiguration) {
     return getConfig(pProperty);
   }
   return unknownProperty(property);
 }
 
 Status GsmDevice::SetProperty(const std::string& property, const BSONObject& value) {
-  if (property == "Msg") {
+  if (property == names::kMessage) {
     return setSmsParams(value);
   }
-  if (property == "config.current") {
+  if (property == names::kCurrentConfiguration) {
     return SetConfig(value);
   }
   return unknownProperty(property);

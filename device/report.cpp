@@ -1,3 +1,5 @@
+// GetDataReport: from the state to a report, and whether it is news to the host.
+
 #include <algorithm>
 #include <iterator>
 #include <new>
@@ -5,6 +7,7 @@
 #include "device/atReply.h"
 #include "device/gsmDevice.h"
 #include "document/compare.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 namespace {
@@ -23,13 +26,10 @@ BSONObject& lastReport() {
   return last.document;
 }
 
+// Without the time, which always differs, and the dBm, which follow the percent.
 bool differ(const BSONObject& a, const BSONObject& b) {
-  static constexpr const char* kPaths[] = {
-      "GSMModem.report.signalQuality.percent",
-      "GSMModem.report.signalQuality.valid",
-      "GSMModem.report.NetworkRegistration.status",
-      "GSMModem.report.NetworkRegistration.valid",
-  };
+  static constexpr const char* kPaths[] = {names::kSignalPercent, names::kSignalValid, names::kRegistrationStatus,
+                                           names::kRegistrationValid};
   return std::any_of(std::begin(kPaths), std::end(kPaths),
                      [&](const std::string& path) { return compareValues(a.get(path), b.get(path)) != 0; });
 }
@@ -57,6 +57,7 @@ Status GsmDevice::GetDataReport(IDeviceDataReport** ppReport) {
       closeConnection();
       return connectAndReport(DeviceState::kNotAvailable, ppReport);
   }
+  // Hosts rely on the code, which is another than Start's.
   return Status::unexpected("Command not accepted in current state", statusName(statusOf(state)).c_str());
 }
 
@@ -73,12 +74,17 @@ Status GsmDevice::makeReport(DeviceState target, IDeviceDataReport** ppReport) {
     OnStateChanged(target);
     return Status::invalidPointer("ppReport");
   }
-  GsmMeasurement measurement{};
-  if (Status taken = takeMeasurement(&measurement); !taken.isOk()) {
-    OnStateChanged(DeviceState::kNotAvailable);
-    return taken;
+  std::string strength;
+  std::string stat;
+  Status measured = getSignalQuality(&strength);
+  if (measured.isOk()) {
+    measured = getNetworkRegistrationStatus(&stat);
   }
-  auto* const report = new (std::nothrow) GsmDataReport(measurement);
+  if (!measured.isOk()) {
+    OnStateChanged(DeviceState::kNotAvailable);
+    return measured;
+  }
+  auto* const report = new (std::nothrow) GsmDataReport({numberOf(strength), numberOf(stat)});
   if (report == nullptr) {
     OnStateChanged(DeviceState::kNotAvailable);
     return Status::outOfMemory("failed to create GsmDataReport");
@@ -89,17 +95,6 @@ Status GsmDevice::makeReport(DeviceState target, IDeviceDataReport** ppReport) {
     eventSink->OnDataReport(this, report);  // Hosts set their sink before they ask for a report.
   }
   return {};
-}
-
-Status GsmDevice::takeMeasurement(GsmMeasurement* measurement) {
-  std::string signal = "99";
-  std::string registration = "99";
-  Status status = getSignalQuality(&signal);
-  if (status.isOk()) {
-    status = getNetworkRegistrationStatus(&registration);
-  }
-  *measurement = {numberOf(signal), numberOf(registration)};
-  return status;
 }
 
 bool GsmDevice::reportChanged(IDeviceDataReport* report) {

@@ -22,6 +22,9 @@ inline DocumentHandle shareDocument(bson_t* document) {
   return document != nullptr ? DocumentHandle(document, destroyDocument) : DocumentHandle();
 }
 
+// The subtype of a binary element that holds a 32-bit word, see BSONValue::getPointer.
+constexpr uint8_t kPointerSubtype = 0x81;
+
 // A document for those who have none.
 inline const bson_t* emptyDocument() {
   static const bson_t empty = BSON_INITIALIZER;

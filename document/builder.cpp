@@ -7,8 +7,6 @@
 namespace orvix {
 namespace {
 
-constexpr uint8_t kPointerSubtype = 0x81;
-
 // libbson counts in int; a longer text than that cannot be in a document anyway.
 bool fits(const std::string& text) {
   return text.size() < INT_MAX;
@@ -20,6 +18,7 @@ int lengthOf(const std::string& text) {
 
 }  // namespace
 
+// Copies share what the source has by now; a fresh source makes its document first, so that both go on in the same.
 BSONBuilder& BSONBuilder::operator=(const BSONBuilder& other) {
   if (this != &other) {
     name = other.name;
@@ -49,6 +48,7 @@ bson_t* BSONBuilder::writable() const {
 }
 
 Status BSONBuilder::fromData(const uint8_t* data, uint32_t length) {
+  // A failure leaves no document at all: what was there before would pass for what was asked for.
   document = shareDocument(data != nullptr ? bson_new_from_data(data, length) : nullptr);
   isFresh = false;
   return document != nullptr ? Status() : Status::failed(name.c_str(), "fromData");
@@ -95,7 +95,7 @@ bool BSONBuilder::appendString(const std::string& key, const char* value) {
 }
 
 bool BSONBuilder::appendBinary(const std::string& key, uint8_t subtype, const uint8_t* data, uint32_t length) {
-  static constexpr uint8_t kNothing = 0;
+  static constexpr uint8_t kNothing = 0;  // libbson refuses a null pointer even for no bytes
   if (!fits(key) || (data == nullptr && length != 0)) {
     return false;
   }
@@ -117,6 +117,7 @@ bool BSONBuilder::appendArray(const std::string& key, const BSONArray& array) {
   return fits(key) && bson_append_array(writable(), key.c_str(), lengthOf(key), array.readable());
 }
 
+// libbson opens the child in a bson_t of its own on the heap, which destroyDocument frees.
 bool BSONBuilder::open(const std::string& key, BSONBuilder* child, Opener* opener) {
   DocumentHandle opened = shareDocument(bson_new());
   if (child == nullptr || child == this || !fits(key) ||
@@ -143,17 +144,17 @@ bool BSONBuilder::appendDocumentEnd(BSONBuilder* child) {
   return child != nullptr && bson_append_document_end(writable(), child->writable());
 }
 
-DocumentHandle BSONBuilder::taken(bool copy) const {
+DocumentHandle BSONBuilder::handOut(bool copy) const {
   const DocumentHandle& own = shared();
   return copy && own != nullptr ? shareDocument(bson_copy(own.get())) : own;
 }
 
 BSONObject BSONBuilder::getObject(bool copy) const {
-  return {taken(copy), true};
+  return {handOut(copy), true};
 }
 
 BSONArray BSONBuilder::getArray(bool copy) const {
-  return {taken(copy), true};
+  return {handOut(copy), true};
 }
 
 }  // namespace orvix

@@ -71,7 +71,7 @@ class BSONBuilder {
   const DocumentHandle& shared() const;
   bson_t* writable() const;
   bool open(const std::string& key, BSONBuilder* child, Opener* opener);
-  DocumentHandle taken(bool copy) const;
+  DocumentHandle handOut(bool copy) const;
 
   std::string name = "bsonBuilder";
   // That of a fresh builder is made when it is first used, since a nested builder gets another from its parent. Null

@@ -10,6 +10,7 @@
 namespace orvix {
 namespace {
 
+// NaN is neither below nor equal to anything, and so sorts last.
 template <typename Number>
 int order(Number a, Number b) {
   if (a < b) {
@@ -100,6 +101,7 @@ int compareValues(const BSONValue& a, const BSONValue& b) {
     case BSON_TYPE_DOUBLE:
     case BSON_TYPE_INT32:
     case BSON_TYPE_INT64:
+      // As doubles, in which 64-bit integers above 2^53 lose their last digits: hosts compare across the types.
       return order(a.toDouble(), b.toDouble());
     case BSON_TYPE_UTF8:
       return compareBytes(a.getString(), b.getString());
@@ -112,6 +114,7 @@ int compareValues(const BSONValue& a, const BSONValue& b) {
     case BSON_TYPE_DATE_TIME:
       return order(a.getTime(), b.getTime());
     default:
+      // Hosts rely on it: these are equal to nothing, not even to themselves.
       XDbgInfo("compareValues: bad type 0x%x", static_cast<unsigned>(a.type()));
       return -1;
   }

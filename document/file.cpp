@@ -34,7 +34,9 @@ bool readWhole(FILE* file, void* block, std::size_t size) {
 
 }  // namespace
 
+// Whole, because the files are small configuration documents.
 Status loadFile(const std::string& path, void** data, std::size_t* size) {
+  // Made first, for it is the answer to whatever goes wrong but a lack of memory.
   Status failure = Status::failed(kLoadFile, path.c_str());
   if (data == nullptr) {
     return Status::invalidArgument(kLoadFile, kTargetPointer);

@@ -50,6 +50,7 @@ BSONPair BSONObject::begin() const {
 Status BSONObject::validate() const {
   constexpr auto kFlags = static_cast<bson_validate_flags_t>(BSON_VALIDATE_UTF8 | BSON_VALIDATE_DOLLAR_KEYS |
                                                              BSON_VALIDATE_DOT_KEYS | BSON_VALIDATE_UTF8_ALLOW_NULL);
+  // Refused before libbson sees it: its walk would need a stack as deep as the document.
   const std::optional<size_t> tooDeep = offsetOfTooDeep(readable(), Walk::kValidation);
   size_t offset = tooDeep.value_or(0);
   if (!tooDeep && bson_validate(readable(), kFlags, &offset)) {
@@ -80,6 +81,7 @@ bool BSONObject::concat(const BSONObject& other) {
   return bson_concat(document.get(), other.readable());
 }
 
+// Element by element, because libbson's own copy without a key ends the process on a damaged document.
 BSONObject BSONObject::without(const std::string& key) const {
   DocumentHandle rest = shareDocument(bson_new());
   for (const BSONPair& element : *this) {

@@ -1,3 +1,5 @@
+// What a document holds at a dotted path.
+
 #include "document/object.h"
 
 #include <cstring>

@@ -8,8 +8,6 @@
 namespace orvix {
 namespace {
 
-constexpr uint8_t kPointerSubtype = 0x81;
-
 struct Bytes {
   const uint8_t* data;
   uint32_t length;
@@ -24,6 +22,7 @@ Bytes embeddedBytes(const BSONValue& value, int type) {
   return bytes;
 }
 
+// Without bytes an empty document stays, which readers take for one of another type.
 DocumentHandle viewOf(Bytes bytes) {
   DocumentHandle view = shareDocument(bson_new());
   if (bytes.data != nullptr) {
@@ -86,7 +85,7 @@ const uint8_t* BSONValue::data() const {
     case BSON_TYPE_BOOL:
     case BSON_TYPE_DOCUMENT:
     case BSON_TYPE_ARRAY:
-      return iter.raw + iter.d1;
+      return iter.raw + iter.d1;  // libbson keeps the offsets of an element's parts: d1 behind the key, d2, d3 inside
     case BSON_TYPE_UTF8:
       return iter.raw + iter.d2;
     case BSON_TYPE_BINARY:
@@ -113,6 +112,7 @@ int64_t BSONValue::getInt64() const {
 }
 
 std::time_t BSONValue::getTime() const {
+  // Cut to 32 bits on 64-bit systems too, so that a document means the same everywhere.
   return type() == BSON_TYPE_DATE_TIME ? static_cast<int32_t>(bson_iter_date_time(&iter) / 1000) : 0;
 }
 
@@ -185,6 +185,7 @@ double BSONValue::toDouble() const {
 void BSONValue::setTime(std::time_t seconds) {
   // Hosts rely on it: only an int64 element changes, although date-times are read with getTime.
   if (type() == BSON_TYPE_INT64) {
+    // Unsigned, because the product of a far time overflows.
     const uint64_t milliseconds = static_cast<uint64_t>(static_cast<int64_t>(seconds)) * 1000;
     bson_iter_overwrite_int64(&iter, static_cast<int64_t>(milliseconds));
   }

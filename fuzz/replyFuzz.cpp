@@ -41,9 +41,9 @@ void parse(const std::string& reply) {
   const std::string error = orvix::gsm::errorText(reply).value_or("");
   fuzz::require(std::all_of(error.begin(), error.end(), [](unsigned char c) { return std::isprint(c) != 0; }),
                 "an error text is printable");
-  orvix::gsm::GsmDataReport::signalPercent(orvix::gsm::numberOf(orvix::gsm::signalText(reply).value_or(reply)));
-  if (orvix::gsm::hasRegistration(reply)) {
-    orvix::gsm::GsmDataReport::registrationWord(orvix::gsm::numberOf(orvix::gsm::registrationText(reply)));
+  orvix::gsm::GsmDataReport::signalPercent(orvix::gsm::numberOf(orvix::gsm::findCsq(reply).value_or(reply)));
+  if (const auto stat = orvix::gsm::findCregStat(reply); stat && *stat <= reply.size()) {
+    orvix::gsm::GsmDataReport::registrationWord(orvix::gsm::numberOf(reply.substr(*stat, 1)));
   }
 }
 

@@ -8,7 +8,7 @@
 
 namespace orvix::hostkit {
 
-inline constexpr char kNoSettings[] = "config.comstr has no \":\" with line settings behind it";
+inline constexpr char kNoSettingsText[] = "config.comstr has no \":\" with line settings behind it";
 
 // What a device with this configuration document opens: "config.comstr", or in mode "ip" "/dev/tcp/ADDRESS/PORT" and
 // the settings behind the first colon of "config.comstr" (without a colon: none, and the device refuses to open it).

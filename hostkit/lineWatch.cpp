@@ -14,13 +14,12 @@ constexpr std::int64_t kSliceUs = 500 * 1000;
 
 }  // namespace
 
-LineWatch::LineWatch(const std::string& path)
-    : descriptor(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
+LineWatch::LineWatch(const std::string& path) : line(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
 }
 
 LineWatch::~LineWatch() {
   if (isOpen()) {
-    close(descriptor);
+    close(line);
   }
 }
 
@@ -28,19 +27,19 @@ std::string LineWatch::listen(int timeoutMs) {
   if (!isOpen() || hungUp) {
     return "";
   }
-  pollfd event{descriptor, POLLIN, 0};
+  pollfd event{line, POLLIN, 0};
   if (poll(&event, 1, timeoutMs) <= 0) {
     return "";
   }
   char bytes[512];
-  const ssize_t count = (event.revents & POLLIN) != 0 ? read(descriptor, bytes, sizeof bytes) : 0;
+  const ssize_t count = (event.revents & POLLIN) != 0 ? read(line, bytes, sizeof bytes) : 0;
   // What came before the hang-up is still to be read first.
   hungUp = count <= 0 && (event.revents & (POLLHUP | POLLERR | POLLNVAL)) != 0;
   return count > 0 ? std::string(bytes, static_cast<std::size_t>(count)) : "";
 }
 
 bool LineWatch::sendEscape() {
-  return isOpen() && write(descriptor, "\x1b", 1) == 1;
+  return isOpen() && write(line, "\x1b", 1) == 1;
 }
 
 void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::function<bool()>& isEnough) {

@@ -22,7 +22,9 @@ class LineWatch {
   LineWatch(const LineWatch&) = delete;
   LineWatch& operator=(const LineWatch&) = delete;
 
-  bool isOpen() const { return descriptor != -1; }
+  bool isOpen() const { return line != -1; }
+  // For poll; borrowed. Without an event asked for, a hang-up alone shows.
+  int descriptor() const { return line; }
   // Whether the other end is gone: nothing will ever come. Learned by listening.
   bool isHungUp() const { return hungUp; }
   // Waits up to `timeoutMs` for bytes and returns what has come; "" when nothing came, the line is hung up, or a signal
@@ -33,7 +35,7 @@ class LineWatch {
   bool sendEscape();
 
  private:
-  int descriptor;
+  int line;
   bool hungUp = false;
 };
 

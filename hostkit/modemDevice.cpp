@@ -112,7 +112,7 @@ Status ModemDevice::start() {
   try {
     return device->Start();
   } catch (const std::out_of_range&) {
-    return Status::failed(kNoSettings);
+    return Status::failed(kNoSettingsText);
   }
 }
 
@@ -133,7 +133,7 @@ Answer ModemDevice::report() {
     answer.status = device->GetDataReport(&raw);
   } catch (const std::out_of_range&) {
     const bool hasSettings = connection.find(':') != std::string::npos;
-    answer.status = Status::failed(hasSettings ? "the modem's registration answer is cut off" : kNoSettings);
+    answer.status = Status::failed(hasSettings ? "the modem's registration answer is cut off" : kNoSettingsText);
   }
   const std::unique_ptr<IDeviceDataReport> report(raw);
   BSONObject document;

@@ -17,7 +17,7 @@ struct Beginning {
 
 constexpr Beginning kBeginnings[] = {
     {"unknown mode", StatusKind::kUnknownMode},
-    {kNoSettings, StatusKind::kNoSettings},
+    {kNoSettingsText, StatusKind::kNoSettings},
     {"XPLBuildDCB", StatusKind::kRefusedSettings},
     {"XPLOpen dcb:", StatusKind::kLineNotOpened},
     {"Wrote: ", StatusKind::kNotWritten},

@@ -6,12 +6,13 @@
 namespace orvix {
 namespace {
 
+// The tag and the line numbers that hosts see and filter by ("logging:35]"): they stay, wherever the code moves.
 constexpr char kFileTag[] = "app/common/logging";
 constexpr int kBridgeLine = 35;
 constexpr int kSetUpLine = 110;
 constexpr int kTearDownLine = 122;
 
-int setUpCount = 0;
+int setUpCount = 0;  // set-ups without their tear-down
 
 int verbosityOf(int level) {
   switch (level) {
@@ -24,6 +25,7 @@ int verbosityOf(int level) {
   }
 }
 
+// Handles every report, also one that no verbosity shows: nothing of the libraries goes anywhere else.
 int bridgeHook(int level, int /*route*/, const char* text, unsigned /*bufferSize*/) {
   logVerbose(kFileTag, kBridgeLine, verbosityOf(level), text);
   return 0;
@@ -43,6 +45,7 @@ void setFlags(bool logPrefix, int minLogLevel, int verbosity, const std::string&
   FLAGS_vmodule = vmodule;
 }
 
+// glog deletes the logger when another takes its place, so that it cannot be shared or static.
 void discard(google::LogSeverity severity) {
   google::base::SetLogger(severity, new NullLogger);
 }

@@ -1,3 +1,5 @@
+// What the module sets up when it is loaded.
+
 #include <iostream>
 #include <string>
 

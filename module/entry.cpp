@@ -1,14 +1,18 @@
+// The exported functions: registration, factory and destroyer.
+
 #include <memory>
 #include <new>
 
 #include "device/gsmDevice.h"
 #include "logging/logging.h"
+#include "plugin/names.h"
 #include "plugin/plugin.h"
 
 using orvix::gsm::GsmDevice;
 
 namespace {
 
+// Hosts rely on it: the text holds their own status, as it was before the call.
 orvix::Status refuseEmptyArguments(const orvix::BSONObject& args, const orvix::Status& callersStatus) {
   const void* const withKeys = &args;
   const std::string text = "GsmDevice::CreateGsmDevice():SetConfig(boArgs=" + args.toStream(withKeys, true) +
@@ -19,13 +23,13 @@ orvix::Status refuseEmptyArguments(const orvix::BSONObject& args, const orvix::S
 }  // namespace
 
 std::int32_t PluginInit() {
-  RegisterDevice("GSMModem", CreateGsmDevice, DestroyGsmDevice);
+  RegisterDevice(orvix::names::kType, CreateGsmDevice, DestroyGsmDevice);
   return 0;
 }
 
 orvix::IDevice* CreateGsmDevice(const orvix::BSONObject& args, orvix::Status* pStatus,
                                 orvix::ITraceProvider* traceProvider) {
-  orvix::installDebugBridge();
+  orvix::installDebugBridge();  // first, so that whatever goes wrong from here on reaches the host's log
   orvix::Status status;
   std::unique_ptr<GsmDevice> device(new (std::nothrow) GsmDevice);
   if (device == nullptr) {

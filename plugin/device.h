@@ -38,7 +38,7 @@ class IDeviceDataReport {
 
 class IDevice;
 
-// The host's ear. Borrowed by the device; a device needs one before its first data report.
+// What a device tells its host. Borrowed by the device; a device needs one before its first data report.
 class IDeviceEventSink {
  public:
   virtual void OnEvent(IDevice* device, const std::string& name, const BSONObject& document) = 0;

@@ -14,8 +14,9 @@ static_assert(sizeof(XplDcb) == 128 + 11 * sizeof(std::int32_t), "the control bl
 namespace xpl {
 namespace {
 
+// A row of a table of accepted values: the value as a connection string names it and what termios calls it.
 struct BaudRate {
-  long baud;
+  long value;
   speed_t speed;
 };
 
@@ -26,7 +27,7 @@ constexpr BaudRate kBaudRates[] = {
 };
 
 struct Parity {
-  unsigned char name;
+  int value;  // in lower case
   tcflag_t control;
   tcflag_t input;
 };
@@ -34,23 +35,57 @@ struct Parity {
 constexpr Parity kParities[] = {{'n', 0, IGNPAR}, {'e', PARENB, INPCK}, {'o', PARENB | PARODD, INPCK}};
 
 struct BitCount {
-  long bits;
+  long value;
   tcflag_t control;
 };
 
 constexpr BitCount kDataBits[] = {{5, CS5}, {6, CS6}, {7, CS7}, {8, CS8}};
 constexpr BitCount kStopBits[] = {{1, 0}, {2, CSTOPB}};
 
+// The row of that value; null when the table has none.
+template <typename Row, std::size_t N, typename Value>
+const Row* findRow(const Row (&table)[N], Value value) {
+  const auto found =
+      std::find_if(std::begin(table), std::end(table), [=](const Row& row) { return row.value == value; });
+  return found != std::end(table) ? found : nullptr;
+}
+
 // A number that an int cannot hold is shown as the nearest one: the same on 32-bit and 64-bit systems.
 int shown(long value) {
   return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
 }
 
-template <std::size_t N>
-const BitCount* findBits(const BitCount (&table)[N], long bits) {
-  const auto found =
-      std::find_if(std::begin(table), std::end(table), [=](const BitCount& row) { return row.bits == bits; });
-  return found != std::end(table) ? found : nullptr;
+// Each gives the row of an accepted setting, or null and a report that names the path.
+const BaudRate* findBaud(const char* path, long baud) {
+  const BaudRate* const found = findRow(kBaudRates, baud);
+  if (found == nullptr) {
+    XDbgError("%s: invalid baudrate: %ld", path, baud);
+  }
+  return found;
+}
+
+const Parity* findParity(const char* path, unsigned char parity) {
+  const Parity* const found = findRow(kParities, std::tolower(parity));
+  if (found == nullptr) {
+    XDbgError("%s: invalid parity: %c", path, parity);
+  }
+  return found;
+}
+
+const BitCount* findDataBits(const char* path, long bits) {
+  const BitCount* const found = findRow(kDataBits, bits);
+  if (found == nullptr) {
+    XDbgError("%s: invalid databits: %d", path, shown(bits));
+  }
+  return found;
+}
+
+const BitCount* findStopBits(const char* path, long bits) {
+  const BitCount* const found = findRow(kStopBits, bits);
+  if (found == nullptr) {
+    XDbgError("%s: invalid stopbits: %d", path, shown(bits));
+  }
+  return found;
 }
 
 void reportInvalidString(const char* text, std::size_t length) {
@@ -81,13 +116,12 @@ bool keepIf(bool accepted, long value, std::int32_t* field) {
   return accepted;
 }
 
-// Stores what is accepted; false when anything was not.
+// Stores what is accepted; false when anything was not. Looks at all four, so that every fault is reported at once.
 bool storeSettings(const char* path, const Settings& read, XplDcb* dcb) {
-  termios unused{};
-  bool ok = keepIf(applyBaud(path, read.baud, &unused), read.baud, &dcb->baud);
-  ok = keepIf(applyParity(path, read.parity, &unused), read.parity, &dcb->parity) && ok;
-  ok = keepIf(applyDataBits(path, read.dataBits, &unused), read.dataBits, &dcb->dataBits) && ok;
-  ok = keepIf(applyStopBits(path, read.stopBits, &unused), read.stopBits, &dcb->stopBits) && ok;
+  bool ok = keepIf(findBaud(path, read.baud) != nullptr, read.baud, &dcb->baud);
+  ok = keepIf(findParity(path, read.parity) != nullptr, read.parity, &dcb->parity) && ok;
+  ok = keepIf(findDataBits(path, read.dataBits) != nullptr, read.dataBits, &dcb->dataBits) && ok;
+  ok = keepIf(findStopBits(path, read.stopBits) != nullptr, read.stopBits, &dcb->stopBits) && ok;
   return ok;
 }
 
@@ -124,47 +158,20 @@ SplitString splitConnectionString(const XplDcb& dcb) {
   return parts;
 }
 
-bool applyBaud(const char* path, long baud, termios* line) {
-  const auto rate =
-      std::find_if(std::begin(kBaudRates), std::end(kBaudRates), [=](const BaudRate& row) { return row.baud == baud; });
-  if (rate == std::end(kBaudRates)) {
-    XDbgError("%s: invalid baudrate: %ld", path, baud);
-    return false;
+std::optional<termios> lineSettings(const char* path, const XplDcb& dcb) {
+  const BaudRate* const baud = findBaud(path, dcb.baud);
+  const Parity* const parity = baud != nullptr ? findParity(path, static_cast<unsigned char>(dcb.parity)) : nullptr;
+  const BitCount* const dataBits = parity != nullptr ? findDataBits(path, dcb.dataBits) : nullptr;
+  const BitCount* const stopBits = dataBits != nullptr ? findStopBits(path, dcb.stopBits) : nullptr;
+  if (stopBits == nullptr) {
+    return std::nullopt;
   }
-  return cfsetispeed(line, rate->speed) == 0 && cfsetospeed(line, rate->speed) == 0;
-}
-
-bool applyParity(const char* path, unsigned char parity, termios* line) {
-  const int name = std::tolower(parity);
-  const auto found =
-      std::find_if(std::begin(kParities), std::end(kParities), [=](const Parity& row) { return row.name == name; });
-  if (found == std::end(kParities)) {
-    XDbgError("%s: invalid parity: %c", path, parity);
-    return false;
-  }
-  line->c_cflag |= found->control;
-  line->c_iflag |= found->input;
-  return true;
-}
-
-bool applyDataBits(const char* path, long dataBits, termios* line) {
-  const BitCount* const found = findBits(kDataBits, dataBits);
-  if (found == nullptr) {
-    XDbgError("%s: invalid databits: %d", path, shown(dataBits));
-    return false;
-  }
-  line->c_cflag |= found->control;
-  return true;
-}
-
-bool applyStopBits(const char* path, long stopBits, termios* line) {
-  const BitCount* const found = findBits(kStopBits, stopBits);
-  if (found == nullptr) {
-    XDbgError("%s: invalid stopbits: %d", path, shown(stopBits));
-    return false;
-  }
-  line->c_cflag |= found->control;
-  return true;
+  termios line{};  // All control characters 0, so VMIN and VTIME too: a read returns at once with what is there.
+  line.c_iflag = parity->input;
+  line.c_cflag = CREAD | CLOCAL | parity->control | dataBits->control | stopBits->control;
+  cfsetispeed(&line, baud->speed);
+  cfsetospeed(&line, baud->speed);
+  return line;
 }
 
 }  // namespace xpl

@@ -3,6 +3,8 @@
 
 #include <termios.h>
 
+#include <optional>
+
 #include "serial/xpl.h"
 
 namespace xpl {
@@ -18,10 +20,8 @@ struct SplitString {
 // A string that does not fit or does not split is reported as "invalid comstr: ...".
 SplitString splitConnectionString(const XplDcb& dcb);
 
-// One setting's share of the line settings; false, reported with the path, when the value is not accepted.
-bool applyBaud(const char* path, long baud, termios* line);
-bool applyParity(const char* path, unsigned char parity, termios* line);
-bool applyDataBits(const char* path, long dataBits, termios* line);
-bool applyStopBits(const char* path, long stopBits, termios* line);
+// The line settings that the block's four settings mean: raw and without flow control. Nothing when one of them is not
+// accepted; the first such is reported with the path.
+std::optional<termios> lineSettings(const char* path, const XplDcb& dcb);
 
 }  // namespace xpl

@@ -1,3 +1,5 @@
+// Bytes of an open port: what a handle reads, writes and discards.
+
 #include <termios.h>
 #include <unistd.h>
 
@@ -8,7 +10,7 @@
 
 namespace {
 
-// One read(2) into the ring. Errors are neither reported nor kept: the next read tells.
+// One read(2) into the ring. Errors are neither reported nor kept: the next read meets them again.
 void refill(xpl::XplPort* port) {
   const std::size_t room = std::min(port->ring->capacity - port->ring->count, port->receiveSize);
   if (room == 0) {
@@ -37,7 +39,8 @@ int XPLRead(int handle, void* buffer, int length) {
     }
     const std::uint32_t piece = xpl::take(port->ring, out + taken, wanted - taken);
     if (piece == 0) {
-      return -static_cast<int>(taken);
+      return -static_cast<int>(
+          taken);  // Short, because nothing more has arrived: whoever wants more waits and asks again.
     }
     taken += piece;
   }
@@ -49,6 +52,7 @@ int XPLWrite(int handle, const void* buffer, int length) {
   if (port == nullptr || length < 0) {
     return 0;
   }
+  // No second try for the rest: a line that takes no more now would make this call wait.
   const ssize_t sent = write(port->descriptor, buffer, static_cast<std::size_t>(length));
   if (sent < 1) {
     return 0;
@@ -63,11 +67,12 @@ int XPLPurgeInput(int handle) {
     return 0;
   }
   xpl::reset(port->ring);
-  tcflush(port->descriptor, TCIFLUSH);
+  tcflush(port->descriptor, TCIFLUSH);  // /dev/null refuses it, which does no harm
   return 1;
 }
 
 int XPLPurgeInputAfter(int handle, unsigned milliseconds) {
+  // usleep(3) takes 32 bits of microseconds.
   usleep(std::min(milliseconds, UINT_MAX / 1000) * 1000);
   return XPLPurgeInput(handle);
 }

@@ -33,6 +33,7 @@ bool openLine(XplPort* port, const XplDcb& dcb) {
     return false;
   }
   std::memcpy(port->path, parts.path, sizeof port->path);
+  // O_NONBLOCK: neither the open waits for a carrier nor a read for bytes. O_NOCTTY: a modem's hang-up ends no process.
   const int descriptor = open(port->path, O_RDWR | O_NOCTTY | O_NONBLOCK);
   if (descriptor == -1) {
     reportSystemError(port->path, "open");
@@ -49,14 +50,12 @@ bool openLine(XplPort* port, const XplDcb& dcb) {
 }
 
 bool configureLine(const XplPort& port, const XplDcb& dcb) {
-  termios line{};  // All control characters 0, so VMIN and VTIME too: a read returns at once with what is there.
-  line.c_cflag = CREAD | CLOCAL;
-  if (!applyBaud(port.path, dcb.baud, &line) ||
-      !applyParity(port.path, static_cast<unsigned char>(dcb.parity), &line) ||
-      !applyDataBits(port.path, dcb.dataBits, &line) || !applyStopBits(port.path, dcb.stopBits, &line)) {
+  // Looked up for /dev/null too: settings that are not accepted fail every open.
+  const std::optional<termios> settings = lineSettings(port.path, dcb);
+  if (!settings) {
     return false;
   }
-  if ((port.flags & kNoLineDiscipline) == 0 && tcsetattr(port.descriptor, TCSANOW, &line) != 0) {
+  if ((port.flags & kNoLineDiscipline) == 0 && tcsetattr(port.descriptor, TCSANOW, &*settings) != 0) {
     reportSystemError(port.path, "put attribs");
     return false;
   }
@@ -72,7 +71,6 @@ void closeLine(XplPort* port) {
     flock(port->descriptor, LOCK_UN);
   }
   close(port->descriptor);
-  port->descriptor = -1;
 }
 
 }  // namespace xpl

@@ -1,3 +1,5 @@
+// DTR, RTS and what the modem drives: the system's modem-control word and the status word that is made of it.
+
 #include <sys/ioctl.h>
 
 #include "serial/port.h"
@@ -17,30 +19,28 @@ constexpr LineBit kLines[] = {
     {TIOCM_DTR, kXplDtr, kXplDtrChanged},         {TIOCM_RTS, kXplRts, kXplRtsChanged},
 };
 
-unsigned statusWord(std::uint32_t raw, const std::uint32_t* previous) {
+unsigned statusWord(std::uint32_t raw, std::optional<std::uint32_t> previous) {
   unsigned status = 0;
   for (const LineBit& line : kLines) {
     status |= (raw & line.raw) != 0 ? line.status : 0;
   }
-  const unsigned delta = previous != nullptr ? *previous ^ status : 0;
+  const unsigned delta = previous ? *previous ^ status : 0;
   for (const LineBit& line : kLines) {
     status |= (delta & line.status) != 0 ? line.changed : 0;
   }
   return status;
 }
 
-bool getRawLines(const XplPort& port, std::uint32_t* raw) {
+std::optional<std::uint32_t> getRawLines(const XplPort& port) {
   if ((port.flags & kNoModemLines) != 0) {
-    *raw = port.lineCache;
-    return true;
+    return port.lineCache;
   }
   int lines = 0;
   if (ioctl(port.descriptor, TIOCMGET, &lines) != 0) {
     reportSystemError(port.path, "get state flags");
-    return false;
+    return std::nullopt;
   }
-  *raw = static_cast<std::uint32_t>(lines);
-  return true;
+  return static_cast<std::uint32_t>(lines);
 }
 
 bool putRawLines(const XplPort& port, std::uint32_t raw) {
@@ -52,6 +52,7 @@ bool putRawLines(const XplPort& port, std::uint32_t raw) {
   return true;
 }
 
+// Drops come behind raises, and so win over a raise of the same line.
 std::uint32_t changedLines(std::uint32_t raw, unsigned request) {
   raw |= (request & kXplRaiseDtr) != 0 ? TIOCM_DTR : 0;
   raw &= ~((request & kXplDropDtr) != 0 ? std::uint32_t{TIOCM_DTR} : 0);
@@ -67,16 +68,15 @@ void traceStatus(const XplPort& port, XplTraceKind kind, unsigned status) {
 
 }  // namespace
 
-bool readModemStatus(XplPort* port, const std::uint32_t* previous, unsigned* status) {
-  *status = 0;
-  std::uint32_t raw = 0;
-  if (!getRawLines(*port, &raw)) {
-    return false;
+std::optional<unsigned> readModemStatus(XplPort* port, std::optional<std::uint32_t> previous) {
+  const std::optional<std::uint32_t> raw = getRawLines(*port);
+  if (!raw) {
+    return std::nullopt;
   }
-  *status = statusWord(raw, previous);
-  port->lineCache = raw;
-  traceStatus(*port, kXplTraceLinesRead, *status);
-  return true;
+  const unsigned status = statusWord(*raw, previous);
+  port->lineCache = *raw;
+  traceStatus(*port, kXplTraceLinesRead, status);
+  return status;
 }
 
 }  // namespace xpl
@@ -87,19 +87,20 @@ int XPLGetModemStatus(int handle, unsigned* status) {
     return 0;
   }
   // Hosts rely on it: the raw word of last time is compared with the status word of now.
-  const std::uint32_t previous = port->lineCache;
-  return xpl::readModemStatus(port, &previous, status) ? 1 : 0;
+  const std::optional<unsigned> read = xpl::readModemStatus(port, port->lineCache);
+  *status = read.value_or(0);
+  return read ? 1 : 0;
 }
 
 int XPLSetModemLines(int handle, unsigned request) {
   xpl::XplPort* const port = xpl::findPort(handle);
-  std::uint32_t raw = 0;
-  if (port == nullptr || !xpl::getRawLines(*port, &raw)) {
+  const std::optional<std::uint32_t> current = port != nullptr ? xpl::getRawLines(*port) : std::nullopt;
+  if (!current) {
     return 0;
   }
-  raw = xpl::changedLines(raw, request);
+  const std::uint32_t raw = xpl::changedLines(*current, request);
   const bool done = xpl::putRawLines(*port, raw);
   port->lineCache = raw;  // Hosts rely on it: a refused set is cached and traced all the same.
-  xpl::traceStatus(*port, kXplTraceLinesSet, xpl::statusWord(raw, nullptr));
+  xpl::traceStatus(*port, kXplTraceLinesSet, xpl::statusWord(raw, std::nullopt));
   return done ? 1 : 0;
 }

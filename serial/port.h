@@ -1,9 +1,10 @@
-// The record behind a handle, and the table of all of them. Process-wide, without a lock.
+// The record that a handle stands for, and the table of all of them. Process-wide, without a lock.
 #pragma once
 
 #include <termios.h>
 
 #include <cstdint>
+#include <optional>
 
 #include "serial/ring.h"
 #include "serial/xpl.h"
@@ -43,8 +44,9 @@ inline void trace(const XplPort& port, XplTraceKind kind, const void* data, unsi
 // Gives the port the trace pair chosen among its own, the global one and none, and reports which.
 void chooseTrace(XplPort* port, void* context, XplTraceCallback callback);
 
-// Reads the modem status word, with change bits when `previous` is given; false when the system refuses.
-bool readModemStatus(XplPort* port, const std::uint32_t* previous, unsigned* status);
+// The modem status word, with change bits against the raw word `previous` when there is one; nothing, reported, when
+// the system refuses.
+std::optional<unsigned> readModemStatus(XplPort* port, std::optional<std::uint32_t> previous);
 
 // Reports "PATH: WHAT: " and the text of the current errno.
 void reportSystemError(const char* path, const char* what);

@@ -1,3 +1,5 @@
+// The table of ports: seven slots, and the making and freeing of what they hold.
+
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -12,6 +14,7 @@ constexpr unsigned kSlotCount = 7;
 
 XplPort* slots[kSlotCount];
 
+// What a slot holds while its port is being made.
 XplPort* reserved() {
   return reinterpret_cast<XplPort*>(std::intptr_t{-1});  // NOLINT(performance-no-int-to-ptr): a mark, no address
 }

@@ -19,7 +19,8 @@ Run runFrom(const XplRing* ring, const unsigned char* position, std::uint32_t le
   return {toEnd, length - toEnd};
 }
 
-unsigned char* behind(const XplRing* ring, unsigned char* position, Run run) {
+// There are capacity + 1 positions in use, though never more than `capacity` bytes.
+unsigned char* advanced(const XplRing* ring, unsigned char* position, Run run) {
   unsigned char* const next = position + run.toEnd;
   return next > ring->storage + ring->capacity ? ring->storage + run.fromBegin : next;
 }
@@ -29,7 +30,7 @@ unsigned char* behind(const XplRing* ring, unsigned char* position, Run run) {
 XplRing* createRing(std::uint32_t capacity) {
   constexpr std::size_t kOverhead = sizeof(XplRing) + 1;
   const std::size_t wanted = capacity;
-  if (wanted > SIZE_MAX - kOverhead) {
+  if (wanted > SIZE_MAX - kOverhead) {  // only where a pointer has 32 bits
     return nullptr;
   }
   XplRing* const ring = static_cast<XplRing*>(std::malloc(kOverhead + wanted));
@@ -46,7 +47,7 @@ std::uint32_t put(XplRing* ring, const unsigned char* bytes, std::uint32_t lengt
   const Run run = runFrom(ring, ring->writePosition, count);
   std::memcpy(ring->writePosition, bytes, run.toEnd);
   std::memcpy(ring->storage, bytes + run.toEnd, run.fromBegin);
-  ring->writePosition = behind(ring, ring->writePosition, run);
+  ring->writePosition = advanced(ring, ring->writePosition, run);
   ring->count += count;
   return count;
 }
@@ -56,7 +57,7 @@ std::uint32_t take(XplRing* ring, unsigned char* bytes, std::uint32_t length) {
   const Run run = runFrom(ring, ring->readPosition, count);
   std::memcpy(bytes, ring->readPosition, run.toEnd);
   std::memcpy(bytes + run.toEnd, ring->storage, run.fromBegin);
-  ring->readPosition = behind(ring, ring->readPosition, run);
+  ring->readPosition = advanced(ring, ring->readPosition, run);
   ring->count -= count;
   return count;
 }

@@ -1,3 +1,5 @@
+// Which pair a port traces to: its own, the global one, or none.
+
 #include "debug/xdbg.h"
 #include "serial/port.h"
 
@@ -12,6 +14,7 @@ struct TracePair {
 
 TracePair globalTrace{nullptr, nullptr};
 
+// Hosts match this text, its spelling included.
 constexpr char kDeprecated[] = "DEPRICATED: Use XPLSetTraceCallback() instead";
 
 }  // namespace

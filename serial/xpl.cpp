@@ -14,9 +14,9 @@ int XPLOpen(const XplDcb* dcb, unsigned receiveSize, unsigned /*transmitSize*/, 
     xpl::destroyPort(port);
     return 0;
   }
+  // Before the first status is read, so that the trace begins with it.
   xpl::chooseTrace(port, traceContext, traceCallback);
-  unsigned status = 0;
-  xpl::readModemStatus(port, nullptr, &status);  // Primes the line cache; a line without modem lines is no failure.
+  xpl::readModemStatus(port, std::nullopt);  // Primes the line cache; a line without modem lines is no failure.
   return static_cast<int>(port->slot) + 1;
 }
 

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <stdexcept>
+#include <string>
 
 #include "device/atReply.h"
 #include "device/gsmDataReport.h"
@@ -33,7 +33,7 @@ const SignalRow kSignals[] = {
 
 TEST(ReplyTest, SignalIsCutOutAndConverted) {
   for (const SignalRow& row : kSignals) {
-    const auto text = orvix::gsm::signalText(row.reply);
+    const auto text = orvix::gsm::findCsq(row.reply);
     ASSERT_EQ(text.has_value(), row.text != nullptr) << row.reply;
     if (text) {
       const int csq = orvix::gsm::numberOf(*text);
@@ -64,14 +64,16 @@ const RegistrationRow kRegistrations[] = {
 
 TEST(ReplyTest, RegistrationIsCutOutAndNamed) {
   for (const RegistrationRow& row : kRegistrations) {
-    const std::string text = orvix::gsm::registrationText(row.reply);
+    const std::string reply = row.reply;
+    const std::string text = reply.substr(orvix::gsm::findCregStat(reply).value(), 1);
     EXPECT_EQ(text, row.text) << row.reply;
     const int value = orvix::gsm::numberOf(text);
     EXPECT_STREQ(GsmDataReport::registrationWord(value), row.word) << row.reply;
     EXPECT_EQ(GsmDataReport::isRegistrationValid(value), row.valid) << row.reply;
   }
   EXPECT_FALSE(GsmDataReport::isRegistrationValid(-1));
-  EXPECT_THROW(orvix::gsm::registrationText("+CREG: 1"), std::out_of_range);
+  EXPECT_GT(orvix::gsm::findCregStat("+CREG: 1").value(), std::string("+CREG: 1").size());
+  EXPECT_FALSE(orvix::gsm::findCregStat("+CREG:1,1").has_value());
 }
 
 }  // namespace

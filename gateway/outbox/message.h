@@ -4,6 +4,7 @@
 // shown.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,6 +16,7 @@ namespace orvix::gateway {
 
 // The order is the database's: append only.
 enum class MessageState { kQueued, kAttempting, kSent, kFailed, kUncertain, kExpired, kCancelled };
+inline constexpr std::size_t kMessageStates = 7;
 enum class Priority { kAlarm, kNormal, kBulk };
 enum class OnUncertain { kHold, kResend };
 

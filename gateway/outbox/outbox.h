@@ -13,30 +13,15 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "gateway/config/config.h"
 #include "gateway/outbox/message.h"
+#include "gateway/outbox/storeError.h"
 #include "hostkit/errorClass.h"
 
 namespace orvix::gateway {
-
-class StoreError : public std::runtime_error {
- public:
-  StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}
-  bool isDiskFull() const { return isFull; }
-
- private:
-  bool isFull;
-};
-
-// Another service works on the folder.
-class StoreInUse : public StoreError {
- public:
-  explicit StoreInUse(const std::string& text) : StoreError(text, false) {}
-};
 
 struct NewMessage {
   std::string id;
@@ -84,7 +69,7 @@ struct FreeModem {
 };
 
 struct Counts {
-  std::int64_t perState[7] = {};
+  std::int64_t perState[kMessageStates] = {};
   std::optional<std::int64_t> oldestQueuedMs;  // acceptance of the oldest queued message
 
   std::int64_t of(MessageState state) const { return perState[static_cast<std::size_t>(state)]; }

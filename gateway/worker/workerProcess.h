@@ -65,8 +65,10 @@ class WorkerListener {
 
 class WorkerProcess {
  public:
-  // `listener` is borrowed. Nothing is started before start().
-  WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener);
+  // `listener` is borrowed. Nothing is started before start(). `program` is executed with the argument "worker" and
+  // calls workerMain (workerMain.h).
+  WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener,
+                const std::string& program = "/proc/self/exe");
   ~WorkerProcess();  // kills
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;

@@ -1,3 +1,5 @@
+// What the numbers of AT+CSQ and AT+CREG mean.
+
 #include "device/gsmDataReport.h"
 
 namespace orvix::gsm {
@@ -42,7 +44,7 @@ const char* GsmDataReport::registrationWord(std::int32_t registration) {
 }
 
 bool GsmDataReport::isRegistrationValid(std::int32_t registration) {
-  return registration >= 0 && registration <= kWordCount;
+  return registration >= 0 && registration <= kWordCount;  // Hosts rely on the 6 that has no word.
 }
 
 }  // namespace orvix::gsm

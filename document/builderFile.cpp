@@ -1,3 +1,5 @@
+// Documents out of JSON files and standard input.
+
 #include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>

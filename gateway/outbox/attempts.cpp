@@ -1,0 +1,106 @@
+// Attempts: begun, marked, ended, and what a start makes of those that were running.
+#include <stdexcept>
+
+#include "gateway/outbox/store.h"
+
+namespace orvix::gateway {
+namespace {
+
+constexpr char kDiedBefore[] = "the service ended before the text was written";
+constexpr char kDiedBehind[] = "the service ended when the text may have been written";
+
+Record inState(MessageState state, const std::optional<Record>& record) {
+  if (!record || record->message.state != state) {
+    throw std::logic_error(std::string("there is no such message that is ") + wordOf(state));
+  }
+  return *record;
+}
+
+}  // namespace
+
+int Outbox::beginAttempt(const std::string& id, const std::string& modem, std::int64_t nowMs) {
+  store->at(nowMs);
+  Record record = inState(MessageState::kQueued, store->record(id));
+  Message& message = record.message;
+  store->database->change(
+      "INSERT INTO attempt(message, number, modem, recipient, is_alarm, weight, may_be_out, started, reason, recording)"
+      " SELECT ?1, count(*) + 1, ?2, ?3, ?4, ?5, 0, ?6, '', '' FROM attempt WHERE message = ?1",
+      message.sequence, modem, message.to, message.priority == Priority::kAlarm, kForEver, store->nowMs);
+  message.modem = modem;
+  message.reference.reset();
+  message.code.reset();
+  message.reason.clear();
+  message.dueMs.reset();
+  store->move(&record, Cause::kBegun);
+  store->queue.onAttempt(message.to, store->nowMs);
+  return store->attemptsBegun(message.sequence);
+}
+
+void Outbox::markMayBeOut(const std::string& id) {
+  const Record record = inState(MessageState::kAttempting, store->record(id));
+  store->database->change("UPDATE attempt SET may_be_out = 1 WHERE message = ? AND ended IS NULL",
+                          record.message.sequence);
+}
+
+Message Outbox::endAttempt(const std::string& id, const AttemptEnd& end, std::int64_t nowMs) {
+  store->at(nowMs);
+  return store->finishAttempt(inState(MessageState::kAttempting, store->record(id)), end);
+}
+
+int Outbox::Store::attemptsBegun(std::int64_t sequence) {
+  Rows rows = database->rows("SELECT count(*) FROM attempt WHERE message = ?", sequence);
+  rows.next();
+  return rows.as<int>(0);
+}
+
+Message Outbox::Store::finishAttempt(Record record, const AttemptEnd& end) {
+  Message& message = record.message;
+  const bool mayBeOut = end.verdict == hostkit::Verdict::kSent || end.verdict == hostkit::Verdict::kUncertain;
+  database->change(
+      "UPDATE attempt SET ended = ?2, weight = ?3, verdict = ?4, reference = ?5, code = ?6, reason = ?7, recording = ?8"
+      " WHERE message = ?1 AND ended IS NULL",
+      message.sequence, nowMs, mayBeOut ? std::optional(nowMs) : std::nullopt, end.verdict, end.reference, end.code,
+      end.reason, end.recording);
+  const Outcome outcome = outcomeOf(end, message.onUncertain, record.attempts, sending);
+  message.reference = end.reference;
+  message.code = end.code;
+  message.reason = end.reason;
+  record.isInDoubt = record.isInDoubt || end.verdict == hostkit::Verdict::kUncertain;
+  record.attempts += outcome.isCounted ? 1 : 0;
+  if (outcome.cause == Cause::kRetry && outcome.waits) {
+    message.dueMs = nowMs + retryDelayMs(record.retries++, sending);
+  }
+  move(&record, outcome.cause);
+  queue.onAttempt(message.to, nowMs);
+  return shown(record);
+}
+
+std::vector<std::string> Outbox::recover(std::int64_t nowMs) {
+  store->at(nowMs);
+  std::vector<std::int64_t> found;
+  {
+    Rows rows = store->database->rows("SELECT sequence FROM message WHERE state = 1 ORDER BY sequence");
+    while (rows.next()) {
+      found.push_back(rows.number(0));
+    }
+  }
+  std::vector<std::string> modems;
+  for (const std::int64_t sequence : found) {
+    bool mayBeOut = false;
+    {
+      Rows rows =
+          store->database->rows("SELECT modem, may_be_out FROM attempt WHERE message = ? AND ended IS NULL", sequence);
+      if (rows.next()) {
+        modems.push_back(rows.text(0));
+        mayBeOut = rows.number(1) != 0;
+      }
+    }
+    AttemptEnd end;
+    end.verdict = mayBeOut ? hostkit::Verdict::kUncertain : hostkit::Verdict::kNotSent;
+    end.reason = mayBeOut ? kDiedBehind : kDiedBefore;
+    store->finishAttempt(store->recordAt(sequence), end);
+  }
+  return modems;
+}
+
+}  // namespace orvix::gateway

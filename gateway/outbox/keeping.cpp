@@ -1,0 +1,75 @@
+// What time does to messages: they expire, and those that ended are not kept for ever.
+#include <stdexcept>
+
+#include "gateway/outbox/store.h"
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::int64_t kDayMs = 86400000;
+constexpr int kMostAtOnce = 500;
+
+}  // namespace
+
+std::vector<Message> Outbox::expire(std::int64_t nowMs) {
+  store->at(nowMs);
+  std::vector<Record> records;
+  {
+    Rows rows = store->database->rows("SELECT * FROM message WHERE state = 0 AND expires <= ? ORDER BY expires LIMIT ?",
+                                      store->nowMs, kMostAtOnce);
+    while (rows.next()) {
+      records.push_back(recordOf(rows));
+    }
+  }
+  std::vector<Message> messages;
+  for (Record& record : records) {
+    record.message.dueMs.reset();
+    record.message.reason = record.isInDoubt                ? "expired after an attempt that may have gone out"
+                            : record.message.reason.empty() ? "expired before a modem could take it"
+                                                            : "expired; before: " + record.message.reason;
+    store->move(&record, Cause::kTimeIsOver);
+    messages.push_back(store->shown(record));
+  }
+  return messages;
+}
+
+void Outbox::Store::remove(const Record& record) {
+  database->change("DELETE FROM message WHERE sequence = ?", record.message.sequence);
+  count(record.message.state, -1);
+  if (record.batch) {
+    database->change("DELETE FROM batch WHERE id = ?1 AND NOT EXISTS(SELECT 1 FROM message WHERE batch = ?1)",
+                     *record.batch);
+  }
+}
+
+void Outbox::purge(std::int64_t nowMs) {
+  store->at(nowMs);
+  if (store->storage.keepDays == 0) {
+    return;
+  }
+  std::vector<Record> records;
+  {
+    Rows rows = store->database->rows("SELECT * FROM message WHERE ended <= ? ORDER BY ended LIMIT ?",
+                                      store->nowMs - store->storage.keepDays * kDayMs, kMostAtOnce);
+    while (rows.next()) {
+      records.push_back(recordOf(rows));
+    }
+  }
+  for (const Record& record : records) {
+    store->remove(record);
+  }
+}
+
+// A person wants it out: it gets its time and its attempts anew.
+void Outbox::Store::renew(Record* record) {
+  Message& message = record->message;
+  const std::int64_t lifetimeMs = message.expiresMs - message.acceptedMs;
+  message.expiresMs = nowMs + lifetimeMs;
+  message.dueMs.reset();
+  message.reason = "a person wants it sent again";
+  record->attempts = 0;
+  record->retries = 0;
+  database->change("UPDATE message SET expires = ? WHERE sequence = ?", message.expiresMs, message.sequence);
+}
+
+}  // namespace orvix::gateway

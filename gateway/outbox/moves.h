@@ -1,0 +1,81 @@
+// The life of a message: every move there is, and what follows from the end of an attempt. Internal. Pure functions;
+// any thread.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+
+#include "gateway/config/config.h"
+#include "gateway/outbox/message.h"
+#include "gateway/outbox/outbox.h"
+
+namespace orvix::gateway {
+
+enum class Cause {
+  kBegun,       // a modem takes it
+  kWentOut,     // the modem said so
+  kRetry,       // the attempt may be made again
+  kGivenUp,     // no further attempt would help, or is allowed
+  kDoubt,       // the attempt may have gone out
+  kTimeIsOver,  // it expires
+  kTakenBack,   // it is cancelled
+  kSaidResend,  // by a person, as the next two
+  kSaidSent,
+  kSaidDrop,
+};
+
+struct Move {
+  MessageState from;
+  Cause cause;
+  MessageState to;
+  MessageState toInDoubt;  // when an attempt of it is uncertain: only a person ends that otherwise than sent
+};
+
+inline constexpr Move kMoves[] = {
+    {MessageState::kQueued, Cause::kBegun, MessageState::kAttempting, MessageState::kAttempting},
+    {MessageState::kQueued, Cause::kTimeIsOver, MessageState::kExpired, MessageState::kUncertain},
+    {MessageState::kQueued, Cause::kTakenBack, MessageState::kCancelled, MessageState::kUncertain},
+    {MessageState::kAttempting, Cause::kWentOut, MessageState::kSent, MessageState::kSent},
+    {MessageState::kAttempting, Cause::kRetry, MessageState::kQueued, MessageState::kQueued},
+    {MessageState::kAttempting, Cause::kGivenUp, MessageState::kFailed, MessageState::kUncertain},
+    {MessageState::kAttempting, Cause::kDoubt, MessageState::kUncertain, MessageState::kUncertain},
+    {MessageState::kUncertain, Cause::kSaidResend, MessageState::kQueued, MessageState::kQueued},
+    {MessageState::kUncertain, Cause::kSaidSent, MessageState::kSent, MessageState::kSent},
+    {MessageState::kUncertain, Cause::kSaidDrop, MessageState::kFailed, MessageState::kFailed},
+};
+
+// Where a cause leads; none when there is no such move.
+constexpr std::optional<MessageState> stateAfter(MessageState from, Cause cause, bool isInDoubt) {
+  for (const Move& move : kMoves) {
+    if (move.from == from && move.cause == cause) {
+      return isInDoubt ? move.toInDoubt : move.to;
+    }
+  }
+  return std::nullopt;
+}
+
+// Nothing moves out of it any more.
+constexpr bool isEnded(MessageState state) {
+  for (const Move& move : kMoves) {
+    if (move.from == state) {
+      return false;
+    }
+  }
+  return true;
+}
+
+// What the end of an attempt brings about.
+struct Outcome {
+  Cause cause = Cause::kRetry;
+  bool isCounted = false;  // as one of maxAttempts
+  bool waits = false;      // kRetry: for its retry time, else it is free at once
+};
+
+// `attempts`: those that counted before.
+Outcome outcomeOf(const AttemptEnd& end, OnUncertain onUncertain, int attempts, const SendingConfig& sending);
+
+// How long to wait after that many retries in a row.
+std::int64_t retryDelayMs(int retries, const SendingConfig& sending);
+
+}  // namespace orvix::gateway

@@ -1,0 +1,44 @@
+// The modems' measurements over time, thinned with age: each for a day, means of 5 minutes for 30 days, of an hour for
+// a year. Internal. One thread.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "gateway/outbox/database.h"
+#include "gateway/outbox/outbox.h"
+
+namespace orvix::gateway {
+
+class Reports {
+ public:
+  explicit Reports(Database* outbox) : database(outbox) {}
+
+  void add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
+  // Whether what was added has waited long enough for its write.
+  bool areDue() const;
+  // Joins the open transaction, and takes away what has been kept long enough. What cannot be written is given up, so
+  // that a full disk fills no memory.
+  void write();
+
+  // As Outbox tells it.
+  std::vector<HistoryPoint> history(const std::string& modem, std::int64_t fromMs, std::int64_t toMs, int points,
+                                    std::int64_t nowMs);
+
+ private:
+  struct Measurement {
+    std::string modem;
+    std::int64_t timeMs;
+    std::optional<int> dBm;
+    bool isRegistered;
+  };
+
+  void purge(std::int64_t nowMs);
+
+  Database* const database;
+  std::vector<Measurement> waiting;  // oldest first
+};
+
+}  // namespace orvix::gateway

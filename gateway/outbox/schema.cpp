@@ -1,0 +1,175 @@
+#include "gateway/outbox/schema.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::uint32_t kApplicationId = 0x6f67736d;  // in the header of each of our files
+
+// Words for every table. Times are in ms; enumerations stand as their numbers; '' is "no particular modem".
+//
+// message   doubt: one of its attempts is uncertain. attempts: those that count. retries: in a row, for the backoff.
+//           charsets: bit N is set when hostkit::Charset N carries its text. due: not before, of a retry.
+// attempt   weight: what a budget counts it as: nothing, or the time until which it may have gone out, which is
+//           "for ever" while it runs. The copies of recipient and priority are there for the budgets' indices.
+// note      a change of a message, to be told over MQTT; attempts: how many there were.
+// report    level 0: each, 1: 5 minutes, 2: an hour from `time` on; dBm is unknown where count is 0.
+constexpr char kTables[] = R"(
+CREATE TABLE clock(only_row INTEGER PRIMARY KEY CHECK(only_row = 1), time INTEGER NOT NULL, offset INTEGER NOT NULL)
+  STRICT;
+INSERT INTO clock VALUES(1, 0, 0);
+
+CREATE TABLE batch(id TEXT PRIMARY KEY, owner TEXT NOT NULL, fingerprint TEXT NOT NULL) STRICT, WITHOUT ROWID;
+
+CREATE TABLE message(
+  sequence INTEGER PRIMARY KEY, id TEXT NOT NULL UNIQUE, batch TEXT REFERENCES batch, owner TEXT NOT NULL,
+  fingerprint TEXT NOT NULL, recipient TEXT NOT NULL, text TEXT NOT NULL, priority INTEGER NOT NULL,
+  on_uncertain INTEGER NOT NULL, wanted TEXT NOT NULL, charsets INTEGER NOT NULL, accepted INTEGER NOT NULL,
+  expires INTEGER NOT NULL, state INTEGER NOT NULL, doubt INTEGER NOT NULL, attempts INTEGER NOT NULL,
+  retries INTEGER NOT NULL, due INTEGER, ended INTEGER, modem TEXT NOT NULL, reference INTEGER, code INTEGER,
+  reason TEXT NOT NULL) STRICT;
+CREATE INDEX message_batch ON message(batch) WHERE batch IS NOT NULL;
+CREATE INDEX message_state ON message(state);
+CREATE INDEX message_owner ON message(owner, accepted);
+CREATE INDEX message_lane ON message(recipient, priority, wanted, charsets) WHERE state = 0 AND due IS NULL;
+CREATE INDEX message_retry ON message(due) WHERE state = 0 AND due IS NOT NULL;
+CREATE INDEX message_expires ON message(expires) WHERE state = 0;
+CREATE INDEX message_ended ON message(ended) WHERE ended IS NOT NULL;
+
+CREATE TABLE attempt(
+  message INTEGER NOT NULL REFERENCES message ON DELETE CASCADE, number INTEGER NOT NULL, modem TEXT NOT NULL,
+  recipient TEXT NOT NULL, is_alarm INTEGER NOT NULL, weight INTEGER, may_be_out INTEGER NOT NULL,
+  started INTEGER NOT NULL, ended INTEGER, verdict INTEGER, reference INTEGER, code INTEGER, reason TEXT NOT NULL,
+  recording TEXT NOT NULL, PRIMARY KEY(message, number)) STRICT, WITHOUT ROWID;
+CREATE INDEX attempt_recipient ON attempt(recipient, weight, is_alarm) WHERE weight IS NOT NULL;
+CREATE INDEX attempt_modem ON attempt(modem, weight, is_alarm) WHERE weight IS NOT NULL;
+
+CREATE TABLE note(
+  number INTEGER PRIMARY KEY AUTOINCREMENT, message INTEGER NOT NULL REFERENCES message ON DELETE CASCADE,
+  state INTEGER NOT NULL, modem TEXT NOT NULL, reference INTEGER, code INTEGER, reason TEXT NOT NULL, due INTEGER,
+  ended INTEGER, attempts INTEGER NOT NULL) STRICT;
+CREATE INDEX note_message ON note(message);
+
+CREATE TABLE report(
+  modem TEXT NOT NULL, level INTEGER NOT NULL, time INTEGER NOT NULL, count INTEGER NOT NULL, sum INTEGER NOT NULL,
+  least INTEGER, most INTEGER, is_registered INTEGER NOT NULL, PRIMARY KEY(modem, level, time)) STRICT, WITHOUT ROWID;
+)";
+
+// The exclusive lock is the only one there is: nobody else reads or writes, and no file in shared memory is needed.
+// Pages that are free again are used again, so that the file never grows beyond what queueLimit and keepDays hold.
+constexpr char kSettings[] =
+    "PRAGMA locking_mode = EXCLUSIVE; PRAGMA foreign_keys = ON; PRAGMA synchronous = FULL; PRAGMA temp_store = MEMORY;"
+    "PRAGMA cache_size = -1024; PRAGMA journal_size_limit = 8388608;";
+
+// One script a version: each brings the tables from the version before it to its own.
+constexpr std::array<const char*, 1> kSteps{kTables};
+constexpr std::int64_t kVersion = kSteps.size();
+
+[[noreturn]] void refuse(const std::string& text) {
+  throw StoreError(text, false);
+}
+
+[[noreturn]] void refuseWithErrno(const std::string& text) {
+  const int error = errno;
+  throw StoreError(text + ": " + std::strerror(error), error == ENOSPC);
+}
+
+// Made before SQLite does it, so that what people write to each other is for the service's own eyes.
+void makeFile(const std::string& folder, const std::string& file) {
+  if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
+    refuseWithErrno("its folder cannot be made");
+  }
+  const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+  if (descriptor == -1) {
+    refuseWithErrno("cannot be opened for writing");
+  }
+  close(descriptor);
+}
+
+// Looks at the file's header as it stands, since SQLite may write into a file that it opens. An empty file is a new
+// one.
+void checkHeader(const std::string& file) {
+  constexpr char kMagic[] = "SQLite format 3";
+  std::array<unsigned char, 100> header{};
+  const int descriptor = open(file.c_str(), O_RDONLY | O_CLOEXEC);
+  const ssize_t count = descriptor == -1 ? -1 : read(descriptor, header.data(), header.size());
+  if (count == -1) {
+    refuseWithErrno("cannot be read");
+  }
+  close(descriptor);
+  if (count == 0) {
+    return;
+  }
+  if (static_cast<std::size_t>(count) < header.size() || std::memcmp(header.data(), kMagic, sizeof kMagic) != 0) {
+    refuse("is damaged or no database");
+  }
+  std::uint32_t application = 0;
+  std::memcpy(&application, &header[68], sizeof application);
+  if (ntohl(application) != kApplicationId) {
+    refuse("belongs to another program");
+  }
+}
+
+std::int64_t versionOf(Database* database) {
+  Rows rows = database->rows("PRAGMA user_version");
+  rows.next();
+  return rows.number(0);
+}
+
+void checkPages(Database* database) {
+  Rows rows = database->rows("PRAGMA quick_check(1)");
+  if (!rows.next() || rows.text(0) != "ok") {
+    refuse("is damaged: " + rows.text(0));
+  }
+}
+
+void bringUpToDate(Database* database, std::int64_t version) {
+  for (; version < kVersion; ++version) {
+    database->script("BEGIN IMMEDIATE;" + std::string(kSteps.at(static_cast<std::size_t>(version))) +
+                     "PRAGMA application_id = " + std::to_string(kApplicationId) +
+                     "; PRAGMA user_version = " + std::to_string(version + 1) + "; COMMIT;");
+  }
+}
+
+std::unique_ptr<Database> openFile(const std::string& folder, const std::string& file) {
+  makeFile(folder, file);
+  checkHeader(file);
+  auto database = std::make_unique<Database>(file);
+  database->script(kSettings);
+  const std::int64_t version = versionOf(database.get());
+  if (version > kVersion) {
+    refuse("was written by a newer version of this program");
+  }
+  if (database->isReadOnly()) {
+    refuse("cannot be written");
+  }
+  checkPages(database.get());
+  // The tables come before the log, so that checkHeader finds their mark in the file itself.
+  bringUpToDate(database.get(), version);
+  database->script("PRAGMA journal_mode = WAL");
+  database->checkpointOnClose(true);
+  return database;
+}
+
+}  // namespace
+
+std::unique_ptr<Database> openDatabase(const std::string& folder) {
+  const std::string file = folder + "/outbox.db";
+  try {
+    return openFile(folder, file);
+  } catch (const StoreInUse&) {
+    throw StoreInUse(file + ": another service is using it");
+  } catch (const StoreError& error) {
+    throw StoreError(file + ": " + error.what(), error.isDiskFull());
+  }
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,24 @@
+// What the database did not do. Plain values; any thread.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace orvix::gateway {
+
+class StoreError : public std::runtime_error {
+ public:
+  StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}
+  bool isDiskFull() const { return isFull; }
+
+ private:
+  bool isFull;
+};
+
+// Another service works on the folder.
+class StoreInUse : public StoreError {
+ public:
+  explicit StoreInUse(const std::string& text) : StoreError(text, false) {}
+};
+
+}  // namespace orvix::gateway

@@ -1,0 +1,65 @@
+#include "gateway/worker/attemptTap.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+namespace orvix::gateway {
+namespace {
+
+constexpr int kGoAheadWaitMs = 5000;
+constexpr int kNotAllowed = 2;
+
+}  // namespace
+
+void AttemptTap::begin(bool isAttempt) {
+  pieces.clear();
+  receivedBytes = 0;
+  isStreaming = isAttempt;
+  isNumberGiven = false;
+  isAllowed = false;
+}
+
+std::string AttemptTap::received() const {
+  std::string bytes;
+  for (const hostkit::TrafficPiece& piece : pieces) {
+    bytes += piece.kind == kXplTraceReceived ? piece.bytes : "";
+  }
+  return bytes;
+}
+
+bool AttemptTap::hasSent() const {
+  return std::any_of(pieces.begin(), pieces.end(),
+                     [](const hostkit::TrafficPiece& piece) { return piece.kind == kXplTraceSent; });
+}
+
+void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
+  if (piece.kind == kXplTraceReceived) {
+    receivedBytes += piece.bytes.size();
+  }
+  if (piece.kind != kXplTraceReceived || receivedBytes <= kMostTrafficBytes) {
+    pieces.push_back(piece);
+    if (isStreaming) {
+      link->send(TrafficNews{piece.us, piece.kind, piece.bytes});
+    }
+  }
+  if (isStreaming && isPrompt(piece)) {
+    link->send(PromptNews{});
+    if (!link->waitForGoAhead(kGoAheadWaitMs)) {
+      _exit(kNotAllowed);
+    }
+    isAllowed = true;
+  }
+}
+
+// The plug-in writes the text once a '>' stands anywhere in what it read behind AT+CMGS. Only the first may be asked
+// for: the text itself may bring more in its echo.
+bool AttemptTap::isPrompt(const hostkit::TrafficPiece& piece) {
+  if (piece.kind == kXplTraceSent) {
+    isNumberGiven = isNumberGiven || piece.bytes.rfind("AT+CMGS=", 0) == 0;
+    return false;
+  }
+  return isNumberGiven && !isAllowed && piece.kind == kXplTraceReceived && piece.bytes.find('>') != std::string::npos;
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,40 @@
+// Sees every byte of the line from inside the plug-in's calls: keeps the traffic, hands an attempt's on to the
+// supervisor as it happens, and holds the plug-in back at the prompt. One thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "gateway/worker/supervisorLink.h"
+#include "hostkit/traffic.h"
+
+namespace orvix::gateway {
+
+class AttemptTap final : public hostkit::TrafficListener {
+ public:
+  explicit AttemptTap(SupervisorLink* supervisor) : link(supervisor) {}
+
+  // Forgets the traffic so far; what comes belongs to an attempt until end, or to a probe.
+  void begin(bool isAttempt);
+  void end() { isStreaming = false; }
+
+  const std::vector<hostkit::TrafficPiece>& traffic() const { return pieces; }
+  std::string received() const;
+  bool hasSent() const;
+
+  // Ends the process when the prompt has come and the supervisor does not give leave to write the text: received bytes
+  // pass here before the plug-in sees them, so the text is not written then.
+  void onTraffic(const hostkit::TrafficPiece& piece) override;
+
+ private:
+  bool isPrompt(const hostkit::TrafficPiece& piece);
+
+  SupervisorLink* link;
+  std::vector<hostkit::TrafficPiece> pieces;
+  std::size_t receivedBytes = 0;
+  bool isStreaming = false;
+  bool isNumberGiven = false;
+  bool isAllowed = false;
+};
+
+}  // namespace orvix::gateway

@@ -1,0 +1,67 @@
+// Keeps one modem in service and sends what is ordered: the whole work of a worker process. One thread.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "gateway/worker/attemptTap.h"
+#include "gateway/worker/lineAppearance.h"
+#include "gateway/worker/supervisorLink.h"
+#include "hostkit/lineWatch.h"
+#include "hostkit/modemDevice.h"
+#include "hostkit/verdict.h"
+
+namespace orvix::gateway {
+
+class ModemWorker {
+ public:
+  // `link` is borrowed. Throws hostkit::Error when the plug-in or the configuration is not fit to work with.
+  ModemWorker(SupervisorLink* link, const StartOrder& order);
+
+  // Returns when the supervisor wishes a stop, with the line closed.
+  void run();
+
+ private:
+  void wait();
+  void onAppearance();
+  void takeStep();
+  void startDevice();
+  void report();
+  void heal();
+  void loseLine(const std::string& reason);
+
+  void attempt(const AttemptOrder& order);
+  std::string problemOf(const AttemptOrder& order) const;
+  hostkit::Judgement judgementOf(const AttemptOrder& order) const;
+  hostkit::Judgement send(const AttemptOrder& order);
+  void prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result);
+  void awaitPrompt(const AttemptOrder& order);
+  void listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough);
+
+  void tellDoing(const std::string& what, bool isCall);
+  void tellReady();
+  void tellNotReady(const std::string& reason);
+  std::string troubleOf(const Status& status) const;
+  void countProbe();
+
+  SupervisorLink* link;
+  StartOrder settings;
+  AttemptTap tap;
+  hostkit::LineTrace trace;
+  hostkit::ModemDevice device;
+  LineAppearance appearance;
+  std::unique_ptr<hostkit::LineWatch> watch;  // none while the line is away
+
+  ModemState state = ModemState::kNoData;
+  std::string reason;
+  std::string doing;
+  bool wasLost = false;
+  bool needsHealing;
+  bool awaitsNetwork = false;  // a message was refused for want of one
+  int unansweredProbes = 0;
+  std::int64_t delayMs;
+  std::int64_t dueMs = 0;  // of the next step to keep the modem in service
+};
+
+}  // namespace orvix::gateway

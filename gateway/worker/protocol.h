@@ -1,0 +1,86 @@
+// What supervisor and worker tell each other, one frame each. Plain values and pure functions; any thread.
+//
+// A frame's type is the message's place in its variant; the BSON document holds the struct's fields in their order. A
+// document is accepted only when it is, byte for byte, the one that its content would be written as, so a field that is
+// missing, left over, out of order or of another type is refused.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <variant>
+
+#include "gateway/worker/frame.h"
+#include "gateway/worker/workerProcess.h"
+
+namespace orvix::gateway {
+
+// Received bytes that an attempt's traffic holds at most, so that a modem that never stops talking fills no memory and
+// no disk. A whole dialogue takes less than a thousand.
+inline constexpr std::size_t kMostTrafficBytes = 65536;
+
+// To the worker.
+
+// Always first.
+struct StartOrder {
+  std::string modem;
+  std::string plugin;
+  std::string configFile;
+  int reportSeconds = 60;
+  int lateSeconds = 120;
+  bool okIsSent = false;
+  std::map<int, hostkit::ErrorClass> codes;
+  bool escapeFirst = false;
+  int verbosity = 0;
+};
+
+// Answers PromptNews: the text may be written.
+struct GoAhead {};
+
+struct StopOrder {
+  int listenSeconds = 0;
+};
+
+using ToWorker = std::variant<StartOrder, AttemptOrder, GoAhead, StopOrder>;
+
+// From the worker.
+
+struct StateNews {
+  ModemState state = ModemState::kNoData;
+  std::string reason;
+};
+
+// Comes at every change and, as a sign of life, at least every 30 s. isCall: inside a call into the plug-in, which
+// cannot be interrupted.
+struct DoingNews {
+  std::string doing;
+  bool isCall = false;
+};
+
+// The three belong to the attempt that runs.
+struct TrafficNews {
+  std::int64_t us = 0;
+  XplTraceKind kind = kXplTraceReceived;
+  std::string bytes;
+};
+struct PromptNews {};
+struct EndNews {
+  AttemptResult result;  // without its recording, which is made of the traffic
+};
+
+struct HealedNews {};
+struct ReconnectedNews {};
+
+using FromWorker =
+    std::variant<StateNews, ModemReport, DoingNews, TrafficNews, PromptNews, EndNews, HealedNews, ReconnectedNews>;
+
+// The frame's bytes.
+std::string encoded(const ToWorker& message);
+std::string encoded(const FromWorker& message);
+
+// Both throw ProtocolError for anything that the encoder would not have written, for texts that are not UTF-8 and for
+// numbers without a meaning.
+ToWorker toWorkerOf(const Frame& frame);
+FromWorker fromWorkerOf(const Frame& frame);
+
+}  // namespace orvix::gateway

@@ -1,0 +1,22 @@
+// Starts a program as a child that shares nothing with this process but one socket. Any thread.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+#include <vector>
+
+namespace orvix::gateway {
+
+inline constexpr int kChildSocket = 3;  // the child's end
+
+struct Child {
+  pid_t pid = -1;   // -1: not started
+  int socket = -1;  // this end: a stream, non-blocking, closed on exec; the caller's to close
+};
+
+// Executes `arguments[0]`, found as `program`. The child has the descriptors 0 to 2 of this process and its own end of
+// the socket, no other; no signal is blocked, ignored or caught in it. errno tells why nothing was started.
+Child spawn(const std::string& program, const std::vector<std::string>& arguments);
+
+}  // namespace orvix::gateway

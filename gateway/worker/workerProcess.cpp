@@ -1,0 +1,395 @@
+#include "gateway/worker/workerProcess.h"
+
+#include <glog/logging.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <utility>
+
+#include "gateway/worker/attemptResult.h"
+#include "gateway/worker/protocol.h"
+#include "gateway/worker/spawn.h"
+#include "hostkit/recording.h"
+
+namespace orvix::gateway {
+namespace {
+
+constexpr std::int64_t kLongestCallMs = 45000;
+constexpr std::int64_t kLongestSilenceMs = 90000;
+constexpr std::int64_t kFirstDelayMs = 1000;
+constexpr std::int64_t kLongestDelayMs = 60000;
+constexpr std::int64_t kReapEveryMs = 20;
+// A worker that never stops talking leaves time for the others.
+constexpr int kMostReads = 16;
+
+// An attempt that was ordered and has not ended.
+struct Running {
+  AttemptOrder order;
+  std::vector<hostkit::TrafficPiece> traffic;
+  std::size_t trafficBytes = 0;
+  bool isAsked = false;    // the prompt has come
+  bool isAllowed = false;  // and the text may be written
+};
+
+std::string exitText(int status) {
+  return WIFSIGNALED(status) ? std::string("signal ") + strsignal(WTERMSIG(status))
+                             : "status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace
+
+const char* wordOf(ModemState state) {
+  switch (state) {
+    case ModemState::kNoData:
+      return "noData";
+    case ModemState::kNotAvailable:
+      return "notAvailable";
+    case ModemState::kReady:
+      break;
+  }
+  return "ready";
+}
+
+struct WorkerProcess::State {
+  ModemConfig config;
+  std::string plugin;
+  int lateSeconds;
+  WorkerListener* listener;
+  std::string program;
+
+  bool isWanted = false;  // one that dies is to be replaced
+  int socket = -1;        // -1: no process, or one that is dying
+  pid_t pid = -1;         // -1: none, and none to be reaped
+  bool isKilled = false;
+  FrameBuffer incoming;
+  std::string outgoing;
+  std::int64_t heardMs = 0;
+  std::optional<std::int64_t> callMs;  // since when it is inside the plug-in
+  std::string doing;
+  std::optional<Running> running;
+  bool mayWaitAtPrompt = false;
+  std::int64_t delayMs = kFirstDelayMs;
+  std::int64_t startMs = 0;
+  std::int64_t reapMs = 0;
+
+  void startProcess(std::int64_t nowMs);
+  void send(const ToWorker& message);
+  void flush();
+  bool receive(std::int64_t nowMs);
+  void handleFrames(std::int64_t nowMs);
+  Running& attemptOf(const char* news);
+  void take(const StateNews& news, std::int64_t nowMs);
+  void take(const ModemReport& report, std::int64_t nowMs);
+  void take(const DoingNews& news, std::int64_t nowMs);
+  void take(const TrafficNews& news, std::int64_t nowMs);
+  void take(const PromptNews& news, std::int64_t nowMs);
+  void take(const EndNews& news, std::int64_t nowMs);
+  void take(const HealedNews& news, std::int64_t nowMs);
+  void take(const ReconnectedNews& news, std::int64_t nowMs);
+  void end(const std::string& reason, std::int64_t nowMs);
+  void tellDeath(const std::string& reason);
+  void reap(std::int64_t nowMs);
+  std::string stuckReason(std::int64_t nowMs) const;
+};
+
+void WorkerProcess::State::startProcess(std::int64_t nowMs) {
+  const Child child = spawn(program, {"gsm-gateway", "worker"});
+  if (child.pid == -1) {
+    startMs = nowMs + kLongestDelayMs;
+    listener->onState(config.name, ModemState::kNoData, std::string("no worker can be started: ") + strerror(errno));
+    return;
+  }
+  pid = child.pid;
+  socket = child.socket;
+  heardMs = nowMs;
+  send(StartOrder{config.name, plugin, config.configFile, config.reportSeconds, lateSeconds, config.okIsSent,
+                  config.codes, mayWaitAtPrompt, FLAGS_v});
+}
+
+void WorkerProcess::State::send(const ToWorker& message) {
+  outgoing += encoded(message);
+  flush();
+}
+
+// A socket that is broken shows when it is read.
+void WorkerProcess::State::flush() {
+  while (socket != -1 && !outgoing.empty()) {
+    const ssize_t count = ::send(socket, outgoing.data(), outgoing.size(), MSG_NOSIGNAL);
+    if (count <= 0) {
+      return;
+    }
+    outgoing.erase(0, static_cast<std::size_t>(count));
+  }
+}
+
+// False when the worker's end is closed.
+bool WorkerProcess::State::receive(std::int64_t nowMs) {
+  char bytes[16384];
+  for (int reads = 0; reads < kMostReads; ++reads) {
+    const ssize_t count = recv(socket, bytes, sizeof bytes, 0);
+    if (count < 0 && (errno == EAGAIN || errno == EINTR)) {
+      return true;
+    }
+    if (count <= 0) {
+      return false;
+    }
+    heardMs = nowMs;
+    incoming.append({bytes, static_cast<std::size_t>(count)});
+  }
+  return true;
+}
+
+void WorkerProcess::State::handleFrames(std::int64_t nowMs) {
+  try {
+    while (socket != -1 && !isKilled) {
+      const std::optional<Frame> frame = incoming.next();
+      if (!frame) {
+        return;
+      }
+      std::visit([&](const auto& news) { take(news, nowMs); }, fromWorkerOf(*frame));
+    }
+  } catch (const ProtocolError& error) {
+    end(std::string("the worker breaks the protocol: ") + error.what(), nowMs);
+  }
+}
+
+Running& WorkerProcess::State::attemptOf(const char* news) {
+  if (!running) {
+    throw ProtocolError(std::string(news) + " of no attempt");
+  }
+  return *running;
+}
+
+void WorkerProcess::State::take(const StateNews& news, std::int64_t /*nowMs*/) {
+  if (news.state == ModemState::kReady) {
+    delayMs = kFirstDelayMs;
+    mayWaitAtPrompt = mayWaitAtPrompt && running;
+  }
+  listener->onState(config.name, news.state, news.reason);
+}
+
+void WorkerProcess::State::take(const ModemReport& report, std::int64_t /*nowMs*/) {
+  listener->onReport(config.name, report);
+}
+
+void WorkerProcess::State::take(const DoingNews& news, std::int64_t nowMs) {
+  callMs = news.isCall ? std::optional(nowMs) : std::nullopt;
+  if (doing != news.doing) {
+    doing = news.doing;
+    listener->onDoing(config.name, doing);
+  }
+}
+
+void WorkerProcess::State::take(const TrafficNews& news, std::int64_t /*nowMs*/) {
+  Running& attempt = attemptOf("traffic");
+  attempt.trafficBytes += news.bytes.size();
+  if (attempt.trafficBytes <= kMostTrafficBytes) {
+    attempt.traffic.push_back({news.us, news.kind, news.bytes});
+  }
+}
+
+void WorkerProcess::State::take(const PromptNews& /*news*/, std::int64_t /*nowMs*/) {
+  Running& attempt = attemptOf("a prompt");
+  if (std::exchange(attempt.isAsked, true)) {
+    throw ProtocolError("a second prompt");
+  }
+  listener->onPrompt(config.name, attempt.order.id, attempt.order.number);
+}
+
+void WorkerProcess::State::take(const EndNews& news, std::int64_t /*nowMs*/) {
+  const Running ended = attemptOf("an end");
+  AttemptResult result = news.result;
+  const bool isOut = result.verdict == hostkit::Verdict::kSent || result.verdict == hostkit::Verdict::kUncertain;
+  if (isOut && !ended.isAllowed) {
+    throw ProtocolError("an end that nobody allowed");
+  }
+  running.reset();
+  mayWaitAtPrompt = result.verdict == hostkit::Verdict::kNotSent;
+  result.recording = hostkit::recordingOf(ended.traffic, config.line);
+  listener->onAttemptEnded(config.name, ended.order.id, ended.order.number, result);
+}
+
+void WorkerProcess::State::take(const HealedNews& /*news*/, std::int64_t /*nowMs*/) {
+  mayWaitAtPrompt = false;
+  listener->onHealed(config.name);
+}
+
+void WorkerProcess::State::take(const ReconnectedNews& /*news*/, std::int64_t /*nowMs*/) {
+  listener->onReconnected(config.name);
+}
+
+// A process that has been sent SIGKILL runs none of its code any more, even where the closing of its line takes long.
+void WorkerProcess::State::end(const std::string& reason, std::int64_t nowMs) {
+  ::kill(pid, SIGKILL);
+  close(std::exchange(socket, -1));
+  incoming = {};
+  outgoing.clear();
+  callMs.reset();
+  doing.clear();
+  isKilled = false;
+  startMs = nowMs + delayMs;
+  delayMs = std::min(2 * delayMs, kLongestDelayMs);
+  reapMs = nowMs;
+  tellDeath(reason);
+}
+
+void WorkerProcess::State::tellDeath(const std::string& reason) {
+  if (!isWanted && !running) {
+    return;
+  }
+  listener->onState(config.name, ModemState::kNoData, reason);
+  const std::optional<Running> last = std::exchange(running, std::nullopt);
+  if (!last) {
+    return listener->onDied(config.name, std::nullopt, "", reason);
+  }
+  const std::string recording = hostkit::recordingOf(last->traffic, config.line);
+  const hostkit::Judgement judgement =
+      hostkit::judge(last->traffic, last->order.text, false, config.okIsSent, config.codes);
+  // What the modem has said of the text counts, whoever is left to hear it.
+  if (judgement.verdict == hostkit::Verdict::kSent || judgement.verdict == hostkit::Verdict::kRefused) {
+    AttemptResult result = resultOf(judgement, config.codes);
+    result.recording = recording;
+    listener->onAttemptEnded(config.name, last->order.id, last->order.number, result);
+    return listener->onDied(config.name, std::nullopt, "", reason);
+  }
+  listener->onDied(config.name, last->order, recording, reason);
+}
+
+void WorkerProcess::State::reap(std::int64_t nowMs) {
+  int status = 0;
+  const pid_t reaped = waitpid(pid, &status, WNOHANG);
+  reapMs = nowMs + kReapEveryMs;
+  if (reaped == 0) {
+    return;
+  }
+  if (reaped == pid && status != 0) {
+    LOG(WARNING) << "modem " << config.name << ": worker " << pid << " ended with " << exitText(status);
+  }
+  pid = -1;
+}
+
+std::string WorkerProcess::State::stuckReason(std::int64_t nowMs) const {
+  if (callMs && nowMs >= *callMs + kLongestCallMs) {
+    return "the worker was killed: a call into the plug-in did not return";
+  }
+  return nowMs >= heardMs + kLongestSilenceMs ? "the worker was killed: it was silent" : "";
+}
+
+WorkerProcess::WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds,
+                             WorkerListener* listener, const std::string& program)
+    : state(std::make_unique<State>()) {
+  state->config = modem;
+  state->plugin = plugin;
+  state->lateSeconds = lateSeconds;
+  state->listener = listener;
+  state->program = program;
+}
+
+WorkerProcess::~WorkerProcess() {
+  if (state->pid != -1) {
+    ::kill(state->pid, SIGKILL);
+    waitpid(state->pid, nullptr, WNOHANG);
+  }
+  if (state->socket != -1) {
+    close(state->socket);
+  }
+}
+
+void WorkerProcess::escapeFirst() {
+  state->mayWaitAtPrompt = true;
+}
+
+void WorkerProcess::start(std::int64_t nowMs) {
+  state->isWanted = true;
+  if (!isRunning()) {
+    state->startProcess(nowMs);
+  }
+}
+
+int WorkerProcess::descriptor() const {
+  return state->socket;
+}
+
+bool WorkerProcess::wantsToWrite() const {
+  return state->socket != -1 && !state->outgoing.empty();
+}
+
+void WorkerProcess::onReady(std::int64_t nowMs) {
+  if (state->socket == -1) {
+    return;
+  }
+  state->flush();
+  const bool isOpen = state->receive(nowMs);
+  state->handleFrames(nowMs);
+  if (!isOpen && state->socket != -1) {
+    state->end("the worker process ended", nowMs);
+  }
+}
+
+void WorkerProcess::onTime(std::int64_t nowMs) {
+  onReady(nowMs);  // what it said in time counts, however late this is called
+  if (state->socket != -1) {
+    const std::string reason = state->isKilled ? "the worker was killed" : state->stuckReason(nowMs);
+    if (!reason.empty()) {
+      state->end(reason, nowMs);
+    }
+  }
+  if (state->socket == -1 && state->running) {
+    state->tellDeath("the worker process ended");  // an order for one that was gone
+  }
+  if (state->socket == -1 && state->pid != -1 && nowMs >= state->reapMs) {
+    state->reap(nowMs);
+  }
+  if (state->isWanted && !isRunning() && nowMs >= state->startMs) {
+    state->startProcess(nowMs);
+  }
+}
+
+std::optional<std::int64_t> WorkerProcess::nextTimeMs() const {
+  if (state->socket != -1) {
+    const std::int64_t silenceMs = state->heardMs + kLongestSilenceMs;
+    return state->isKilled ? 0 : std::min(silenceMs, state->callMs ? *state->callMs + kLongestCallMs : silenceMs);
+  }
+  if (state->pid != -1) {
+    return state->reapMs;
+  }
+  return state->isWanted ? std::optional(state->startMs) : std::nullopt;
+}
+
+void WorkerProcess::attempt(const AttemptOrder& order, std::int64_t /*nowMs*/) {
+  state->running = Running{order, {}};
+  state->mayWaitAtPrompt = true;
+  state->send(order);
+}
+
+void WorkerProcess::goAhead() {
+  if (state->running && state->running->isAsked) {
+    state->running->isAllowed = true;
+    state->send(GoAhead{});
+  }
+}
+
+void WorkerProcess::stop(int listenSeconds, std::int64_t /*nowMs*/) {
+  state->isWanted = false;
+  if (state->socket != -1) {
+    state->send(StopOrder{listenSeconds});
+  }
+}
+
+void WorkerProcess::kill() {
+  if (state->socket != -1) {
+    ::kill(state->pid, SIGKILL);
+    state->isKilled = true;
+  }
+}
+
+bool WorkerProcess::isRunning() const {
+  return state->socket != -1 || state->pid != -1;
+}
+
+}  // namespace orvix::gateway

@@ -1,0 +1,15 @@
+// The worker's clock. Any thread.
+#pragma once
+
+#include <cstdint>
+
+#include "hostkit/traffic.h"
+
+namespace orvix::gateway {
+
+// Milliseconds that run with the monotonic clock.
+inline std::int64_t nowMs() {
+  return hostkit::monotonicUs() / 1000;
+}
+
+}  // namespace orvix::gateway

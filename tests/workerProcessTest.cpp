@@ -1,0 +1,302 @@
+// The worker process as its supervisor sees it: real processes, the real module, simulated modems, real time. The
+// cases wait most of the time, so they run side by side, each with a modem and a thread of its own.
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "gateway/worker/workerMain.h"
+#include "gateway/worker/workerProcess.h"
+#include "simulator/modem.h"
+#include "simulator/ptyLine.h"
+#include "simulator/runLoop.h"
+#include "tests/world/host.h"
+
+namespace {
+
+using namespace orvix;
+using gateway::AttemptResult;
+using gateway::ModemState;
+using hostkit::Verdict;
+using simulator::Fault;
+using simulator::ModemOptions;
+
+constexpr std::int64_t kPatienceMs = 120000;
+
+std::int64_t realMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+// One simulated modem with its worker; the test is the service.
+class Bench final : public gateway::WorkerListener {
+ public:
+  explicit Bench(const ModemOptions& options, int lateSeconds = 60)
+      : modem(options), line(folder.file("line")), worker(config(), ORVIX_MODULE, lateSeconds, this) {
+    modem.onMessage([this](const simulator::Message&) { ++messages; });
+    modem.onTrace([this](simulator::Direction, std::string_view bytes) {
+      begunMs = bytes == "AT+CMGF=1" ? realMs() : begunMs.load();
+    });
+    runner = std::thread([this] { simulator::run(modem, line, stop); });
+    worker.start(realMs());
+  }
+  ~Bench() {
+    stop.request();
+    runner.join();
+  }
+
+  // Serves the worker until the condition holds; false when it never does.
+  bool until(const std::function<bool()>& condition) {
+    for (const std::int64_t endMs = realMs() + kPatienceMs; !condition() && realMs() < endMs;) {
+      pollfd event{worker.descriptor(), POLLIN, 0};
+      poll(&event, 1, 10);
+      worker.onReady(realMs());
+      worker.onTime(realMs());
+    }
+    return condition();
+  }
+  bool untilReady() {
+    return until([this] { return state == ModemState::kReady; });
+  }
+  bool untilSays(const std::string& text) {
+    return until([&] { return said.find(text) != std::string::npos; });
+  }
+  void order() {
+    result.reset();
+    worker.attempt({"m", 1, "+491701234567", "PUMP OK"}, realMs());
+  }
+  // Sends and waits for the end.
+  AttemptResult send() {
+    order();
+    EXPECT_TRUE(until([this] { return result.has_value(); })) << said;
+    return result.value_or(AttemptResult{});
+  }
+
+  world::TemporaryFolder folder;
+  simulator::Modem modem;
+  simulator::PtyLine line;
+  simulator::StopEvent stop;
+  std::thread runner;
+  std::atomic<int> messages{0};
+  std::atomic<std::int64_t> begunMs{0};  // when the last dialogue reached the modem
+  std::function<void()> atPrompt = [this] { worker.goAhead(); };
+  gateway::WorkerProcess worker;
+
+  std::string said;  // all that was told, in short
+  ModemState state = ModemState::kNoData;
+  std::optional<AttemptResult> result;
+
+ private:
+  gateway::ModemConfig config() {
+    gateway::ModemConfig config;
+    config.name = "main";
+    config.line = folder.file("line") + ":115200,n,8,1";
+    config.configFile = folder.write("modem.json", world::configurationText(config.line));
+    return config;
+  }
+
+  void onState(const std::string&, ModemState now, const std::string& reason) override {
+    state = now;
+    said += std::string("[") + wordOf(now) + ": " + reason + "]";
+  }
+  void onReport(const std::string&, const gateway::ModemReport& report) override {
+    said += "[report " + std::to_string(report.dBm.value_or(0)) + " " + report.registration + "]";
+  }
+  void onDoing(const std::string&, const std::string& doing) override { said += "[" + doing + "]"; }
+  void onPrompt(const std::string&, const std::string&, int) override { atPrompt(); }
+  void onAttemptEnded(const std::string&, const std::string& id, int number, const AttemptResult& ended) override {
+    EXPECT_EQ("m1", id + std::to_string(number));
+    result = ended;
+    said += "[ended: " + ended.reason + "]";
+  }
+  void onHealed(const std::string&) override { said += "[healed]"; }
+  void onReconnected(const std::string&) override { said += "[reconnected]"; }
+  void onDied(const std::string&, const std::optional<gateway::AttemptOrder>& running, const std::string&,
+              const std::string&) override {
+    said += running ? "[died sending]" : "[died]";
+  }
+};
+
+Fault fault(Fault::Trigger trigger, const std::string& pattern, int count = 1) {
+  Fault made;
+  made.trigger = trigger;
+  made.pattern = pattern;
+  made.count = count;
+  return made;
+}
+
+ModemOptions with(const Fault& fault) {
+  ModemOptions options;
+  options.faults = {fault};
+  return options;
+}
+
+void sends() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilSays("[report -79 home]")) << bench.said;
+  ASSERT_TRUE(bench.untilSays("[waiting]")) << bench.said;
+  const std::int64_t orderedMs = realMs();
+  const AttemptResult result = bench.send();
+  testing::Test::RecordProperty("orderToLineMs", static_cast<int>(bench.begunMs - orderedMs));
+  EXPECT_EQ(Verdict::kSent, result.verdict) << bench.said;
+  EXPECT_EQ(1, result.reference);
+  EXPECT_EQ(1, bench.messages);
+  EXPECT_NE(std::string::npos, result.recording.find("PUMP OK\\\\x1a")) << result.recording;
+  bench.worker.stop(0, realMs());
+  EXPECT_TRUE(bench.until([&] { return !bench.worker.isRunning(); }));
+  EXPECT_EQ(std::string::npos, bench.said.find("[died")) << bench.said;
+}
+
+void isRefused() {
+  Fault busy = fault(Fault::Trigger::body, "PUMP*");
+  busy.error = "+CMS ERROR: 42";
+  Bench bench(with(busy));
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  const AttemptResult result = bench.send();
+  EXPECT_EQ(Verdict::kRefused, result.verdict) << bench.said;
+  EXPECT_EQ(42, result.code);
+  EXPECT_EQ(hostkit::ErrorClass::kNetwork, result.errorClass);
+  EXPECT_TRUE(bench.until([&] { return bench.said.rfind("[report") > bench.said.find("[ended"); })) << bench.said;
+}
+
+void hearsTheLateResult() {
+  Fault late = fault(Fault::Trigger::body, "*");
+  late.delayMs = 13000;
+  Bench bench(with(late));
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
+  EXPECT_NE(std::string::npos, bench.said.find("[listening for a late result]")) << bench.said;
+}
+
+void doubtsASilentModem() {
+  ModemOptions options;
+  options.smsOutcome = simulator::SmsOutcome::silent;
+  Bench bench(options, 1);
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  EXPECT_EQ(Verdict::kUncertain, bench.send().verdict) << bench.said;
+}
+
+void stopsWhileItListens() {
+  ModemOptions options;
+  options.smsOutcome = simulator::SmsOutcome::silent;
+  Bench bench(options);
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  bench.order();
+  ASSERT_TRUE(bench.untilSays("[listening")) << bench.said;
+  bench.worker.stop(1, realMs());
+  EXPECT_TRUE(bench.until([&] { return !bench.worker.isRunning(); })) << bench.said;
+  ASSERT_TRUE(bench.result) << bench.said;
+  EXPECT_EQ(Verdict::kUncertain, bench.result->verdict) << bench.said;
+}
+
+// The line comes back as another terminal behind the same link.
+void followsAReplug() {
+  Fault unplug = fault(Fault::Trigger::command, "AT+CSQ");
+  unplug.hangUpMs = 1500;
+  Bench bench(with(unplug));
+  ASSERT_TRUE(bench.untilSays("[reconnected]")) << bench.said;
+  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
+}
+
+void tellsOfASimThatIsMissing() {
+  Fault noSim = fault(Fault::Trigger::command, "AT+CSQ");
+  noSim.error = "+CME ERROR: 10";
+  Bench bench(with(noSim));
+  ASSERT_TRUE(bench.untilSays("[notAvailable: the modem answers +CME ERROR: 10 (")) << bench.said;
+  EXPECT_TRUE(bench.untilSays("[report")) << bench.said;
+}
+
+// Killed with the number given and the text not yet written.
+void healsAfterAKillAtThePrompt() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  bench.atPrompt = [&] { bench.worker.kill(); };
+  bench.order();
+  ASSERT_TRUE(bench.untilSays("[died sending]")) << bench.said;
+  bench.atPrompt = [&] { bench.worker.goAhead(); };
+  ASSERT_TRUE(bench.untilSays("[healed]")) << bench.said;
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
+  EXPECT_EQ(1, bench.messages);
+}
+
+void writesNothingWithoutLeave() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  bench.atPrompt = [] {};
+  bench.order();
+  ASSERT_TRUE(bench.untilSays("[died sending]")) << bench.said;
+  EXPECT_TRUE(bench.untilSays("[healed]")) << bench.said;
+  EXPECT_EQ(0, bench.messages);
+}
+
+// The modem's answer reached the supervisor before the worker died.
+void countsWhatADeadWorkerHeard() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  bench.order();
+  ASSERT_TRUE(bench.until([&] { return bench.messages == 1; })) << bench.said;
+  bench.worker.kill();
+  EXPECT_TRUE(bench.untilSays("[died")) << bench.said;
+}
+
+void healsAfterALatePrompt() {
+  Fault late = fault(Fault::Trigger::command, "AT+CMGS=*");
+  late.delayMs = 5000;
+  Bench bench(with(late));
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  EXPECT_EQ(Verdict::kNotSent, bench.send().verdict) << bench.said;
+  ASSERT_TRUE(bench.untilSays("[healed]")) << bench.said;
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
+  EXPECT_EQ(1, bench.messages);
+}
+
+// By the clock that the supervisor gives, here ahead of the real one.
+void isKilledWhenStuck() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilSays("[opening the line]")) << bench.said;
+  bench.worker.onTime(realMs() + 44000);
+  EXPECT_EQ(std::string::npos, bench.said.find("[died]")) << bench.said;
+  bench.worker.onTime(realMs() + 46000);
+  EXPECT_NE(std::string::npos, bench.said.find("[died]")) << bench.said;
+}
+
+}  // namespace
+
+TEST(WorkerProcessTest, KeepsItsPromise) {
+  const std::pair<const char*, void (*)()> cases[] = {{"sends", sends},
+                                                      {"isRefused", isRefused},
+                                                      {"hearsTheLateResult", hearsTheLateResult},
+                                                      {"doubtsASilentModem", doubtsASilentModem},
+                                                      {"stopsWhileItListens", stopsWhileItListens},
+                                                      {"followsAReplug", followsAReplug},
+                                                      {"tellsOfASimThatIsMissing", tellsOfASimThatIsMissing},
+                                                      {"healsAfterAKillAtThePrompt", healsAfterAKillAtThePrompt},
+                                                      {"writesNothingWithoutLeave", writesNothingWithoutLeave},
+                                                      {"countsWhatADeadWorkerHeard", countsWhatADeadWorkerHeard},
+                                                      {"healsAfterALatePrompt", healsAfterALatePrompt},
+                                                      {"isKilledWhenStuck", isKilledWhenStuck}};
+  std::vector<std::thread> threads;
+  for (const auto& [name, work] : cases) {
+    threads.emplace_back([name = name, work = work] {
+      SCOPED_TRACE(name);
+      work();
+    });
+  }
+  for (std::thread& thread : threads) {
+    thread.join();
+  }
+}
+
+int main(int argc, char** argv) {
+  if (argc > 1 && std::string(argv[1]) == "worker") {
+    return gateway::workerMain(3);
+  }
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
