@@ -7,25 +7,30 @@
 #include <cstdlib>
 #include <ctime>
 #include <iostream>
+#include <string_view>
 
 namespace orvix::program {
 namespace {
 
-std::string environment(const char* name) {
+std::string_view environment(const char* name) {
   const char* const value = std::getenv(name);
   return value != nullptr ? value : "";
 }
 
-bool colorOff = !environment("NO_COLOR").empty() || environment("TERM") == "dumb";
+bool isSwitchedOff = false;
+
+bool isPainting(const std::ostream& stream) {
+  return !isSwitchedOff && isTerminal(stream) && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
+}
 
 std::string painted(const std::ostream& stream, const char* code, const std::string& text) {
-  return colorOff || !isTerminal(stream) ? text : std::string("\x1b[") + code + "m" + text + "\x1b[0m";
+  return isPainting(stream) ? std::string("\x1b[") + code + "m" + text + "\x1b[0m" : text;
 }
 
 }  // namespace
 
 void switchColorOff() {
-  colorOff = true;
+  isSwitchedOff = true;
 }
 
 bool isTerminal(const std::ostream& stream) {

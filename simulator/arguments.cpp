@@ -1,10 +1,10 @@
 #include "simulator/arguments.h"
 
-#include "simulator/scenario.h"
-
 #include <charconv>
 #include <fstream>
 #include <sstream>
+
+#include "simulator/scenario.h"
 
 namespace orvix::simulator {
 namespace {
@@ -38,7 +38,7 @@ void setSmsOutcome(const std::string& text, ModemOptions& options) {
   if (const std::optional<SmsOutcome> outcome = smsOutcomeOf(text)) {
     options.smsOutcome = *outcome;
   } else if (const std::optional<int> code = numberIn(text, kMaxErrorCode)) {
-    options.smsOutcome = SmsOutcome::refused;
+    options.smsOutcome = SmsOutcome::kRefused;
     options.smsErrorCode = *code;
   } else {
     throw CLI::ValidationError("--sms", "must be ok, silent, no-prompt or an error code from 0 to 999");
@@ -76,7 +76,7 @@ void describeLine(CLI::App& app, Arguments& arguments) {
       ->group(kLineGroup);
 }
 
-// Options are applied in the order of this list, so that those behind --scenario overrule the file.
+// Options are applied in the order of this list, so that those after --scenario overrule the file.
 void describeModem(CLI::App& app, Arguments& arguments) {
   ModemOptions& modem = arguments.modem;
   app.add_option_function<std::string>(

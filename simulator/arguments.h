@@ -1,13 +1,12 @@
 // The command line of gsm-modem-simulator.
 #pragma once
 
-#include "simulator/modemOptions.h"
-#include "simulator/tcpLine.h"
-
 #include <CLI/CLI.hpp>
-
 #include <optional>
 #include <string>
+
+#include "simulator/modemOptions.h"
+#include "simulator/tcpLine.h"
 
 namespace orvix::simulator {
 

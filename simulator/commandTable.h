@@ -1,14 +1,18 @@
-// What the files of the command set share: a request, its usual answers and the tables of each. Pure: any thread.
+// The tables of the command set and what their functions share. Pure: any thread.
 #pragma once
-
-#include "simulator/commands.h"
 
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "simulator/modemOptions.h"
+#include "simulator/reply.h"
+#include "simulator/settings.h"
 
 namespace orvix::simulator {
 
 struct Request {
+  std::string_view name;      // in upper case, without AT
   std::string_view argument;  // what follows the name: "", "?", "=?" or "=value"
   const ModemOptions& options;
   Settings& settings;
@@ -19,19 +23,20 @@ struct Command {
   Answer (*execute)(const Request& request);
 };
 
-std::string upperCase(std::string_view text);  // ASCII letters alone
+// ITU-T V.250 and 3GPP TS 27.007, and 3GPP TS 27.005.
+const std::vector<Command>& generalCommands();
+const std::vector<Command>& messageCommands();
 
-Answer ok();
-Answer error();
-Answer information(std::string_view text);  // the text, then OK
+// "<name>: <text>", then OK.
+Answer labelled(const Request& request, const std::string& text);
 
-// As AT+CMEE asks.
-Answer incorrectParameters(const Settings& settings);
+// A number of one digit from 0 to `largest`; `details` follow the value that is asked for.
+Answer numberSetting(const Request& request, int Settings::*value, int largest, const std::string& details = {});
 
 // A list of values that the modem stores as they are given: decimal numbers, texts in quotes, commas.
-Answer answerStored(const Request& request, std::string_view label, std::string& value, std::string_view range);
+Answer storedSetting(const Request& request, std::string Settings::*value, const std::string& range);
 
-// The commands of 3GPP TS 27.005; null when there is none of that name.
-const Command* findMessageCommand(std::string_view name);
+// <stat> of AT+CREG, with the location where it is known and asked for.
+std::string registrationText(const ModemOptions& options, const Settings& settings);
 
 }  // namespace orvix::simulator

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <unistd.h>
+
 #include <cerrno>
 #include <string>
 #include <system_error>

@@ -1,8 +1,9 @@
 #include "simulator/disturbance.h"
 
-#include "simulator/commandTable.h"
-
 #include <utility>
+
+#include "common/text.h"
+#include "simulator/reply.h"
 
 namespace orvix::simulator {
 namespace {
@@ -11,9 +12,9 @@ bool fits(const Fault& fault, Fault::Trigger trigger, std::string_view text) {
   if (fault.trigger != trigger) {
     return false;
   }
-  const bool isCommand = trigger == Fault::Trigger::command;
-  const std::string pattern = isCommand ? upperCase(fault.pattern) : fault.pattern;
-  const std::string candidate = isCommand ? upperCase(text) : std::string(text);
+  const bool isCommand = trigger == Fault::Trigger::kCommand;
+  const std::string pattern = isCommand ? toUpper(fault.pattern) : fault.pattern;
+  const std::string candidate = isCommand ? toUpper(std::string(text)) : std::string(text);
   if (pattern.empty() || pattern.back() != '*') {
     return candidate == pattern;
   }
@@ -53,10 +54,10 @@ std::string inside(const Fault& fault, std::string reply) {
 
 }  // namespace
 
-FaultCounter::FaultCounter(std::vector<Fault> listed) : faults(std::move(listed)), met(faults.size()) {
+FaultSelector::FaultSelector(std::vector<Fault> listed) : faults(std::move(listed)), occurrences(faults.size()) {
 }
 
-const Fault& FaultCounter::meet(Fault::Trigger trigger, std::string_view text) {
+const Fault& FaultSelector::select(Fault::Trigger trigger, std::string_view text) {
   static const Fault kNone;
   const Fault* chosen = &kNone;
   for (std::size_t i = 0; i < faults.size(); ++i) {
@@ -64,7 +65,7 @@ const Fault& FaultCounter::meet(Fault::Trigger trigger, std::string_view text) {
     if (!fits(fault, trigger, text)) {
       continue;
     }
-    const int turn = ++met[i] - fault.from;
+    const int turn = ++occurrences[i] - fault.from;
     if (chosen == &kNone && turn >= 0 && turn < fault.count) {
       chosen = &fault;
     }

@@ -1,26 +1,26 @@
 // Chooses the fault of a command or body, and does to a reply what it says. One thread at a time.
 #pragma once
 
-#include "simulator/fault.h"
-
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "simulator/fault.h"
+
 namespace orvix::simulator {
 
 // Counts how often each fault was met.
-class FaultCounter {
+class FaultSelector {
  public:
-  explicit FaultCounter(std::vector<Fault> listed);
+  explicit FaultSelector(std::vector<Fault> listed);
 
   // The first fault on the list that fits and whose turn it is, otherwise a fault without any effect. Commands fit in
   // any mixture of cases, bodies byte for byte. Valid as long as the counter.
-  const Fault& meet(Fault::Trigger trigger, std::string_view text);
+  const Fault& select(Fault::Trigger trigger, std::string_view text);
 
  private:
   const std::vector<Fault> faults;
-  std::vector<int> met;  // by index of faults
+  std::vector<int> occurrences;  // by index of faults
 };
 
 struct ReplyPiece {
@@ -29,7 +29,7 @@ struct ReplyPiece {
 };
 
 // The reply, empty for none, as it leaves the modem: NUL bytes, garbage, unsolicited lines in front, the reply itself,
-// unsolicited lines behind. Lines between stand in front of the last line of a reply that has several.
+// unsolicited lines after it. Lines between stand in front of the last line of a reply that has several.
 std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply);
 
 }  // namespace orvix::simulator

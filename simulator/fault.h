@@ -11,9 +11,9 @@
 namespace orvix::simulator {
 
 struct Fault {
-  enum class Trigger { command, body };
+  enum class Trigger { kCommand, kBody };
 
-  Trigger trigger = Trigger::command;
+  Trigger trigger = Trigger::kCommand;
   std::string pattern;  // the whole command line or body, or its beginning and a "*"
   int from = 1;         // the first occurrence that suffers, counted from 1
   int count = std::numeric_limits<int>::max();

@@ -54,6 +54,21 @@ char16_t extended(char septet) {
   return plain(septet);
 }
 
+std::string septetsOfAscii(char character) {
+  const auto code = static_cast<char16_t>(character);
+  // From the end: the blank at the escape's place is only what an escape is shown as.
+  const std::size_t index = std::u16string_view(kDefault).rfind(code);
+  if (index != std::u16string_view::npos) {
+    return {static_cast<char>(index)};
+  }
+  for (const auto& row : kExtension) {
+    if (row.character == code) {
+      return {kEscape, row.septet};
+    }
+  }
+  return "?";
+}
+
 unsigned octetAt(std::string_view octets, std::size_t index) {
   return index < octets.size() ? static_cast<unsigned char>(octets[index]) : 0;
 }
@@ -78,6 +93,22 @@ std::string unpackSeptets(std::string_view octets, std::size_t first, std::size_
     const std::size_t octet = i * 7 / 8;
     const unsigned pair = octetAt(octets, octet) | octetAt(octets, octet + 1) << 8;
     septets += static_cast<char>(pair >> (i * 7 % 8) & 0x7F);
+  }
+  return septets;
+}
+
+std::string septetsOfGsmText(std::string_view bytes) {
+  std::string septets;
+  for (const char byte : bytes) {
+    septets += static_cast<char>(byte & 0x7F);
+  }
+  return septets;
+}
+
+std::string septetsOfIraText(std::string_view bytes) {
+  std::string septets;
+  for (const char byte : bytes) {
+    septets += septetsOfAscii(static_cast<char>(byte & 0x7F));
   }
   return septets;
 }

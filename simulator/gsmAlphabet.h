@@ -11,8 +11,13 @@ namespace orvix::simulator {
 // counted from the first octet. Octets that are missing read as zero.
 std::string unpackSeptets(std::string_view octets, std::size_t first, std::size_t end);
 
+// What text mode makes of a body's bytes, of which it knows the lower seven bits, one septet a byte: with AT+CSCS="GSM"
+// they are septets, with "IRA" ASCII, of which some characters take two and those that the alphabet lacks become "?".
+std::string septetsOfGsmText(std::string_view bytes);
+std::string septetsOfIraText(std::string_view bytes);
+
 // The default alphabet with its extension table, one septet a byte. A code that the extension table leaves open is
-// shown as the default alphabet shows it, an escape behind an escape as a blank.
+// shown as the default alphabet shows it, an escape after an escape as a blank.
 std::string utf8OfGsm(std::string_view septets);
 
 // Two octets a unit, high one first, with surrogate pairs as in UTF-16. Half a pair becomes U+FFFD, an odd octet at the

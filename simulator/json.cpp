@@ -1,114 +1,118 @@
 #include "simulator/json.h"
 
+#include <limits>
+#include <nlohmann/json.hpp>
+#include <set>
 #include <utility>
+
+#include "common/printable.h"
 
 namespace orvix::simulator {
 namespace {
 
-using Bson = std::unique_ptr<bson_t, decltype(&bson_destroy)>;
-using Reader = std::unique_ptr<bson_json_reader_t, decltype(&bson_json_reader_destroy)>;
+using Json = nlohmann::ordered_json;  // complaints come in the order of the file
 
-Bson parse(const std::string& text) {
-  Bson document(bson_new(), bson_destroy);
-  Bson surplus(bson_new(), bson_destroy);
-  const Reader reader(bson_json_data_reader_new(false, text.size()), bson_json_reader_destroy);
-  bson_json_data_reader_ingest(reader.get(), reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
-  bson_error_t error{};
-  const int found = bson_json_reader_read(reader.get(), document.get(), &error);
-  if (found < 0) {
-    throw JsonError(std::string("not JSON: ") + error.message);
+// The library keeps the last of several equal keys; a person who wrote two of them is better told.
+class KeyCheck {
+ public:
+  bool operator()(int /*depth*/, Json::parse_event_t event, const Json& parsed) {
+    if (event == Json::parse_event_t::object_start) {
+      open.emplace_back();
+    } else if (event == Json::parse_event_t::object_end) {
+      open.pop_back();
+    } else if (event == Json::parse_event_t::key && !open.back().insert(parsed.get<std::string>()).second) {
+      throw JsonError(shown(parsed.get<std::string>()) + ": given twice");
+    }
+    return true;
   }
-  if (found == 0 || bson_json_reader_read(reader.get(), surplus.get(), &error) != 0) {
-    throw JsonError("must be one JSON object");
+
+ private:
+  std::vector<std::set<std::string>> open;  // the keys of each object that is not closed yet
+};
+
+Json parse(const std::string& text) {
+  try {
+    return Json::parse(text, [check = KeyCheck()](int depth, Json::parse_event_t event, const Json& parsed) mutable {
+      return check(depth, event, parsed);
+    });
+  } catch (const Json::exception& error) {
+    const std::string what = error.what();  // "[json.exception.parse_error.101] parse error at ..."
+    throw JsonError("not JSON: " + shown(what.substr(what.find(' ') + 1)));
   }
-  return document;
 }
 
-std::vector<JsonValue> membersFrom(const bson_iter_t& front, const std::string& prefix) {
+std::vector<JsonValue> membersOf(const Json& object, const std::string& prefix) {
   std::vector<JsonValue> members;
-  bson_iter_t position = front;
-  while (bson_iter_next(&position)) {
-    const JsonValue member(position, prefix + bson_iter_key(&position));
-    for (const JsonValue& earlier : members) {
-      if (earlier.key() == member.key()) {
-        member.refuse("given twice");
-      }
-    }
-    members.push_back(member);
+  for (const auto& [key, value] : object.items()) {
+    members.emplace_back(value, prefix + key, key);
   }
   return members;
 }
 
 }  // namespace
 
-JsonValue::JsonValue(const bson_iter_t& position, std::string pathToHere)
-    : iterator(position), path(std::move(pathToHere)) {
-}
-
-std::string_view JsonValue::key() const {
-  return bson_iter_key(&iterator);
+JsonValue::JsonValue(const Json& viewed, std::string pathToHere, std::string lastKey)
+    : value(&viewed), path(std::move(pathToHere)), keyText(std::move(lastKey)) {
 }
 
 std::int64_t JsonValue::integer(std::int64_t least, std::int64_t greatest) const {
-  const bool isWhole = BSON_ITER_HOLDS_INT32(&iterator) || BSON_ITER_HOLDS_INT64(&iterator);
-  const std::int64_t value = isWhole ? bson_iter_as_int64(&iterator) : 0;
-  if (!isWhole || value < least || value > greatest) {
+  constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+  const bool isTooLarge = value->is_number_unsigned() && value->get<std::uint64_t>() > kLargest;
+  const std::int64_t number = value->is_number_integer() && !isTooLarge ? value->get<std::int64_t>() : 0;
+  if (!value->is_number_integer() || isTooLarge || number < least || number > greatest) {
     refuse("must be a whole number from " + std::to_string(least) + " to " + std::to_string(greatest));
   }
-  return value;
+  return number;
 }
 
 bool JsonValue::boolean() const {
-  if (!BSON_ITER_HOLDS_BOOL(&iterator)) {
+  if (!value->is_boolean()) {
     refuse("must be true or false");
   }
-  return bson_iter_bool(&iterator);
+  return value->get<bool>();
 }
 
 bool JsonValue::isText() const {
-  return BSON_ITER_HOLDS_UTF8(&iterator);
+  return value->is_string();
 }
 
 std::string JsonValue::text() const {
   if (!isText()) {
     refuse("must be a text");
   }
-  std::uint32_t size = 0;
-  const char* characters = bson_iter_utf8(&iterator, &size);
-  return {characters, size};
+  return value->get<std::string>();
 }
 
 std::vector<JsonValue> JsonValue::items() const {
-  bson_iter_t item;
-  if (!BSON_ITER_HOLDS_ARRAY(&iterator) || !bson_iter_recurse(&iterator, &item)) {
+  if (!value->is_array()) {
     refuse("must be a list");
   }
   std::vector<JsonValue> values;
-  while (bson_iter_next(&item)) {
-    values.emplace_back(item, path + "[" + std::to_string(values.size()) + "]");
+  for (const Json& item : *value) {
+    values.emplace_back(item, path + "[" + std::to_string(values.size()) + "]", "");
   }
   return values;
 }
 
 std::vector<JsonValue> JsonValue::members() const {
-  bson_iter_t member;
-  if (!BSON_ITER_HOLDS_DOCUMENT(&iterator) || !bson_iter_recurse(&iterator, &member)) {
+  if (!value->is_object()) {
     refuse("must be an object");
   }
-  return membersFrom(member, path + ".");
+  return membersOf(*value, path + ".");
 }
 
 void JsonValue::refuse(const std::string& complaint) const {
-  throw JsonError(path + ": " + complaint);
+  throw JsonError(shown(path) + ": " + complaint);
 }
 
-JsonDocument::JsonDocument(const std::string& text) : document(parse(text)) {
+JsonDocument::JsonDocument(const std::string& text) : document(std::make_shared<const Json>(parse(text))) {
+  if (!document->is_object()) {
+    throw JsonError("must be one JSON object");
+  }
 }
 
 std::vector<JsonValue> JsonDocument::members() const {
-  bson_iter_t member;
-  bson_iter_init(&member, document.get());
-  return membersFrom(member, "");
+  return membersOf(*document, "");
 }
 
 }  // namespace orvix::simulator

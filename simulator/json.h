@@ -4,11 +4,10 @@
 // Everything throws JsonError, whose what() reads "faults[0].from: must be a whole number from 1 to 100".
 #pragma once
 
-#include <bson/bson.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -23,32 +22,34 @@ class JsonError : public std::runtime_error {
 
 class JsonValue {
  public:
-  JsonValue(const bson_iter_t& position, std::string pathToHere);
+  // Borrows the value, whose key is the last part of the path.
+  JsonValue(const nlohmann::ordered_json& viewed, std::string pathToHere, std::string lastKey);
 
-  std::string_view key() const;
+  const std::string& key() const { return keyText; }
   std::int64_t integer(std::int64_t least, std::int64_t greatest) const;
   bool boolean() const;
   std::string text() const;
   bool isText() const;
   std::vector<JsonValue> items() const;    // of an array
-  std::vector<JsonValue> members() const;  // of an object, each key once
+  std::vector<JsonValue> members() const;  // of an object, in their order
 
   [[noreturn]] void refuse(const std::string& complaint) const;
 
  private:
-  bson_iter_t iterator;
+  const nlohmann::ordered_json* value;
   std::string path;
+  std::string keyText;
 };
 
 class JsonDocument {
  public:
-  // One object and nothing behind it.
+  // One object and nothing after it, each key of each object once.
   explicit JsonDocument(const std::string& text);
 
   std::vector<JsonValue> members() const;
 
  private:
-  std::unique_ptr<bson_t, decltype(&bson_destroy)> document;
+  std::shared_ptr<const nlohmann::ordered_json> document;
 };
 
 // What to do with a key of an object that becomes a Target.

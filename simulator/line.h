@@ -29,12 +29,12 @@ class Line {
   // Never waits; what does not fit is lost.
   virtual void send(std::string_view bytes) = 0;
 
-  // Whether clients have taken all that was sent, or never will because they are gone.
+  // Whether clients have read all that was sent, or never will because they are gone.
   virtual bool isDrained() const = 0;
 
-  // Ends the connection and lets nobody in until comeBack.
+  // Ends the connection and lets nobody in until reconnect.
   virtual void hangUp() = 0;
-  virtual void comeBack() = 0;
+  virtual void reconnect() = 0;
 };
 
 }  // namespace orvix::simulator

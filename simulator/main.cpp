@@ -1,18 +1,18 @@
 // gsm-modem-simulator: a GSM modem on a pseudo-terminal or on the network, for developing without hardware.
 
-#include "simulator/arguments.h"
-#include "simulator/messageLog.h"
-#include "simulator/modem.h"
-#include "simulator/printable.h"
-#include "simulator/ptyLine.h"
-#include "simulator/replay.h"
-#include "simulator/runLoop.h"
-
 #include <csignal>
 #include <ctime>
 #include <iostream>
 #include <memory>
 #include <sstream>
+
+#include "common/printable.h"
+#include "simulator/arguments.h"
+#include "simulator/messageLog.h"
+#include "simulator/modem.h"
+#include "simulator/ptyLine.h"
+#include "simulator/replay.h"
+#include "simulator/runLoop.h"
 
 namespace orvix::simulator {
 namespace {
@@ -37,17 +37,17 @@ void stopOnSignals(const StopEvent& stop) {
 }
 
 void showMessage(const Message& message) {
-  std::cout << "\nSMS to " << printable(message.destination) << "\n  " << printable(message.text) << std::endl;
+  std::cout << "\nSMS to " << escaped(message.destination) << "\n  " << escaped(message.text) << std::endl;
 }
 
 void showDialogue(Direction direction, std::string_view bytes) {
-  std::cerr << (direction == Direction::toModem ? "-> " : "<- ") << printable(bytes) << std::endl;
+  std::cerr << (direction == Direction::kToModem ? "-> " : "<- ") << escaped(bytes) << std::endl;
 }
 
 void announce(const Line& line, const std::string& link) {
   std::cout << "modem on " << line.name();
   if (!link.empty()) {
-    std::cout << " linked from " << printable(link);
+    std::cout << " linked from " << escaped(link);
   }
   std::cout << std::endl;
 }
@@ -57,7 +57,7 @@ int complain(const std::string& complaint, int exitCode) {
   return exitCode;
 }
 
-void runOnLine(Station& station, const Arguments& arguments) {
+void runOnLine(Dce& dce, const Arguments& arguments) {
   static const StopEvent stop;  // outlives this call, since a signal may arrive until the process is gone
   stopOnSignals(stop);
   std::unique_ptr<Line> line;
@@ -68,7 +68,7 @@ void runOnLine(Station& station, const Arguments& arguments) {
   }
   const auto announceLine = [&] { announce(*line, arguments.link); };
   announceLine();
-  run(station, *line, stop, announceLine);
+  run(dce, *line, stop, announceLine);
 }
 
 int serve(const Arguments& arguments) {
@@ -102,8 +102,8 @@ Recording recordingIn(const std::string& path) {
 int play(const Arguments& arguments) {
   Replay replay(recordingIn(arguments.replayFile));
   runOnLine(replay, arguments);
-  if (replay.parting()) {
-    return complain(arguments.replayFile + ": " + *replay.parting(), kFailure);
+  if (replay.mismatch()) {
+    return complain(arguments.replayFile + ": " + *replay.mismatch(), kFailure);
   }
   return replay.isOver() ? 0 : complain(arguments.replayFile + ": ended before " + replay.expected(), kFailure);
 }

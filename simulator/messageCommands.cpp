@@ -1,12 +1,16 @@
-#include "simulator/commandTable.h"
+// The commands of 3GPP TS 27.005: short messages.
 
 #include <charconv>
+
+#include "simulator/commandTable.h"
 
 namespace orvix::simulator {
 namespace {
 
 constexpr std::size_t kMaxNumberLength = 40;
 constexpr std::size_t kMaxPduOctets = 164;  // of an SMS-SUBMIT
+constexpr char kIndications[] = "(0-2),(0),(0),(0),(0)";
+constexpr char kParameters[] = "(1,17),(0-255),(0-255),(0-255)";
 
 bool isNumber(std::string_view text) {
   if (!text.empty() && text.front() == '+') {
@@ -53,10 +57,10 @@ Answer sendMessage(const Request& request) {
   }
   if (request.settings.messageFormat == 0) {
     const std::size_t octets = pduOctets(request.argument);
-    return octets == 0 ? Answer{smsErrorReply(kInvalidPduModeParameter)} : prompt({MessageMode::pdu, {}, octets});
+    return octets == 0 ? messageError(kInvalidPduModeParameter) : prompt({MessageMode::kPdu, {}, octets});
   }
   const std::string_view number = quotedNumber(request.argument);
-  return number.empty() ? error() : prompt({MessageMode::text, std::string(number)});
+  return number.empty() ? error() : prompt({MessageMode::kText, std::string(number)});
 }
 
 Answer serviceCentre(const Request& request) {
@@ -66,48 +70,38 @@ Answer serviceCentre(const Request& request) {
   if (request.argument != "?" && quotedNumber(request.argument).empty()) {
     return incorrectParameters(request.settings);
   }
-  return answerStored(request, "+CSCA: ", request.settings.serviceCentre, "");
+  return storedSetting(request, &Settings::serviceCentre, "");
 }
 
 // Sending is supported, receiving and broadcasts are not.
 Answer messageService(const Request& request) {
-  constexpr std::string_view kServices = "0,1,0";
+  constexpr const char* kServices = "0,1,0";
   int& service = request.settings.messageService;
   if (request.argument == "=?") {
-    return information("+CSMS: (0,1)");
+    return labelled(request, "(0,1)");
   }
   if (request.argument == "?") {
-    return information("+CSMS: " + std::to_string(service) + "," + std::string(kServices));
+    return labelled(request, std::to_string(service) + "," + kServices);
   }
   if (request.argument != "=0" && request.argument != "=1") {
     return incorrectParameters(request.settings);
   }
   service = request.argument[1] - '0';
-  return information("+CSMS: " + std::string(kServices));
+  return labelled(request, kServices);
 }
-
-Answer textParameters(const Request& request) {
-  return answerStored(request, "+CSMP: ", request.settings.textParameters, "(1,17),(0-255),(0-255),(0-255)");
-}
-
-Answer indications(const Request& request) {
-  return answerStored(request, "+CNMI: ", request.settings.indications, "(0-2),(0),(0),(0),(0)");
-}
-
-constexpr Command kCommands[] = {
-    {"+CMGS", sendMessage},    {"+CSCA", serviceCentre}, {"+CSMS", messageService},
-    {"+CSMP", textParameters}, {"+CNMI", indications},
-};
 
 }  // namespace
 
-const Command* findMessageCommand(std::string_view name) {
-  for (const Command& row : kCommands) {
-    if (row.name == name) {
-      return &row;
-    }
-  }
-  return nullptr;
+const std::vector<Command>& messageCommands() {
+  static const std::vector<Command> kCommands = {
+      {"+CMGF", [](const Request& request) { return numberSetting(request, &Settings::messageFormat, 1); }},
+      {"+CMGS", sendMessage},
+      {"+CNMI", [](const Request& request) { return storedSetting(request, &Settings::indications, kIndications); }},
+      {"+CSCA", serviceCentre},
+      {"+CSMP", [](const Request& request) { return storedSetting(request, &Settings::textParameters, kParameters); }},
+      {"+CSMS", messageService},
+  };
+  return kCommands;
 }
 
 }  // namespace orvix::simulator

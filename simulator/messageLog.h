@@ -1,17 +1,17 @@
 // Messages as lines of a file, one JSON document each:
-//   { "number" : "+49170", "text" : "hello", "mode" : "text", "reference" : 1, "at" : "2026-03-01T09:30:00+01:00" }
+//   {"number":"+49170","text":"hello","mode":"text","reference":1,"at":"2026-03-01T09:30:00+01:00"}
 // One thread at a time.
 #pragma once
-
-#include "simulator/modem.h"
 
 #include <ctime>
 #include <fstream>
 #include <string>
 
+#include "simulator/modem.h"
+
 namespace orvix::simulator {
 
-// One line without its end. "reference" is null when the modem gave none; text that is not UTF-8 is taken for Latin-1.
+// One line without its end. "reference" is null when the modem gave none.
 std::string messageLine(const Message& message, std::time_t at);
 
 class MessageLog {

@@ -1,9 +1,10 @@
 #include "simulator/modem.h"
 
-#include "simulator/smsSubmit.h"
-
 #include <algorithm>
 #include <utility>
+
+#include "simulator/gsmAlphabet.h"
+#include "simulator/smsSubmit.h"
 
 namespace orvix::simulator {
 namespace {
@@ -48,10 +49,10 @@ void Modem::receive(std::string_view bytes, std::int64_t nowMs) {
   }
   for (const char byte : bytes) {
     switch (state) {
-      case State::command:
+      case State::kCommand:
         takeCommandByte(byte, nowMs);
         break;
-      case State::body:
+      case State::kBody:
         takeBodyByte(byte, nowMs);
         break;
     }
@@ -86,7 +87,7 @@ void Modem::endLine(std::int64_t nowMs) {
   }
   echo('\r', nowMs);
   const std::string line = std::exchange(input, {});
-  trace(Direction::toModem, line);
+  trace(Direction::kToModem, line);
   if (beginsWithAt(line)) {
     execute(line, nowMs);
   }
@@ -94,31 +95,31 @@ void Modem::endLine(std::int64_t nowMs) {
 
 void Modem::execute(const std::string& line, std::int64_t nowMs) {
   if (line.size() > kMaxLineLength) {
-    return reply(errorReply(), nowMs);
+    return reply(error().reply, nowMs);
   }
-  const Fault& fault = faults.meet(Fault::Trigger::command, line);
+  const Fault& fault = faults.select(Fault::Trigger::kCommand, line);
   Answer answer = fault.error.empty() ? answerCommand(line, options, settings) : Answer{framed(fault.error)};
   settings.echo = fault.echo.value_or(settings.echo);
-  if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::noPrompt)) {
+  if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::kNoPrompt)) {
     answer = {};
   }
   if (answer.submission) {
     submission = *std::move(answer.submission);
-    state = State::body;
+    state = State::kBody;
   }
   reply(answer.reply, nowMs, fault);
 }
 
 void Modem::endBody(std::int64_t nowMs) {
-  state = State::command;
+  state = State::kCommand;
   const std::string body = std::exchange(input, {});
-  trace(Direction::toModem, body + kCtrlZ);
+  trace(Direction::kToModem, body + kCtrlZ);
   std::optional<Message> message = messageOf(body);
   if (!message) {
-    const bool isText = submission.mode == MessageMode::text;
-    return reply(smsErrorReply(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter), nowMs);
+    const bool isText = submission.mode == MessageMode::kText;
+    return reply(messageError(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter).reply, nowMs);
   }
-  const Fault& fault = faults.meet(Fault::Trigger::body, message->text);
+  const Fault& fault = faults.select(Fault::Trigger::kBody, message->text);
   settings.echo = fault.echo.value_or(settings.echo);
   const std::string result = sendResult(*message, fault);
   keep(*std::move(message));
@@ -129,16 +130,17 @@ std::optional<Message> Modem::messageOf(const std::string& body) const {
   if (body.size() > kMaxBodyLength) {
     return std::nullopt;
   }
-  if (submission.mode == MessageMode::text) {
-    return Message{submission.destination, body};
+  if (submission.mode == MessageMode::kText) {
+    const bool isGsm = settings.characterSet == "\"GSM\"";
+    return Message{submission.destination, utf8OfGsm(isGsm ? septetsOfGsmText(body) : septetsOfIraText(body))};
   }
   const std::optional<SmsSubmit> submit = decodeSubmit(body, submission.pduOctets);
-  return submit ? std::optional<Message>({submit->number, submit->text, MessageMode::pdu}) : std::nullopt;
+  return submit ? std::optional<Message>({submit->number, submit->text, MessageMode::kPdu}) : std::nullopt;
 }
 
 void Modem::abandonBody(std::int64_t nowMs) {
-  state = State::command;
-  trace(Direction::toModem, std::exchange(input, {}) + kEscape);
+  state = State::kCommand;
+  trace(Direction::kToModem, std::exchange(input, {}) + kEscape);
   reply("\r\nOK\r\n", nowMs);
 }
 
@@ -157,13 +159,13 @@ std::string Modem::sendResult(Message& message, const Fault& fault) {
     return framed(fault.error);
   }
   switch (options.smsOutcome) {
-    case SmsOutcome::accepted:
+    case SmsOutcome::kAccepted:
       message.reference = ++messageReference;
-      return smsAcceptedReply(*message.reference);
-    case SmsOutcome::refused:
-      return smsErrorReply(options.smsErrorCode);
-    case SmsOutcome::silent:
-    case SmsOutcome::noPrompt:
+      return acceptedReply(*message.reference);
+    case SmsOutcome::kRefused:
+      return messageError(options.smsErrorCode).reply;
+    case SmsOutcome::kSilent:
+    case SmsOutcome::kNoPrompt:
       break;
   }
   return {};
@@ -187,7 +189,7 @@ void Modem::reply(const std::string& bytes, std::int64_t nowMs, const Fault& fau
     whole += piece.bytes;
   }
   if (!whole.empty()) {
-    trace(Direction::fromModem, whole);
+    trace(Direction::kFromModem, whole);
   }
 }
 
@@ -207,7 +209,7 @@ std::int64_t Modem::lastDueMs(std::int64_t dueMs) const {
   return outputs.empty() ? dueMs : std::max(dueMs, outputs.back().dueMs);
 }
 
-std::string Modem::takeDue(std::int64_t nowMs) {
+std::string Modem::takeOutput(std::int64_t nowMs) {
   walk(nowMs);
   if (returnMs && *returnMs <= nowMs) {
     returnMs.reset();
@@ -231,7 +233,7 @@ void Modem::hangUp(std::int64_t untilMs) {
   outputs.clear();
   pendingBytes = 0;
   input.clear();
-  state = State::command;
+  state = State::kCommand;
   restoreSettings();
 }
 

@@ -2,18 +2,13 @@
 // inside the call that causes them and must not call the modem back.
 //
 // Dialogue after ITU-T V.250: a command line begins with AT and ends with CR. Any other line is echoed and ignored.
-// Control characters and empty lines are swallowed without echo or answer, so what a client sends behind a Ctrl-Z does
+// Control characters and empty lines are swallowed without echo or answer, so what a client sends after a Ctrl-Z does
 // no harm. After the prompt of AT+CMGS (3GPP TS 27.005) everything is body until Ctrl-Z (0x1A) sends or Escape (0x1B)
 // abandons it: the text itself in text mode, an SMS-SUBMIT in hexadecimal in PDU mode.
 //
 // Nothing grows without limit: see the constants. What exceeds them answers an error (lines, bodies), is lost as on an
 // overrun line (output nobody takes) or pushes out the oldest (messages).
 #pragma once
-
-#include "simulator/commands.h"
-#include "simulator/disturbance.h"
-#include "simulator/modemOptions.h"
-#include "simulator/station.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -22,6 +17,11 @@
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "simulator/commands.h"
+#include "simulator/dce.h"
+#include "simulator/disturbance.h"
+#include "simulator/modemOptions.h"
 
 namespace orvix::simulator {
 
@@ -34,13 +34,13 @@ constexpr std::size_t kMaxMessages = 1000;
 struct Message {
   std::string destination;
   std::string text;  // text mode: the body byte for byte; PDU mode: the text of its PDU as UTF-8
-  MessageMode mode = MessageMode::text;
+  MessageMode mode = MessageMode::kText;
   std::optional<int> reference{};  // that of "+CMGS: <reference>"; none when the modem gave none
 };
 
-enum class Direction { toModem, fromModem };
+enum class Direction { kToModem, kFromModem };
 
-class Modem : public Station {
+class Modem : public Dce {
  public:
   using MessageHandler = std::function<void(const Message& message)>;
   using TraceHandler = std::function<void(Direction direction, std::string_view bytes)>;
@@ -48,12 +48,12 @@ class Modem : public Station {
   explicit Modem(const ModemOptions& initialOptions = {});
 
   // One handler each, replaced by the next call. The trace sees whole command lines (without CR), bodies and replies,
-  // never echo; a reply shows when it is decided, replyDelayMs before it can be taken.
+  // never echo; a reply shows when it is decided, replyDelayMs before it is due.
   void onMessage(MessageHandler handler);
   void onTrace(TraceHandler handler);
 
   void receive(std::string_view bytes, std::int64_t nowMs) override;
-  std::string takeDue(std::int64_t nowMs) override;
+  std::string takeOutput(std::int64_t nowMs) override;
   std::optional<std::int64_t> nextDueMs() const override;
 
   // False from a fault's hang-up to its return. What was still to be sent is lost then, and the modem that comes back
@@ -64,12 +64,12 @@ class Modem : public Station {
   const std::deque<Message>& messages() const;
 
  private:
-  enum class State { command, body };
+  enum class State { kCommand, kBody };
 
   struct Output {
     std::int64_t dueMs;
     std::string bytes;
-    std::optional<std::int64_t> hangUpMs{};  // behind the bytes: how long the line is gone
+    std::optional<std::int64_t> hangUpMs{};  // after the bytes: how long the line is gone
   };
 
   void takeCommandByte(char byte, std::int64_t nowMs);
@@ -91,11 +91,11 @@ class Modem : public Station {
   void trace(Direction direction, std::string_view bytes) const;
 
   ModemOptions options;  // the walk changes the network's part
-  FaultCounter faults;
+  FaultSelector faults;
   std::size_t stepsWalked = 0;
   std::optional<std::int64_t> returnMs;  // while hung up
   Settings settings;
-  State state = State::command;
+  State state = State::kCommand;
   std::string input;  // the line or body so far, cut one byte above its limit
   Submission submission{};
   std::uint8_t messageReference = 0;

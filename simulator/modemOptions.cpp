@@ -7,9 +7,9 @@ std::optional<SmsOutcome> smsOutcomeOf(std::string_view name) {
     std::string_view name;
     SmsOutcome outcome;
   } kOutcomes[] = {
-      {"ok", SmsOutcome::accepted},
-      {"silent", SmsOutcome::silent},
-      {"no-prompt", SmsOutcome::noPrompt},
+      {"ok", SmsOutcome::kAccepted},
+      {"silent", SmsOutcome::kSilent},
+      {"no-prompt", SmsOutcome::kNoPrompt},
   };
   for (const auto& row : kOutcomes) {
     if (row.name == name) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/ioctl.h>
 #include <termios.h>
+
 #include <cstdlib>
 #include <filesystem>
 
@@ -52,7 +53,7 @@ Descriptor openRaw(const std::string& path) {
   return terminal;
 }
 
-bool isLeftBehind(const std::string& link) {
+bool isStale(const std::string& link) {
   std::error_code notALink;
   const std::string target = fs::read_symlink(link, notALink).string();
   if (notALink) {
@@ -68,7 +69,7 @@ PtyLine::Terminal::Terminal() : master(openMaster()), slaveName(nameOfSlave(mast
 }
 
 PtyLine::PtyLine(std::string link) : linkPath(std::move(link)) {
-  comeBack();
+  reconnect();
 }
 
 PtyLine::~PtyLine() {
@@ -79,7 +80,7 @@ void PtyLine::createLink() const {
   if (linkPath.empty()) {
     return;
   }
-  if (isLeftBehind(linkPath)) {
+  if (isStale(linkPath)) {
     ::unlink(linkPath.c_str());
   }
   if (::symlink(slaveName.c_str(), linkPath.c_str()) < 0) {
@@ -141,7 +142,7 @@ void PtyLine::hangUp() {
   terminal.reset();
 }
 
-void PtyLine::comeBack() {
+void PtyLine::reconnect() {
   terminal.emplace();
   slaveName = terminal->slaveName;
   createLink();

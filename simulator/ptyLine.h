@@ -5,18 +5,18 @@
 // output that no client reads is lost once the terminal's buffer is full, and until then waits for the next client.
 #pragma once
 
-#include "simulator/descriptor.h"
-#include "simulator/line.h"
-
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "simulator/descriptor.h"
+#include "simulator/line.h"
 
 namespace orvix::simulator {
 
 class PtyLine final : public Line {
  public:
-  // A path that is not empty becomes a symbolic link to the slave. A link left behind by an earlier run (it dangles or
+  // A path that is not empty becomes a symbolic link to the slave. A stale link of an earlier run (it dangles or
   // points below /dev/pts/) is replaced; whatever else is there stays, and the constructor throws EEXIST.
   explicit PtyLine(std::string link = {});
 
@@ -34,7 +34,7 @@ class PtyLine final : public Line {
   // The terminal goes, and its link with it; clients read what a removed device reads. A new terminal comes back, most
   // likely under another path, and the same link.
   void hangUp() override;
-  void comeBack() override;
+  void reconnect() override;
 
  private:
   struct Terminal {

@@ -1,10 +1,10 @@
 #include "simulator/recording.h"
 
-#include "simulator/hex.h"
-#include "simulator/json.h"
-
 #include <limits>
 #include <optional>
+
+#include "common/printable.h"
+#include "simulator/json.h"
 
 namespace orvix::simulator {
 namespace {

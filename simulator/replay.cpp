@@ -1,9 +1,9 @@
 #include "simulator/replay.h"
 
-#include "simulator/printable.h"
-
 #include <algorithm>
 #include <utility>
+
+#include "common/printable.h"
 
 namespace orvix::simulator {
 
@@ -25,13 +25,13 @@ void Replay::skipToSent(std::int64_t baseMs, std::int64_t baseUs) {
 }
 
 void Replay::receive(std::string_view bytes, std::int64_t nowMs) {
-  while (!bytes.empty() && !partingText) {
+  while (!bytes.empty() && !mismatchText) {
     const std::string_view wanted = position < recording.size() ? recording[position].bytes : std::string_view{};
     const std::string_view rest = wanted.substr(matched);
     const std::size_t count = std::min(rest.size(), bytes.size());
     if (rest.empty() || bytes.substr(0, count) != rest.substr(0, count)) {
-      partingText =
-          "expected " + expected() + ", received \"" + printable(wanted.substr(0, matched)) + printable(bytes) + "\"";
+      mismatchText =
+          "expected " + expected() + ", received \"" + escaped(wanted.substr(0, matched)) + escaped(bytes) + "\"";
       return;
     }
     bytes.remove_prefix(count);
@@ -45,7 +45,7 @@ void Replay::receive(std::string_view bytes, std::int64_t nowMs) {
   }
 }
 
-std::string Replay::takeDue(std::int64_t nowMs) {
+std::string Replay::takeOutput(std::int64_t nowMs) {
   std::string due;
   while (!outputs.empty() && outputs.front().dueMs <= nowMs) {
     due += outputs.front().bytes;
@@ -68,18 +68,18 @@ bool Replay::isPlayed() const {
 }
 
 bool Replay::isOver() const {
-  return isQuiet || partingText.has_value();
+  return isQuiet || mismatchText.has_value();
 }
 
-const std::optional<std::string>& Replay::parting() const {
-  return partingText;
+const std::optional<std::string>& Replay::mismatch() const {
+  return mismatchText;
 }
 
 std::string Replay::expected() const {
   if (position == recording.size()) {
     return "its end";
   }
-  return "line " + std::to_string(recording[position].line) + ": \"" + printable(recording[position].bytes) + "\"";
+  return "line " + std::to_string(recording[position].line) + ": \"" + escaped(recording[position].bytes) + "\"";
 }
 
 }  // namespace orvix::simulator

@@ -4,34 +4,35 @@
 //
 // How the client's bytes fall into pieces does not matter, nor whether it sends a little sooner than in the recording,
 // before the last answer is out: a client that polls at other moments is no other client. What comes in front of
-// everything that was sent follows the moment when the station was switched on.
+// everything that was sent follows the moment of switching on.
 #pragma once
-
-#include "simulator/recording.h"
-#include "simulator/station.h"
 
 #include <deque>
 #include <optional>
 #include <string>
+
+#include "simulator/dce.h"
+#include "simulator/recording.h"
 
 namespace orvix::simulator {
 
 // After the last answer a client may still break the recording for this long.
 constexpr std::int64_t kReplayLingerMs = 500;
 
-class Replay : public Station {
+class Replay : public Dce {
  public:
   explicit Replay(Recording played);
 
   void receive(std::string_view bytes, std::int64_t nowMs) override;
-  std::string takeDue(std::int64_t nowMs) override;
+  std::string takeOutput(std::int64_t nowMs) override;
   std::optional<std::int64_t> nextDueMs() const override;
 
   // All was played, or the client left the recording.
   bool isOver() const override;
 
-  // Where the client left the recording: its line, what was expected and what came, printable. None when it did not.
-  const std::optional<std::string>& parting() const;
+  // Where the client departed from the recording: its line, what was expected and what came, printable. None when it
+  // did not.
+  const std::optional<std::string>& mismatch() const;
 
   // What the recording waits for, as "line <n>: <bytes>", printable, or "its end".
   std::string expected() const;
@@ -51,7 +52,7 @@ class Replay : public Station {
   std::deque<Output> outputs;  // due times never fall from front to back
   std::int64_t endMs = 0;      // of the latest output or input
   bool isQuiet = false;        // played, and the time to linger is over
-  std::optional<std::string> partingText;
+  std::optional<std::string> mismatchText;
 };
 
 }  // namespace orvix::simulator

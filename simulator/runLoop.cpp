@@ -2,6 +2,7 @@
 
 #include <poll.h>
 #include <sys/eventfd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <limits>
@@ -25,27 +26,27 @@ class Clock {
 };
 
 // For poll: the time left in milliseconds, or -1 to wait for events alone.
-int timeoutMs(const Station& station, const Clock& clock) {
-  const std::optional<std::int64_t> dueMs = station.nextDueMs();
+int timeoutMs(const Dce& dce, const Clock& clock) {
+  const std::optional<std::int64_t> dueMs = dce.nextDueMs();
   if (!dueMs) {
-    return station.isOver() ? kDrainPollMs : -1;
+    return dce.isOver() ? kDrainPollMs : -1;
   }
   return static_cast<int>(std::clamp<std::int64_t>(*dueMs - clock.nowMs(), 0, std::numeric_limits<int>::max()));
 }
 
-bool isLeft(const Line& line, std::int64_t overForMs) {
+bool isRead(const Line& line, std::int64_t overForMs) {
   return line.isDrained() || overForMs > kDrainLimitMs;
 }
 
-void followStation(const Station& station, Line& line, bool& isUp, const std::function<void()>& onReturn) {
-  if (station.isOnLine() == isUp) {
+void followHangUp(const Dce& dce, Line& line, bool& isUp, const std::function<void()>& onReturn) {
+  if (dce.isOnLine() == isUp) {
     return;
   }
   isUp = !isUp;
   if (!isUp) {
     return line.hangUp();
   }
-  line.comeBack();
+  line.reconnect();
   if (onReturn) {
     onReturn();
   }
@@ -69,23 +70,23 @@ int StopEvent::descriptor() const noexcept {
   return event.get();
 }
 
-void run(Station& station, Line& line, const StopEvent& stop, const std::function<void()>& onReturn) {
+void run(Dce& dce, Line& line, const StopEvent& stop, const std::function<void()>& onReturn) {
   const Clock clock;
   bool isUp = true;
-  for (std::int64_t activeMs = 0; !station.isOver() || !isLeft(line, clock.nowMs() - activeMs);) {
-    activeMs = station.isOver() ? activeMs : clock.nowMs();
+  for (std::int64_t activeMs = 0; !dce.isOver() || !isRead(line, clock.nowMs() - activeMs);) {
+    activeMs = dce.isOver() ? activeMs : clock.nowMs();
     pollfd events[] = {{stop.descriptor(), POLLIN, 0}, {line.descriptor(), POLLIN, 0}};
-    if (::poll(events, 2, timeoutMs(station, clock)) < 0 && errno != EINTR) {
+    if (::poll(events, 2, timeoutMs(dce, clock)) < 0 && errno != EINTR) {
       throwErrno("cannot wait for the line");
     }
     if (events[0].revents != 0) {
       return;
     }
     if (events[1].revents != 0) {
-      station.receive(line.receive(), clock.nowMs());
+      dce.receive(line.receive(), clock.nowMs());
     }
-    line.send(station.takeDue(clock.nowMs()));
-    followStation(station, line, isUp, onReturn);
+    line.send(dce.takeOutput(clock.nowMs()));
+    followHangUp(dce, line, isUp, onReturn);
   }
 }
 

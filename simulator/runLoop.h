@@ -1,11 +1,11 @@
 // Joins a station and its line in real time, in a program or in a thread of a test.
 #pragma once
 
+#include <functional>
+
+#include "simulator/dce.h"
 #include "simulator/descriptor.h"
 #include "simulator/line.h"
-#include "simulator/station.h"
-
-#include <functional>
 
 namespace orvix::simulator {
 
@@ -24,10 +24,10 @@ class StopEvent {
   Descriptor event;
 };
 
-// Switches the station on and returns when stop is requested, or when the station is over and clients have taken what
-// it sent; throws std::system_error when the line fails. Station and line belong to the calling thread meanwhile, and
-// the station's handlers run in it, as does onReturn, after each return from a hang-up: other threads look at the
-// station after run() returned.
-void run(Station& station, Line& line, const StopEvent& stop, const std::function<void()>& onReturn = {});
+// Switches the modem on and returns when stop is requested, or when the modem is over and clients have read what it
+// sent; throws std::system_error when the line fails. Modem and line belong to the calling thread meanwhile, and the
+// modem's handlers run in it, as does onReturn, after each return from a hang-up: other threads look at the modem after
+// run() returned.
+void run(Dce& dce, Line& line, const StopEvent& stop, const std::function<void()>& onReturn = {});
 
 }  // namespace orvix::simulator

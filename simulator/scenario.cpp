@@ -1,9 +1,9 @@
 #include "simulator/scenario.h"
 
-#include "simulator/hex.h"
-#include "simulator/json.h"
-
 #include <limits>
+
+#include "common/printable.h"
+#include "simulator/json.h"
 
 namespace orvix::simulator {
 namespace {
@@ -53,7 +53,7 @@ void readSms(const JsonValue& value, ModemOptions& options) {
     return;
   }
   options.smsErrorCode = smallNumber(value, 0, kMaxErrorCode);
-  options.smsOutcome = SmsOutcome::refused;
+  options.smsOutcome = SmsOutcome::kRefused;
 }
 
 std::string errorOf(const char* label, const JsonValue& value) {
@@ -107,8 +107,8 @@ void readUnsolicited(const JsonValue& value, Fault& fault) {
 }
 
 constexpr JsonField<Fault> kFaultFields[] = {
-    {"command", [](const JsonValue& v, Fault& f) { setTrigger(v, Fault::Trigger::command, f); }},
-    {"body", [](const JsonValue& v, Fault& f) { setTrigger(v, Fault::Trigger::body, f); }},
+    {"command", [](const JsonValue& v, Fault& f) { setTrigger(v, Fault::Trigger::kCommand, f); }},
+    {"body", [](const JsonValue& v, Fault& f) { setTrigger(v, Fault::Trigger::kBody, f); }},
     {"from", [](const JsonValue& v, Fault& f) { f.from = smallNumber(v, 1, kMaxOccurrence); }},
     {"count", [](const JsonValue& v, Fault& f) { f.count = smallNumber(v, 1, kMaxOccurrence); }},
     {"silence", [](const JsonValue& v, Fault& f) { f.isSilent = v.boolean(); }},

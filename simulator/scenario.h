@@ -1,9 +1,9 @@
 // Scenarios: files that describe a modem and its faults (docs/simulator.md). Pure: any thread.
 #pragma once
 
-#include "simulator/modemOptions.h"
-
 #include <string>
+
+#include "simulator/modemOptions.h"
 
 namespace orvix::simulator {
 

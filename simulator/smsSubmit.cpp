@@ -1,9 +1,9 @@
 #include "simulator/smsSubmit.h"
 
-#include "simulator/gsmAlphabet.h"
-#include "simulator/hex.h"
-
 #include <algorithm>
+
+#include "common/printable.h"
+#include "simulator/gsmAlphabet.h"
 
 namespace orvix::simulator {
 namespace {
@@ -14,7 +14,7 @@ constexpr unsigned kInternational = 0x91;  // type of number
 constexpr std::size_t kMaxDigits = 20;     // of an address
 constexpr std::size_t kMaxUserDataOctets = 140;
 
-enum class Alphabet { septets, octets, ucs2, compressed };
+enum class Alphabet { kSeptets, kOctets, kUcs2, kCompressed };
 
 // Takes fields from the front; once one is missing, good() stays false and every later field is empty.
 class Fields {
@@ -68,15 +68,15 @@ std::string takeNumber(Fields& fields) {
 }
 
 Alphabet alphabetOf(unsigned coding) {
-  constexpr Alphabet kAlphabets[] = {Alphabet::septets, Alphabet::octets, Alphabet::ucs2, Alphabet::septets};
+  constexpr Alphabet kAlphabets[] = {Alphabet::kSeptets, Alphabet::kOctets, Alphabet::kUcs2, Alphabet::kSeptets};
   const unsigned group = coding >> 4;
   if (group < 8) {
-    return group & 2 ? Alphabet::compressed : kAlphabets[coding >> 2 & 3];
+    return group & 2 ? Alphabet::kCompressed : kAlphabets[coding >> 2 & 3];
   }
   if (group == 0xF) {
-    return coding & 4 ? Alphabet::octets : Alphabet::septets;
+    return coding & 4 ? Alphabet::kOctets : Alphabet::kSeptets;
   }
-  return group == 0xE ? Alphabet::ucs2 : Alphabet::septets;
+  return group == 0xE ? Alphabet::kUcs2 : Alphabet::kSeptets;
 }
 
 std::size_t octetsOfValidity(unsigned firstOctet) {
@@ -91,13 +91,13 @@ std::optional<std::string> textOf(std::string_view data, std::size_t length, Alp
     return std::nullopt;
   }
   switch (alphabet) {
-    case Alphabet::septets:
+    case Alphabet::kSeptets:
       return utf8OfGsm(unpackSeptets(data, (header * 8 + 6) / 7, length));
-    case Alphabet::octets:
+    case Alphabet::kOctets:
       return utf8OfLatin1(data.substr(header));
-    case Alphabet::ucs2:
+    case Alphabet::kUcs2:
       return utf8OfUcs2(data.substr(header));
-    case Alphabet::compressed:
+    case Alphabet::kCompressed:
       break;
   }
   return std::nullopt;
@@ -111,7 +111,7 @@ std::optional<SmsSubmit> decode(Fields fields) {
   const Alphabet alphabet = alphabetOf(fields.octet());
   fields.take(octetsOfValidity(first));
   const std::size_t length = fields.octet();
-  const std::size_t octets = alphabet == Alphabet::septets ? (length * 7 + 7) / 8 : length;
+  const std::size_t octets = alphabet == Alphabet::kSeptets ? (length * 7 + 7) / 8 : length;
   const std::string_view data = fields.take(octets);
   if (!fields.good() || fields.left() != 0 || (first & 3) != kSubmit || number.empty() || octets > kMaxUserDataOctets) {
     return std::nullopt;

@@ -7,6 +7,7 @@
 #include <netinet/tcp.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
+
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -69,7 +70,7 @@ bool TcpAddress::isLoopback() const {
 
 TcpLine::TcpLine(const TcpAddress& wanted) : address(wanted) {
   bind();
-  comeBack();
+  reconnect();
 }
 
 void TcpLine::bind() {
@@ -157,7 +158,7 @@ void TcpLine::hangUp() {
   bind();
 }
 
-void TcpLine::comeBack() {
+void TcpLine::reconnect() {
   events = Descriptor(::epoll_create1(EPOLL_CLOEXEC));
   if (events.get() < 0 || ::listen(listener.get(), kBacklog) < 0) {
     throwErrno("cannot listen on ", address.text());

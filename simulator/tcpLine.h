@@ -5,12 +5,13 @@
 // likes; the modem notices neither. What is sent while there is no client is lost.
 #pragma once
 
-#include "simulator/descriptor.h"
-#include "simulator/line.h"
-
 #include <sys/socket.h>
+
 #include <string>
 #include <string_view>
+
+#include "simulator/descriptor.h"
+#include "simulator/line.h"
 
 namespace orvix::simulator {
 
@@ -37,9 +38,9 @@ class TcpLine final : public Line {
   void send(std::string_view bytes) override;
   bool isDrained() const override;
 
-  // Until the return the port stays taken and refuses connections.
+  // Until the return the port stays bound and refuses connections.
   void hangUp() override;
-  void comeBack() override;
+  void reconnect() override;
 
  private:
   void bind();

@@ -18,9 +18,9 @@ grep -q 'Manufacturer *: Orvix' "$folder/gammu.txt" || fail "gammu does not know
 grep -q 'IMEI *: 001010123456780' "$folder/gammu.txt" || fail "gammu does not know the IMEI"
 
 client sendsms TEXT +4917012345 -text 'hello world'
-sent '"number" : "+4917012345", "text" : "hello world", "mode" : "pdu", "reference" : 1'
+sent '"number":"+4917012345","text":"hello world","mode":"pdu","reference":1'
 client sendsms TEXT 0170 -text 'a[b]{c}~^|\'
-sent '"number" : "0170", "text" : "a[b]{c}~^|\\", "mode" : "pdu", "reference" : 2'
+sent '"number":"0170","text":"a[b]{c}~^|\\","mode":"pdu","reference":2'
 client sendsms TEXT 0170 -unicode -text 'žluť'
-sent '"text" : "žluť", "mode" : "pdu", "reference" : 3'
+sent '"text":"žluť","mode":"pdu","reference":3'
 echo PASSED

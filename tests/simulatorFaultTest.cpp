@@ -1,22 +1,22 @@
 // What the development modem can do wrong, its PDU mode, its recordings and its line on the network.
 
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+
+#include <sstream>
+#include <thread>
+#include <utility>
+
+#include "common/printable.h"
 #include "simulator/json.h"
 #include "simulator/messageLog.h"
 #include "simulator/modem.h"
-#include "simulator/printable.h"
 #include "simulator/ptyLine.h"
 #include "simulator/replay.h"
 #include "simulator/runLoop.h"
 #include "simulator/scenario.h"
 #include "simulator/tcpLine.h"
-
-#include <gtest/gtest.h>
-
-#include <fcntl.h>
-#include <poll.h>
-#include <sstream>
-#include <thread>
-#include <utility>
 
 namespace orvix::simulator {
 namespace {
@@ -25,19 +25,19 @@ const std::string kOk = "\r\nOK\r\n";
 const std::string kSignal = "\r\n+CSQ: 17,99\r\n\r\nOK\r\n";
 
 // All output of the next ten seconds as "<ms>:<bytes>|", printable, with "gone" and "back" for the line.
-std::string timeline(Station& station) {
+std::string timeline(Dce& dce) {
   std::string text;
-  while (const std::optional<std::int64_t> dueMs = station.nextDueMs()) {
+  while (const std::optional<std::int64_t> dueMs = dce.nextDueMs()) {
     if (*dueMs > 10000) {
       break;
     }
-    const bool wasOnLine = station.isOnLine();
-    const std::string bytes = station.takeDue(*dueMs);
-    text += bytes.empty() ? "" : std::to_string(*dueMs) + ":" + printable(bytes) + "|";
-    if (station.isOnLine() != wasOnLine) {
+    const bool wasOnLine = dce.isOnLine();
+    const std::string bytes = dce.takeOutput(*dueMs);
+    text += bytes.empty() ? "" : std::to_string(*dueMs) + ":" + escaped(bytes) + "|";
+    if (dce.isOnLine() != wasOnLine) {
       text += std::to_string(*dueMs) + (wasOnLine ? ":gone|" : ":back|");
     }
-    if (station.isOver()) {
+    if (dce.isOver()) {
       break;
     }
   }
@@ -52,7 +52,7 @@ TEST(Scenario, DisturbsReplies) {
   const std::string csq = R"("command": "AT+CSQ", )";
   const std::string cmgs = R"("command": "at+cmgs=*", )";
   const std::string body = R"("body": "h*", )";
-  const std::string signal = "0:" + printable(kSignal) + "|";
+  const std::string signal = "0:" + escaped(kSignal) + "|";
   const std::string report = "AT+CSQ\r";
   const std::string send = "AT+CMGS=\"1\"\rhi\x1a";
   const struct {
@@ -61,20 +61,20 @@ TEST(Scenario, DisturbsReplies) {
     std::string heard;
   } rows[] = {
       {csq + R"("silence": true)", report, ""},
-      {csq + R"("silence": true, "garbage": "ff41")", report, "0:\\xFFA|"},
+      {csq + R"("silence": true, "garbage": "ff41")", report, "0:\\xffA|"},
       {csq + R"("from": 2, "count": 1, "silence": true)", report + report, signal},
-      {csq + R"("from": 3, "silence": true)", report + report, "0:" + printable(kSignal + kSignal) + "|"},
+      {csq + R"("from": 3, "silence": true)", report + report, "0:" + escaped(kSignal + kSignal) + "|"},
       {R"("command": "AT+C*", "silence": true)", "at+csq\rAT\r", "0:\\r\\nOK\\r\\n|"},
       {R"("command": "AT+C", "silence": true)", report, signal},
-      {csq + R"("delayMs": 250)", report, "250:" + printable(kSignal) + "|"},
-      {csq + R"("garbage": "00fF", "nulsBefore": 1)", report, "0:\\x00\\x00\\xFF" + printable(kSignal) + "|"},
+      {csq + R"("delayMs": 250)", report, "250:" + escaped(kSignal) + "|"},
+      {csq + R"("garbage": "00fF", "nulsBefore": 1)", report, "0:\\x00\\x00\\xff" + escaped(kSignal) + "|"},
       {R"("command": "AT", "nulsInside": 2)", "AT\r", "0:\\r\\nO\\x00\\x00K\\r\\n|"},
       {R"("command": "AT", "pieces": {"size": 4, "everyMs": 30})", "AT\r", "0:\\r\\nOK|30:\\r\\n|"},
       {csq + R"("unsolicited": {"before": ["A"], "between": ["B"], "after": ["C", "D"]})", report,
        "0:\\r\\nA\\r\\n\\r\\n+CSQ: 17,99\\r\\n\\r\\nB\\r\\n\\r\\nOK\\r\\n\\r\\nC\\r\\n\\r\\nD\\r\\n|"},
       {csq + R"("cmeError": 14)", report, "0:\\r\\n+CME ERROR: 14\\r\\n|"},
       {R"("command": "ATE1", "cmsError": 500)", "ATE1\rAT", "0:\\r\\n+CMS ERROR: 500\\r\\n|"},
-      {csq + R"("echo": true)", report + "AT\r", "0:" + printable(kSignal) + "AT\\r\\r\\nOK\\r\\n|"},
+      {csq + R"("echo": true)", report + "AT\r", "0:" + escaped(kSignal) + "AT\\r\\r\\nOK\\r\\n|"},
       {csq + R"("delayMs": 5, "hangUpMs": 700)", report + "AT\r", "5:gone|705:back|"},
       {cmgs + R"("noPrompt": true)", send, ""},
       {cmgs + R"("silence": true)", send, "0:\\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
@@ -84,7 +84,7 @@ TEST(Scenario, DisturbsReplies) {
   for (const auto& row : rows) {
     Modem modem(scenarioOf(withFault(row.fault)));
     modem.receive("AT+CMGF=1\r", 0);
-    modem.takeDue(0);
+    modem.takeOutput(0);
     modem.receive(row.sent, 0);
     EXPECT_EQ(timeline(modem), row.heard) << row.fault;
   }
@@ -96,25 +96,26 @@ TEST(Scenario, ForgetsEverythingWhileTheLineIsGone) {
   EXPECT_EQ(timeline(modem), "0:\\r\\nOK\\r\\n\\r\\n> |0:gone|100:back|");
   ASSERT_EQ(modem.messages().size(), 1u);
   modem.receive("AT+CMGF?\r", 200);
-  EXPECT_EQ(modem.takeDue(200), "\r\n+CMGF: 0\r\n" + kOk);
+  EXPECT_EQ(modem.takeOutput(200), "\r\n+CMGF: 0\r\n" + kOk);
 }
 
 TEST(Scenario, WalksThroughTheNetwork) {
   Modem modem(scenarioOf(R"({"echo": false, "signal": 20, "walk": [
       {"ms": 1000, "signal": 3}, {"ms": 2000, "registration": 2}, {"ms": 3000, "signal": 9, "registration": 5}]})"));
   modem.receive("AT+CREG=2\r", 0);
-  EXPECT_EQ(modem.takeDue(0), kOk);
+  EXPECT_EQ(modem.takeOutput(0), kOk);
   modem.receive("AT+CSQ\r", 1500);
-  EXPECT_EQ(modem.takeDue(1500), "\r\n+CSQ: 3,99\r\n" + kOk);
+  EXPECT_EQ(modem.takeOutput(1500), "\r\n+CSQ: 3,99\r\n" + kOk);
   EXPECT_EQ(timeline(modem), "2000:\\r\\n+CREG: 2\\r\\n|3000:\\r\\n+CREG: 5,\"01A5\",\"3F21\"\\r\\n|");
   modem.receive("AT+CSQ\r", 4000);
-  EXPECT_EQ(modem.takeDue(4000), "\r\n+CSQ: 9,99\r\n" + kOk);
+  EXPECT_EQ(modem.takeOutput(4000), "\r\n+CSQ: 9,99\r\n" + kOk);
 }
 
 TEST(Scenario, NamesTheKeyThatIsWrong) {
   const std::pair<const char*, const char*> rows[] = {
       {"[1", "not JSON"},
-      {"{} {}", "must be one JSON object"},
+      {"{} {}", "not JSON"},
+      {"[]", "must be one JSON object"},
       {R"({"sgnal": 3})", "sgnal: unknown key"},
       {R"({"signal": 32})", "signal: must be 0 to 31, or 99"},
       {R"({"signal": "3"})", "signal: must be a whole number from 0 to 99"},
@@ -171,10 +172,10 @@ TEST(PduMode, TakesSubmittedMessages) {
   for (const auto& row : rows) {
     Modem modem;
     modem.receive("ATE0\rAT+CMGS=" + std::to_string(row.octets) + "\r", 0);
-    modem.takeDue(0);
+    modem.takeOutput(0);
     modem.receive(row.pdu + std::string(1, '\x1a'), 0);
     const bool isTaken = *row.number != '\0';
-    EXPECT_EQ(modem.takeDue(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << row.name;
+    EXPECT_EQ(modem.takeOutput(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << row.name;
     ASSERT_EQ(modem.messages().size(), isTaken ? 1u : 0u) << row.name;
     if (isTaken) {
       EXPECT_EQ(modem.messages()[0].destination, row.number) << row.name;
@@ -184,9 +185,9 @@ TEST(PduMode, TakesSubmittedMessages) {
 }
 
 TEST(MessageLine, HoldsAnyText) {
-  const std::string line = messageLine({"1", std::string("\"\xe9\n\0", 4), MessageMode::text, std::nullopt}, 0);
-  EXPECT_EQ(line.substr(0, line.find(", \"at\"")),
-            R"({ "number" : "1", "text" : "\"é\n\u0000", "mode" : "text", "reference" : null)");
+  const std::string line = messageLine({"1", std::string("\"\u00e9\n\0", 5), MessageMode::kText, std::nullopt}, 0);
+  EXPECT_EQ(line.substr(0, line.find(",\"at\"")),
+            R"({"number":"1","text":"\"é\n\u0000","mode":"text","reference":null)");
 }
 
 constexpr char kHeader[] = "{\"format\": \"orvix-gsm-recording\", \"version\": 1}\n";
@@ -212,7 +213,7 @@ TEST(Replay, AnswersAsTheModemDid) {
   EXPECT_FALSE(replay.isOver());
   EXPECT_EQ(timeline(replay), "7000:z|");
   EXPECT_TRUE(replay.isOver());
-  EXPECT_EQ(replay.parting(), std::nullopt);
+  EXPECT_EQ(replay.mismatch(), std::nullopt);
 }
 
 TEST(Replay, SaysWhereTheClientLeaves) {
@@ -230,7 +231,7 @@ TEST(Replay, SaysWhereTheClientLeaves) {
     // What came in one piece is shown as a whole.
     Replay whole(recorded());
     whole.receive(sent, 0);
-    EXPECT_EQ(whole.parting(), parting);
+    EXPECT_EQ(whole.mismatch(), parting);
   }
 }
 
@@ -345,7 +346,7 @@ TEST(PtyLine, ComesBackUnderItsLink) {
   char byte = 0;
   EXPECT_EQ(::read(client.get(), &byte, 1), 0);
   EXPECT_EQ(line.descriptor(), -1);
-  line.comeBack();
+  line.reconnect();
   const Descriptor next(::open(link.c_str(), O_RDWR | O_NOCTTY));
   line.send("x");
   EXPECT_EQ(::read(next.get(), &byte, 1), 1);

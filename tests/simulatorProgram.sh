@@ -18,8 +18,8 @@ talk 'AT+CSQ\r' 0.2
 expect talk "+CSQ: 20,99"
 talk 'AT+CMGF=1\rAT+CMGS="0170"\rsay "hi"\x1a' 0.2
 expect talk "+CMGS: 1"
-expect messages '{ "number" : "0170", "text" : "say \"hi\"", "mode" : "text", "reference" : 1, "at" : "'
-grep -qE '"at" : "[0-9]{4}(-[0-9]{2}){2}T([0-9]{2}:){2}[0-9]{2}[+-][0-9]{2}:[0-9]{2}" }$' "$folder/messages.txt" ||
+expect messages '{"number":"0170","text":"say \"hi\"","mode":"text","reference":1,"at":"'
+grep -qE '"at":"[0-9]{4}(-[0-9]{2}){2}T([0-9]{2}:){2}[0-9]{2}[+-][0-9]{2}:[0-9]{2}"}$' "$folder/messages.txt" ||
   fail "no ISO 8601 time"
 stop_modem 0
 

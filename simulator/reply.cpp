@@ -1,0 +1,36 @@
+#include "simulator/reply.h"
+
+namespace orvix::simulator {
+
+std::string framed(std::string_view text) {
+  return "\r\n" + std::string(text) + "\r\n";
+}
+
+Answer ok() {
+  return {framed("OK")};
+}
+
+Answer error() {
+  return {framed("ERROR")};
+}
+
+Answer information(std::string_view text) {
+  return {framed(text) + framed("OK")};
+}
+
+Answer messageError(int code) {
+  return {framed("+CMS ERROR: " + std::to_string(code))};
+}
+
+Answer incorrectParameters(const Settings& settings) {
+  switch (settings.errorReport) {
+    case 1:
+      return {framed("+CME ERROR: 50")};
+    case 2:
+      return {framed("+CME ERROR: incorrect parameters")};
+    default:
+      return error();
+  }
+}
+
+}  // namespace orvix::simulator

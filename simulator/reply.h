@@ -1,0 +1,41 @@
+// Replies of a modem as bytes, each line in its CR LF frame. Pure: any thread.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "simulator/settings.h"
+
+namespace orvix::simulator {
+
+// Codes of +CMS ERROR for a message that the modem itself cannot take.
+constexpr int kInvalidPduModeParameter = 304;
+constexpr int kInvalidTextModeParameter = 305;
+
+// The values of AT+CMGF.
+enum class MessageMode { kPdu, kText };
+
+// A message that is about to be sent: what AT+CMGS said of the body that follows.
+struct Submission {
+  MessageMode mode;
+  std::string destination;    // text mode
+  std::size_t pduOctets = 0;  // PDU mode: without the service centre's address
+};
+
+struct Answer {
+  std::string reply;                       // ready to send
+  std::optional<Submission> submission{};  // when present, the reply is a prompt and the body of a message follows
+};
+
+// "\r\n<text>\r\n"
+std::string framed(std::string_view text);
+
+Answer ok();
+Answer error();
+Answer information(std::string_view text);             // the text, then OK
+Answer messageError(int code);                         // +CMS ERROR: <code>
+Answer incorrectParameters(const Settings& settings);  // as AT+CMEE asks
+
+}  // namespace orvix::simulator
