@@ -1,9 +1,10 @@
 // The boundary between a host and its devices: what the host calls, and the two host objects that a device calls.
 //
 // Threads: a host may call a device from several threads; the modem commands of one device are serialised inside. What
-// is left for the host to serialise stands in docs/host-guide.md: in short, what changes a device, and over all devices
-// creating, opening and closing, data reports, and saves into one folder. Sink and trace callbacks run on the calling
-// thread; the trace callback runs under the device's lock and must not call the device.
+// is left for the host to serialise stands in the host guide, docs/host-guide.md here and under
+// /usr/share/doc/orvix-gsm: in short, what changes a device, and over all devices creating, opening and closing, data
+// reports, and saves into one folder. Sink and trace callbacks run on the calling thread; the trace callback runs under
+// the device's lock and must not call the device.
 //
 // Classes are called through their tables of virtual functions by position, so the order of declaration is binding on
 // both sides. Every document is a shared handle; reports belong to whoever asked for them. Release all documents and
