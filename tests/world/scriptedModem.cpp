@@ -15,10 +15,32 @@ ScriptedModem::~ScriptedModem() {
 
 // The product writes a command in one piece right before it sleeps, so what has arrived by then is one command.
 void ScriptedModem::beforeSleep(std::int64_t nowMs) {
-  const std::string command = line.receive();
-  if (!command.empty()) {
-    received.push_back(command);
-    schedule(command, nowMs);
+  const std::string bytes = line.receive();
+  if (bytes.empty()) {
+    return;
+  }
+  received.push_back(bytes);
+  if (isWaitingForText) {
+    takeText(bytes, nowMs);
+  } else {
+    schedule(bytes, nowMs);
+  }
+}
+
+void ScriptedModem::takeText(const std::string& bytes, std::int64_t nowMs) {
+  const std::size_t end = bytes.find_first_of("\x1a\x1b");
+  const std::string echo = bytes.substr(0, end);
+  text += echo;
+  due.push_back({nowMs, echo});
+  if (end == std::string::npos) {
+    return;
+  }
+  isWaitingForText = false;
+  const std::string ended = std::exchange(text, "") + bytes.substr(end);
+  if (bytes[end] == '\x1a') {
+    schedule(ended, nowMs);
+  } else {
+    due.push_back({nowMs, "\r\nOK\r\n"});
   }
 }
 
@@ -29,10 +51,14 @@ void ScriptedModem::schedule(const std::string& command, std::int64_t nowMs) {
   } else if (row->hangUp) {
     line.hangUp();
   } else {
-    due.push_back({nowMs + row->delayMs, row->reply});
-    due.push_back({nowMs + row->lateDelayMs, row->late});
+    const bool isMessage = command.rfind("AT+CMGS=", 0) == 0;
+    const auto add = [&](std::int64_t afterMs, const std::string& piece, const std::function<void()>& act) {
+      due.push_back({nowMs + afterMs, piece, act, isMessage && piece.find('>') != std::string::npos});
+    };
+    add(row->delayMs, row->reply, {});
+    add(row->lateDelayMs, row->late, {});
     for (const Piece& piece : row->pieces) {
-      due.push_back({nowMs + piece.atMs, piece.text, piece.act});
+      add(piece.atMs, piece.text, piece.act);
     }
   }
 }
@@ -47,6 +73,7 @@ void ScriptedModem::afterSleep(std::int64_t nowMs) {
     if (!piece.text.empty()) {
       line.send(piece.text);
     }
+    isWaitingForText = isWaitingForText || piece.isPrompt;
     if (piece.act) {
       piece.act();
     }

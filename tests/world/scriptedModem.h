@@ -14,6 +14,7 @@ struct Piece {
   std::int64_t atMs;
   std::string text;                // may be empty
   std::function<void()> act = {};  // done behind it
+  bool isPrompt = false;           // what comes after it is a message's text
 };
 
 struct Exchange {
@@ -27,14 +28,17 @@ struct Exchange {
 };
 
 // Answers each arriving command with the first row that names it; a command without a row gets "\r\nERROR\r\n".
+// Once the answer to AT+CMGS has held a prompt, what comes is text, whatever it says, and is echoed: until Ctrl-Z, with
+// which it is looked up like a command, or Escape, which drops it and is answered with OK.
 class ScriptedModem final : public ClockListener {
  public:
   explicit ScriptedModem(std::vector<Exchange> exchanges);
   ~ScriptedModem();
 
   std::vector<Exchange> script;
-  // Every command as it arrived.
+  // Every command and text as it arrived.
   std::vector<std::string> received;
+  bool isWaitingForText = false;
   PtyPair line;
 
   void beforeSleep(std::int64_t nowMs) override;
@@ -42,7 +46,9 @@ class ScriptedModem final : public ClockListener {
 
  private:
   void schedule(const std::string& command, std::int64_t nowMs);
+  void takeText(const std::string& bytes, std::int64_t nowMs);
 
+  std::string text;        // so far, while it is waited for
   std::vector<Piece> due;  // by the clock
 };
 
