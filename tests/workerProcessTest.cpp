@@ -152,7 +152,7 @@ void sends() {
 }
 
 void isRefused() {
-  Fault busy = fault(Fault::Trigger::body, "PUMP*");
+  Fault busy = fault(Fault::Trigger::kBody, "PUMP*");
   busy.error = "+CMS ERROR: 42";
   Bench bench(with(busy));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
@@ -164,7 +164,7 @@ void isRefused() {
 }
 
 void hearsTheLateResult() {
-  Fault late = fault(Fault::Trigger::body, "*");
+  Fault late = fault(Fault::Trigger::kBody, "*");
   late.delayMs = 13000;
   Bench bench(with(late));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
@@ -174,7 +174,7 @@ void hearsTheLateResult() {
 
 void doubtsASilentModem() {
   ModemOptions options;
-  options.smsOutcome = simulator::SmsOutcome::silent;
+  options.smsOutcome = simulator::SmsOutcome::kSilent;
   Bench bench(options, 1);
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   EXPECT_EQ(Verdict::kUncertain, bench.send().verdict) << bench.said;
@@ -182,7 +182,7 @@ void doubtsASilentModem() {
 
 void stopsWhileItListens() {
   ModemOptions options;
-  options.smsOutcome = simulator::SmsOutcome::silent;
+  options.smsOutcome = simulator::SmsOutcome::kSilent;
   Bench bench(options);
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   bench.order();
@@ -195,7 +195,7 @@ void stopsWhileItListens() {
 
 // The line comes back as another terminal behind the same link.
 void followsAReplug() {
-  Fault unplug = fault(Fault::Trigger::command, "AT+CSQ");
+  Fault unplug = fault(Fault::Trigger::kCommand, "AT+CSQ");
   unplug.hangUpMs = 1500;
   Bench bench(with(unplug));
   ASSERT_TRUE(bench.untilSays("[reconnected]")) << bench.said;
@@ -203,7 +203,7 @@ void followsAReplug() {
 }
 
 void tellsOfASimThatIsMissing() {
-  Fault noSim = fault(Fault::Trigger::command, "AT+CSQ");
+  Fault noSim = fault(Fault::Trigger::kCommand, "AT+CSQ");
   noSim.error = "+CME ERROR: 10";
   Bench bench(with(noSim));
   ASSERT_TRUE(bench.untilSays("[notAvailable: the modem answers +CME ERROR: 10 (")) << bench.said;
@@ -245,7 +245,7 @@ void countsWhatADeadWorkerHeard() {
 }
 
 void healsAfterALatePrompt() {
-  Fault late = fault(Fault::Trigger::command, "AT+CMGS=*");
+  Fault late = fault(Fault::Trigger::kCommand, "AT+CMGS=*");
   late.delayMs = 5000;
   Bench bench(with(late));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
