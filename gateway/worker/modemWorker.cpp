@@ -15,7 +15,6 @@
 #include "hostkit/messageFit.h"
 #include "hostkit/modemErrors.h"
 #include "hostkit/resultLine.h"
-#include "hostkit/statusText.h"
 
 namespace orvix::gateway {
 namespace {
@@ -25,6 +24,8 @@ constexpr std::int64_t kFirstDelayMs = 1 * kSecond;
 constexpr std::int64_t kLongestDelayMs = 60 * kSecond;
 constexpr std::int64_t kSignOfLifeMs = 30 * kSecond;
 constexpr int kUnregisteredReportSeconds = 10;
+// A modem that is just ready is left to a message that has waited for it; the supervisor commits before it orders.
+constexpr std::int64_t kOrderFirstMs = 300;
 constexpr int kLatePromptSeconds = 30;
 constexpr int kProbesBeforeHealing = 2;
 
@@ -39,16 +40,17 @@ ModemReport reportOf(const BSONObject& document) {
   return report;
 }
 
-// "+CMS ERROR: 310 (no SIM card)", of the first error with a number; "" when there is none.
+// "+CMS ERROR: 310 (no SIM card)", of the first error with a code; "" when there is none.
 std::string modemErrorIn(const std::string& received) {
   for (const std::string& line : hostkit::linesOf(received)) {
     const std::optional<hostkit::ResultLine> result = hostkit::resultOf(line);
-    if (result && result->number && result->kind == hostkit::ResultKind::kCme) {
-      return hostkit::errorText(hostkit::ErrorKind::kCme, *result->number);
+    const bool isCms = result && result->kind == hostkit::ResultKind::kCms;
+    if (!isCms && (!result || result->kind != hostkit::ResultKind::kCme)) {
+      continue;
     }
-    if (result && result->number && result->kind == hostkit::ResultKind::kCms) {
-      return hostkit::errorText(hostkit::ErrorKind::kCms, *result->number);
-    }
+    return result->number
+               ? hostkit::errorText(isCms ? hostkit::ErrorKind::kCms : hostkit::ErrorKind::kCme, *result->number)
+               : escaped(result->text);
   }
   return "";
 }
@@ -74,18 +76,15 @@ ModemWorker::ModemWorker(SupervisorLink* supervisor, const StartOrder& order)
 }
 
 void ModemWorker::run() {
-  while (!link->isStopWished()) {
+  for (lookAround(); !link->isStopWished(); lookAround()) {
     if (const std::optional<AttemptOrder> order = link->takeAttempt()) {
       attempt(*order);
     } else if (nowMs() >= dueMs) {
       takeStep();
-    } else {
-      wait();
     }
-    link->receive();
   }
   if (link->takeAttempt()) {
-    link->send(EndNews{{hostkit::Verdict::kNotSent, {}, {}, {}, false, "the service ends", ""}});
+    refuse("the service ends", false);
   }
   if (needsHealing && watch) {
     heal();
@@ -94,13 +93,13 @@ void ModemWorker::run() {
   device.stop();
 }
 
-// For the supervisor, the line's hang-up, its appearance, or the next step.
-void ModemWorker::wait() {
-  tellDoing("waiting", false);
-  std::int64_t untilMs = std::min(dueMs, link->lastSentMs() + kSignOfLifeMs);
+// Waits for the next step's time; the supervisor, the line's hang-up and its appearance end the wait.
+void ModemWorker::lookAround() {
   const bool mustLook = appearance.descriptor() == -1;
-  if (mustLook) {
-    untilMs = std::min(untilMs, nowMs() + LineAppearance::kLookEveryMs);
+  std::int64_t untilMs = std::min(dueMs, link->lastSentMs() + kSignOfLifeMs);
+  untilMs = mustLook ? std::min(untilMs, nowMs() + LineAppearance::kLookEveryMs) : untilMs;
+  if (nowMs() < untilMs) {
+    tellDoing("waiting", false);
   }
   // No event is asked of the line: what an idle modem says is left to the plug-in, a hang-up shows all the same.
   pollfd events[] = {
@@ -112,9 +111,8 @@ void ModemWorker::wait() {
   if ((mustLook || events[1].revents != 0) && appearance.look()) {
     onAppearance();
   }
-  if (nowMs() >= link->lastSentMs() + kSignOfLifeMs) {
-    link->send(DoingNews{doing, false});
-  }
+  showLife();
+  link->receive();
 }
 
 void ModemWorker::onAppearance() {
@@ -137,6 +135,9 @@ void ModemWorker::takeStep() {
   }
   if (!watch && device.status() != DeviceStatus::kNoData) {
     watch = std::make_unique<hostkit::LineWatch>(hostkit::pathOf(device.line()));
+    if (!watch->isOpen()) {
+      watch.reset();
+    }
   }
 }
 
@@ -147,9 +148,9 @@ void ModemWorker::startDevice() {
   countProbe();
   if (opened.isOk() && device.status() == DeviceStatus::kReady) {
     tellReady();
-    dueMs = nowMs();
+    dueMs = nowMs() + kOrderFirstMs;
   } else {
-    tellNotReady(troubleOf(opened));
+    tellNotReady(trouble());
   }
 }
 
@@ -159,7 +160,7 @@ void ModemWorker::report() {
   const hostkit::Answer answer = device.report();
   countProbe();
   if (!answer.status.isOk()) {
-    return tellNotReady(troubleOf(answer.status));
+    return tellNotReady(trouble());
   }
   const ModemReport report = reportOf(answer.document);
   link->send(report);
@@ -182,9 +183,9 @@ void ModemWorker::heal() {
   }
   if (healed.isOk() && device.status() == DeviceStatus::kReady) {
     tellReady();
-    dueMs = nowMs();
+    dueMs = nowMs() + kOrderFirstMs;
   } else {
-    tellNotReady(troubleOf(healed));
+    tellNotReady(trouble());
   }
 }
 
@@ -197,8 +198,14 @@ void ModemWorker::loseLine(const std::string& why) {
 }
 
 void ModemWorker::attempt(const AttemptOrder& order) {
-  if (const std::string problem = problemOf(order); !problem.empty()) {
-    return link->send(EndNews{{hostkit::Verdict::kNotSent, {}, {}, {}, false, problem, ""}});
+  if (state != ModemState::kReady) {
+    return refuse(reason, false);
+  }
+  // The last gate before the line, whoever let it pass before.
+  const hostkit::Fit number = hostkit::numberFit(order.to);
+  const hostkit::Fit text = hostkit::textFit(order.text, hostkit::Charset::kIra);
+  if (!number.isFit() || !text.isFit()) {
+    return refuse(number.isFit() ? text.problem : number.problem, true);
   }
   const hostkit::Judgement judgement = send(order);
   const AttemptResult result = resultOf(judgement, settings.codes);
@@ -209,13 +216,13 @@ void ModemWorker::attempt(const AttemptOrder& order) {
   }
 }
 
-std::string ModemWorker::problemOf(const AttemptOrder& order) const {
-  if (state != ModemState::kReady) {
-    return reason.empty() ? "the modem is not ready" : reason;
-  }
-  // The last gate before the line, whoever let it pass before.
-  const std::string problem = hostkit::numberFit(order.to).problem;
-  return problem.empty() ? hostkit::textFit(order.text, hostkit::Charset::kIra).problem : problem;
+// Without a byte to the modem. `counts`: as an attempt, for the next one would end the same.
+void ModemWorker::refuse(const std::string& why, bool counts) {
+  AttemptResult result;
+  result.verdict = hostkit::Verdict::kNotSent;
+  result.hasAnswered = counts;
+  result.reason = why;
+  link->send(EndNews{result});
 }
 
 hostkit::Judgement ModemWorker::judgementOf(const AttemptOrder& order) const {
@@ -242,27 +249,25 @@ void ModemWorker::listen(const std::string& what, std::int64_t seconds, const st
   }
   hostkit::listenOn(watch.get(), &trace, static_cast<int>(seconds * kSecond), [&] {
     link->receive();
-    if (nowMs() >= link->lastSentMs() + kSignOfLifeMs) {
-      link->send(DoingNews{doing, false});
-    }
+    showLife();
     return isEnough();
   });
 }
 
 // What the modem needs before its next message.
 void ModemWorker::prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result) {
-  dueMs = result.verdict == hostkit::Verdict::kSent ? dueMs : nowMs();
   awaitsNetwork = awaitsNetwork || result.errorClass == hostkit::ErrorClass::kNetwork;
   needsHealing = judgement.mayWaitAtPrompt;
   if (needsHealing) {
-    tellNotReady("it may wait for a text");
-    dueMs = nowMs();
+    tellNotReady("the modem may wait for a text");
   } else if (result.verdict == hostkit::Verdict::kNotSent) {
     countProbe();
     tellNotReady(result.reason);
-    dueMs = nowMs();
   } else if (result.errorClass == hostkit::ErrorClass::kModem) {
-    tellNotReady(result.reason);
+    return tellNotReady(result.reason);  // and a report after a while
+  }
+  if (awaitsNetwork || result.verdict == hostkit::Verdict::kNotSent || result.verdict == hostkit::Verdict::kUncertain) {
+    dueMs = nowMs();
   }
 }
 
@@ -271,6 +276,12 @@ void ModemWorker::awaitPrompt(const AttemptOrder& order) {
          [&] { return !judgementOf(order).mayPromptCome || link->isStopWished(); });
   needsHealing = judgementOf(order).mayWaitAtPrompt;
   dueMs = nowMs();
+}
+
+void ModemWorker::showLife() {
+  if (nowMs() >= link->lastSentMs() + kSignOfLifeMs) {
+    link->send(DoingNews{doing, false});
+  }
 }
 
 void ModemWorker::tellDoing(const std::string& what, bool isCall) {
@@ -304,12 +315,12 @@ void ModemWorker::tellNotReady(const std::string& why) {
   }
 }
 
-std::string ModemWorker::troubleOf(const Status& status) const {
+std::string ModemWorker::trouble() const {
   const std::string error = modemErrorIn(tap.received());
   if (!error.empty()) {
     return "the modem answers " + error;
   }
-  if (hostkit::kindOf(status) == hostkit::StatusKind::kLineNotOpened) {
+  if (!tap.hasSent()) {
     const std::string path = hostkit::pathOf(device.line());
     return escaped(path + (hostkit::LineWatch(path).isOpen() ? " is held by another program"
                                                              : std::string(": ") + std::strerror(errno)));

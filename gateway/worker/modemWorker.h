@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,7 +24,7 @@ class ModemWorker {
   void run();
 
  private:
-  void wait();
+  void lookAround();
   void onAppearance();
   void takeStep();
   void startDevice();
@@ -32,17 +33,18 @@ class ModemWorker {
   void loseLine(const std::string& reason);
 
   void attempt(const AttemptOrder& order);
-  std::string problemOf(const AttemptOrder& order) const;
+  void refuse(const std::string& why, bool counts);
   hostkit::Judgement judgementOf(const AttemptOrder& order) const;
   hostkit::Judgement send(const AttemptOrder& order);
   void prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result);
   void awaitPrompt(const AttemptOrder& order);
   void listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough);
 
+  void showLife();
   void tellDoing(const std::string& what, bool isCall);
   void tellReady();
   void tellNotReady(const std::string& reason);
-  std::string troubleOf(const Status& status) const;
+  std::string trouble() const;
   void countProbe();
 
   SupervisorLink* link;

@@ -11,10 +11,9 @@
 #include <cstring>
 #include <utility>
 
-#include "gateway/worker/attemptResult.h"
+#include "gateway/worker/attemptRecord.h"
 #include "gateway/worker/protocol.h"
 #include "gateway/worker/spawn.h"
-#include "hostkit/recording.h"
 
 namespace orvix::gateway {
 namespace {
@@ -26,15 +25,6 @@ constexpr std::int64_t kLongestDelayMs = 60000;
 constexpr std::int64_t kReapEveryMs = 20;
 // A worker that never stops talking leaves time for the others.
 constexpr int kMostReads = 16;
-
-// An attempt that was ordered and has not ended.
-struct Running {
-  AttemptOrder order;
-  std::vector<hostkit::TrafficPiece> traffic;
-  std::size_t trafficBytes = 0;
-  bool isAsked = false;    // the prompt has come
-  bool isAllowed = false;  // and the text may be written
-};
 
 std::string exitText(int status) {
   return WIFSIGNALED(status) ? std::string("signal ") + strsignal(WTERMSIG(status))
@@ -71,18 +61,19 @@ struct WorkerProcess::State {
   std::int64_t heardMs = 0;
   std::optional<std::int64_t> callMs;  // since when it is inside the plug-in
   std::string doing;
-  std::optional<Running> running;
+  std::optional<AttemptRecord> running;
   bool mayWaitAtPrompt = false;
   std::int64_t delayMs = kFirstDelayMs;
   std::int64_t startMs = 0;
   std::int64_t reapMs = 0;
 
   void startProcess(std::int64_t nowMs);
+  void delayStart(std::int64_t nowMs);
   void send(const ToWorker& message);
   void flush();
   bool receive(std::int64_t nowMs);
   void handleFrames(std::int64_t nowMs);
-  Running& attemptOf(const char* news);
+  AttemptRecord& attemptOf(const char* news);
   void take(const StateNews& news, std::int64_t nowMs);
   void take(const ModemReport& report, std::int64_t nowMs);
   void take(const DoingNews& news, std::int64_t nowMs);
@@ -100,7 +91,7 @@ struct WorkerProcess::State {
 void WorkerProcess::State::startProcess(std::int64_t nowMs) {
   const Child child = spawn(program, {"gsm-gateway", "worker"});
   if (child.pid == -1) {
-    startMs = nowMs + kLongestDelayMs;
+    delayStart(nowMs);
     listener->onState(config.name, ModemState::kNoData, std::string("no worker can be started: ") + strerror(errno));
     return;
   }
@@ -109,6 +100,11 @@ void WorkerProcess::State::startProcess(std::int64_t nowMs) {
   heardMs = nowMs;
   send(StartOrder{config.name, plugin, config.configFile, config.reportSeconds, lateSeconds, config.okIsSent,
                   config.codes, mayWaitAtPrompt, FLAGS_v});
+}
+
+void WorkerProcess::State::delayStart(std::int64_t nowMs) {
+  startMs = nowMs + delayMs;
+  delayMs = std::min(2 * delayMs, kLongestDelayMs);
 }
 
 void WorkerProcess::State::send(const ToWorker& message) {
@@ -158,7 +154,7 @@ void WorkerProcess::State::handleFrames(std::int64_t nowMs) {
   }
 }
 
-Running& WorkerProcess::State::attemptOf(const char* news) {
+AttemptRecord& WorkerProcess::State::attemptOf(const char* news) {
   if (!running) {
     throw ProtocolError(std::string(news) + " of no attempt");
   }
@@ -186,32 +182,21 @@ void WorkerProcess::State::take(const DoingNews& news, std::int64_t nowMs) {
 }
 
 void WorkerProcess::State::take(const TrafficNews& news, std::int64_t /*nowMs*/) {
-  Running& attempt = attemptOf("traffic");
-  attempt.trafficBytes += news.bytes.size();
-  if (attempt.trafficBytes <= kMostTrafficBytes) {
-    attempt.traffic.push_back({news.us, news.kind, news.bytes});
-  }
+  attemptOf("traffic").take(news);
 }
 
 void WorkerProcess::State::take(const PromptNews& /*news*/, std::int64_t /*nowMs*/) {
-  Running& attempt = attemptOf("a prompt");
-  if (std::exchange(attempt.isAsked, true)) {
-    throw ProtocolError("a second prompt");
-  }
-  listener->onPrompt(config.name, attempt.order.id, attempt.order.number);
+  AttemptRecord& attempt = attemptOf("a prompt");
+  attempt.takePrompt();
+  listener->onPrompt(config.name, attempt.order().id, attempt.order().number);
 }
 
 void WorkerProcess::State::take(const EndNews& news, std::int64_t /*nowMs*/) {
-  const Running ended = attemptOf("an end");
-  AttemptResult result = news.result;
-  const bool isOut = result.verdict == hostkit::Verdict::kSent || result.verdict == hostkit::Verdict::kUncertain;
-  if (isOut && !ended.isAllowed) {
-    throw ProtocolError("an end that nobody allowed");
-  }
+  const AttemptResult result = attemptOf("an end").end(news);
+  const AttemptOrder order = running->order();
   running.reset();
   mayWaitAtPrompt = result.verdict == hostkit::Verdict::kNotSent;
-  result.recording = hostkit::recordingOf(ended.traffic, config.line);
-  listener->onAttemptEnded(config.name, ended.order.id, ended.order.number, result);
+  listener->onAttemptEnded(config.name, order.id, order.number, result);
 }
 
 void WorkerProcess::State::take(const HealedNews& /*news*/, std::int64_t /*nowMs*/) {
@@ -232,8 +217,7 @@ void WorkerProcess::State::end(const std::string& reason, std::int64_t nowMs) {
   callMs.reset();
   doing.clear();
   isKilled = false;
-  startMs = nowMs + delayMs;
-  delayMs = std::min(2 * delayMs, kLongestDelayMs);
+  delayStart(nowMs);
   reapMs = nowMs;
   tellDeath(reason);
 }
@@ -243,21 +227,15 @@ void WorkerProcess::State::tellDeath(const std::string& reason) {
     return;
   }
   listener->onState(config.name, ModemState::kNoData, reason);
-  const std::optional<Running> last = std::exchange(running, std::nullopt);
+  const std::optional<AttemptRecord> last = std::exchange(running, std::nullopt);
   if (!last) {
     return listener->onDied(config.name, std::nullopt, "", reason);
   }
-  const std::string recording = hostkit::recordingOf(last->traffic, config.line);
-  const hostkit::Judgement judgement =
-      hostkit::judge(last->traffic, last->order.text, false, config.okIsSent, config.codes);
-  // What the modem has said of the text counts, whoever is left to hear it.
-  if (judgement.verdict == hostkit::Verdict::kSent || judgement.verdict == hostkit::Verdict::kRefused) {
-    AttemptResult result = resultOf(judgement, config.codes);
-    result.recording = recording;
-    listener->onAttemptEnded(config.name, last->order.id, last->order.number, result);
+  if (const std::optional<AttemptResult> result = last->provenResult()) {
+    listener->onAttemptEnded(config.name, last->order().id, last->order().number, *result);
     return listener->onDied(config.name, std::nullopt, "", reason);
   }
-  listener->onDied(config.name, last->order, recording, reason);
+  listener->onDied(config.name, last->order(), last->recording(), reason);
 }
 
 void WorkerProcess::State::reap(std::int64_t nowMs) {
@@ -362,14 +340,13 @@ std::optional<std::int64_t> WorkerProcess::nextTimeMs() const {
 }
 
 void WorkerProcess::attempt(const AttemptOrder& order, std::int64_t /*nowMs*/) {
-  state->running = Running{order, {}};
+  state->running.emplace(order, &state->config);
   state->mayWaitAtPrompt = true;
   state->send(order);
 }
 
 void WorkerProcess::goAhead() {
-  if (state->running && state->running->isAsked) {
-    state->running->isAllowed = true;
+  if (state->running && state->running->allow()) {
     state->send(GoAhead{});
   }
 }

@@ -1,6 +1,7 @@
 // The supervisor's end of one worker process: spawns it, speaks with it, kills it when it is stuck.
 //
-// Threads: one, the supervisor's loop. Nothing here blocks: frames are queued and moved when the socket is ready.
+// Threads: one, the supervisor's loop; the process is killed when the thread that started it ends. Nothing here blocks:
+// frames are queued and moved when the socket is ready.
 #pragma once
 
 #include <cstdint>
@@ -54,8 +55,9 @@ class WorkerListener {
                               const AttemptResult& result) = 0;
   virtual void onHealed(const std::string& modem) = 0;
   virtual void onReconnected(const std::string& modem) = 0;
-  // The process is gone; an attempt that it had is over: nothing more will be told of it. `recording` is its traffic so
-  // far.
+  // The process is gone, and not because it was told to stop while it had nothing to do. An attempt that it had is
+  // over: nothing more will be told of it; `recording` is its traffic so far. Where that traffic holds the modem's
+  // result, onAttemptEnded has told it, and `running` is none. onState has told kNoData.
   virtual void onDied(const std::string& modem, const std::optional<AttemptOrder>& running,
                       const std::string& recording, const std::string& reason) = 0;
 
@@ -86,9 +88,10 @@ class WorkerProcess {
 
   // Only while the modem is ready and no attempt runs.
   void attempt(const AttemptOrder& order, std::int64_t nowMs);
-  // The mark is committed: the text may be written.
+  // The mark is committed: the text may be written. Without it the process ends after 5 s.
   void goAhead();
-  // No new call; the running one ends, at most that much more of listening; then the process ends.
+  // No new call; the running one ends, at most that much more of listening; then the process ends. Closing its line may
+  // take it 30 s.
   void stop(int listenSeconds, std::int64_t nowMs);
   void kill();
   bool isRunning() const;

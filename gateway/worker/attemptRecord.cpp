@@ -1,0 +1,52 @@
+#include "gateway/worker/attemptRecord.h"
+
+#include <utility>
+
+#include "gateway/worker/attemptResult.h"
+#include "hostkit/recording.h"
+
+namespace orvix::gateway {
+
+std::string AttemptRecord::recording() const {
+  return hostkit::recordingOf(traffic, modem->line);
+}
+
+void AttemptRecord::take(const TrafficNews& news) {
+  trafficBytes += news.bytes.size();
+  if (trafficBytes <= kMostTrafficBytes) {
+    traffic.push_back({news.us, news.kind, news.bytes});
+  }
+}
+
+void AttemptRecord::takePrompt() {
+  if (std::exchange(isAsked, true)) {
+    throw ProtocolError("a second prompt");
+  }
+}
+
+AttemptResult AttemptRecord::end(const EndNews& news) const {
+  const hostkit::Verdict verdict = news.result.verdict;
+  if (!isAllowed && (verdict == hostkit::Verdict::kSent || verdict == hostkit::Verdict::kUncertain)) {
+    throw ProtocolError("an end that nobody allowed");
+  }
+  AttemptResult result = news.result;
+  result.recording = recording();
+  return result;
+}
+
+bool AttemptRecord::allow() {
+  isAllowed = isAsked;
+  return isAllowed;
+}
+
+std::optional<AttemptResult> AttemptRecord::provenResult() const {
+  const hostkit::Judgement judgement = hostkit::judge(traffic, made.text, false, modem->okIsSent, modem->codes);
+  if (judgement.verdict != hostkit::Verdict::kSent && judgement.verdict != hostkit::Verdict::kRefused) {
+    return std::nullopt;
+  }
+  AttemptResult result = resultOf(judgement, modem->codes);
+  result.recording = recording();
+  return result;
+}
+
+}  // namespace orvix::gateway
