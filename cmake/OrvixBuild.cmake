@@ -30,6 +30,7 @@ endif()
 
 find_package(Threads REQUIRED)
 find_package(bson-1.0 1.23 REQUIRED)
+find_package(nlohmann_json 3.11 REQUIRED)
 
 # glog belongs to the host process: the module compiles against the headers and links nothing of it.
 find_path(GLOG_INCLUDE_DIR glog/logging.h REQUIRED)

@@ -1,86 +1,129 @@
+// The commands that show the plug-in's boundary as it is: check, get, set, control.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <filesystem>
 #include <iostream>
 
+#include "common/printable.h"
 #include "document/document.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
-#include "host/exitCode.h"
-#include "host/modemErrors.h"
+#include "host/output.h"
+#include "hostkit/configCheck.h"
+#include "hostkit/modemErrors.h"
+#include "hostkit/scratchConfig.h"
+#include "hostkit/statusText.h"
+#include "program/complaint.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
 
 // Commands that open no line go without one.
-Options withAnyLine(Options options) {
-  if (options.configFile.empty() && options.device.empty() && options.tcp.empty() && !options.simulate) {
-    options.device = "/dev/null";
+CommonOptions withAnyLine(CommonOptions options) {
+  if (!options.line.isGiven()) {
+    options.line.device = "/dev/null";
   }
   return options;
 }
 
 void require(const Status& status, ExitCode code) {
   if (!status.isOk()) {
-    throw Failure(code, explained(status.toString()));
+    throw Failure(code, hostkit::explained(status.toString()));
   }
+}
+
+// The device replaces its file by a new one, in the place of a link too. Somebody who asks for a change of its content
+// wants file, owner and mode to stay.
+class KeptFile {
+ public:
+  explicit KeptFile(const std::string& name) : target(std::filesystem::weakly_canonical(name)) {
+    isKnown = stat(target.c_str(), &before) == 0;
+  }
+
+  // Where a link leads to.
+  const std::string& path() const { return target; }
+
+  void restore() const {
+    if (isKnown && (chown(target.c_str(), before.st_uid, before.st_gid) != 0 ||
+                    chmod(target.c_str(), before.st_mode & 07777) != 0)) {
+      program::complain("gsm-host", target + " is written, but its owner or mode could not be kept");
+    }
+  }
+
+ private:
+  std::string target;
+  struct stat before {};
+  bool isKnown;
+};
+
+void refuse(const std::string& file, const std::string& key, const std::string& text) {
+  throw Failure(kConfiguration, file + ": " + text, {{"file", file}, {"key", key.empty() ? Json() : Json(key)}});
 }
 
 }  // namespace
 
-void checkConfiguration(const Options& options) {
+void checkConfiguration(const CommonOptions& common, const std::string& file) {
   BSONObject document;
-  require(loadJSON(options.subject, &document), kConfiguration);
+  require(loadJSON(file, &document), kConfiguration);
   // A device on a scratch file: what it accepts it saves there.
-  const ScratchConfig scratch(serialLine("/dev/null"));
-  Options onScratch;
-  onScratch.plugin = options.plugin;
-  onScratch.configFile = scratch.path();
-  DeviceSession session(onScratch, Telling::kNothing);
-  if (const Status status = session.device().SetProperty("config.current", document); !status.isOk()) {
-    throw Failure(kConfiguration, options.subject + ": " + status.toString());
+  const hostkit::ScratchConfig scratch(hostkit::serialLine("/dev/null"));
+  CommonOptions onScratch;
+  onScratch.plugin = common.plugin;
+  onScratch.line.configFile = scratch.path();
+  DeviceSession session(onScratch);
+  if (const Status status = session.device().setProperty("config.current", document); !status.isOk()) {
+    refuse(file, hostkit::parameterIn(status), status.toString());
   }
-  std::cout << options.subject << ": " << program::green(std::cout, "accepted") << std::endl;
-  const std::string mode = document.getString("config.mode", "");
-  if (mode != "com" && mode != "ip") {
-    std::cout << program::yellow(std::cout, "but mode \"" + mode + "\" cannot be opened; it is \"com\" or \"ip\"")
-              << std::endl;
+  if (const hostkit::ConfigProblem problem = hostkit::configProblem(document); problem.isThere()) {
+    refuse(file, problem.key, problem.key + ": " + problem.text);
+  }
+  if (common.json) {
+    printJson({{"file", file}, {"accepted", true}});
+  } else {
+    std::cout << shown(file) << ": " << program::green(std::cout, "accepted") << std::endl;
   }
 }
 
-void getProperty(const Options& options) {
-  DeviceSession session(withAnyLine(options), Telling::kNothing);
-  BSONObject document;
-  require(session.device().GetProperty(options.subject, &document), kUsage);
-  std::cout << document.toJSON() << std::endl;
+void getProperty(const CommonOptions& common, const PropertyOptions& options) {
+  DeviceSession session(withAnyLine(common));
+  const hostkit::Answer property = session.device().property(options.name);
+  require(property.status, kUsage);
+  std::cout << shown(property.document.toJSON()) << std::endl;
 }
 
-void setProperty(const Options& options) {
+void setProperty(const CommonOptions& common, const PropertyOptions& options) {
   BSONObject document;
-  require(loadJSON(options.document, &document), kConfiguration);
-  if (options.configFile.empty()) {
+  require(loadJSON(options.file, &document), kConfiguration);
+  if (common.line.configFile.empty()) {
     throw Failure(kUsage, "what is set must last: name the device's configuration with --config FILE");
   }
-  DeviceSession session(options, Telling::kNothing);
-  const Status status = session.device().SetProperty(options.subject, document);
+  const KeptFile file(common.line.configFile);
+  CommonOptions onFile = common;
+  onFile.line.configFile = file.path();
+  DeviceSession session(onFile);
+  const Status status = session.device().setProperty(options.name, document);
   require(status, status.code() == Status::kInvalidArgument ? kUsage : kConfiguration);
+  file.restore();
+  if (common.json) {
+    printJson({{"property", options.name}, {"accepted", true}});
+  }
 }
 
-void sendControlCode(const Options& options) {
+void sendControlCode(const CommonOptions& common, const ControlOptions& options) {
   BSONBuilder input;
-  if (!options.document.empty()) {
-    require(input.fromJSON(options.document.c_str()), kUsage);
+  if (!options.input.empty()) {
+    require(input.fromJSON(options.input.c_str()), kUsage);
   }
   const BSONObject params = input.getObject(false);
-  DeviceSession session(options, options.json ? Telling::kNothing : Telling::kText);
+  DeviceSession session(common, common.json ? EventOutput::kNone : EventOutput::kText);
   session.startReady();
-  BSONObject answer;
-  const Status status =
-      session.device().IoControl(options.subject, options.document.empty() ? nullptr : &params, &answer);
-  if (!answer.isEmpty()) {
-    std::cout << answer.toJSON() << std::endl;
+  const hostkit::Answer answer = session.device().ioControl(options.code, options.input.empty() ? nullptr : &params);
+  if (!answer.document.isEmpty()) {
+    std::cout << shown(answer.document.toJSON()) << std::endl;
   }
-  const bool isInputWrong = status.code() == Status::kInvalidArgument || status.code() == Status::kInvalidPointer ||
-                            status.toString().rfind("Failed: Parameter ", 0) == 0;
-  require(status, isInputWrong ? kUsage : kModem);
+  require(answer.status, hostkit::kindOf(answer.status) == hostkit::StatusKind::kBadInput ? kUsage : kModem);
 }
 
 }  // namespace orvix::host

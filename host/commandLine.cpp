@@ -1,10 +1,15 @@
 #include "host/commandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
+#include <limits>
+#include <map>
 
 #include "host/commands.h"
 #include "host/exitCode.h"
+#include "host/output.h"
+#include "program/complaint.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
@@ -12,68 +17,137 @@ namespace {
 
 constexpr char kFooter[] =
     "Exit codes: 0 done, 2 usage, 3 configuration refused, 4 line not opened, 5 modem silent or refusing,\n"
-    "1 anything else. First try, without hardware: gsm-host --simulate report";
+    "6 uncertain: the message may have been sent, 1 anything else, 128 and the signal when a signal ended it.\n"
+    "First try, without hardware: gsm-host --simulate report";
 
-void addLineOptions(CLI::App* app, Options* options) {
+// A range whose message shows its ends as a person writes them.
+template <typename Number>
+CLI::Validator between(Number least, Number most) {
+  return CLI::Validator(
+      [least, most](const std::string& text) {
+        Number value{};
+        const bool isNumber = CLI::detail::lexical_cast(text, value) && value >= least && value <= most;  // NaN is none
+        std::ostringstream message;
+        message << "\"" << text << "\" is not from " << least << " to " << most;
+        return isNumber ? std::string() : message.str();
+      },
+      "");
+}
+
+void addLineOptions(CLI::App* app, LineOptions* options) {
   auto* const line = app->add_option_group("Which modem");
-  line->add_option("--device", options->device, "On a serial line, PATH[:baud,parity,databits,stopbits]")
+  line->add_option("--device", options->device, "Modem on a serial line: PATH[:baud,parity,databits,stopbits]")
       ->type_name("LINE");
-  line->add_option("--config", options->configFile, "Of a device configuration")->type_name("FILE");
-  line->add_option("--tcp", options->tcp, "Behind TCP: ADDRESS:PORT[:settings], see scripts/tcp-line")
+  line->add_option("--config", options->configFile, "Modem of a device configuration file")->type_name("FILE");
+  line->add_option("--tcp", options->tcp, "Modem behind TCP: ADDRESS:PORT[:settings], see tcp-line")
       ->type_name("ADDRESS:PORT");
-  line->add_flag("--simulate", options->simulate, "A simulated one in this process");
+  line->add_flag("--simulate", options->simulate, "A simulated modem in this process");
   line->require_option(0, 1);
 }
 
-void addCommonOptions(CLI::App* app, Options* options) {
+void addCommonOptions(CLI::App* app, CommonOptions* options) {
   app->add_option("--plugin", options->plugin, "Plug-in module [libgsmmodem.so beside this program or installed]")
       ->type_name("FILE");
   app->add_flag("--trace", options->trace, "Show the line's traffic on standard error");
-  app->add_flag("--hex", options->hex, "The same with hexadecimal bytes");
-  app->add_option("--record", options->record, "Record the line's traffic, see docs/recording.md")->type_name("FILE");
+  app->add_flag("--hex", options->hex, "Show it with hexadecimal bytes");
+  app->add_option("--record", options->record, "Record the line's traffic in a new file")->type_name("FILE");
+  app->add_flag("--force", options->force, "Replace a recording; send a number or a text that looks wrong");
   app->add_option("-v", options->verbosity, "Log to standard error up to this verbosity, 0 to 5")
       ->type_name("LEVEL")
-      ->check(CLI::Range(0, 5).description(""));
-  app->add_flag("--json", options->json, "JSON for scripts, one document a line (report, sms, monitor, get, control)");
-  app->add_flag_callback("--no-color", program::switchColorOff, "No colours, as with NO_COLOR set");
+      ->check(between(0, 5));
+  app->add_flag("--json", options->json, "Print JSON for scripts, one document a line");
+  app->add_flag_callback("--no-color", program::switchColorOff, "Print no colours, as with NO_COLOR set");
 }
 
-CLI::App* addCommand(CLI::App* app, Invocation* invocation, const char* name, const char* description,
-                     void (*command)(const Options&)) {
-  CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
-  added->final_callback([=] { invocation->command = command; });
-  return added;
+class Commands {
+ public:
+  Commands(CLI::App* parent, Invocation* result) : app(parent), invocation(result), options(&result->options) {}
+
+  CLI::App* add(const char* name, const char* description, std::function<void(const Options&)> command) {
+    CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
+    Invocation* const result = invocation;
+    added->final_callback([result, command = std::move(command)] { result->command = command; });
+    return added;
+  }
+
+  void addModemCommands() {
+    add("report", "Show signal and registration", [](const Options& o) { showReport(o.common); });
+    addSms();
+    addMonitor();
+    add("doctor", "Find out why a modem stays silent", [](const Options& o) {
+      examineModem(o.common, o.doctor);
+    })->add_flag("--no-heal", options->doctor.noHeal, "Leave a modem alone that waits for a text");
+  }
+
+  void addBoundaryCommands() {
+    add("check", "Tell whether a configuration can work",
+        [](const Options& o) { checkConfiguration(o.common, o.checkFile); })
+        ->add_option("file", options->checkFile, "Configuration to check")
+        ->required();
+    auto* const get = add("get", "Read a property", [](const Options& o) { getProperty(o.common, o.property); });
+    get->add_option("property", options->property.name, "version, Msg, config.types or config.current")->required();
+    auto* const set = add("set", "Write a property", [](const Options& o) { setProperty(o.common, o.property); });
+    set->add_option("property", options->property.name, "Msg or config.current")->required();
+    set->add_option("file", options->property.file, "JSON document, - for standard input")->required();
+    auto* const control =
+        add("control", "Send a control code", [](const Options& o) { sendControlCode(o.common, o.control); });
+    control->add_option("code", options->control.code, "sendSMS or TerminateDevice")->required();
+    control->add_option("json", options->control.input, "Input document as JSON text");
+  }
+
+ private:
+  void addSms() {
+    auto* const sms = add("sms", "Send a text message", [](const Options& o) { sendMessage(o.common, o.sms); });
+    sms->add_option("phone", options->sms.phone, "Number to send to")->required();
+    sms->add_option("text", options->sms.text, "Text to send, - for standard input")->required();
+    static const std::map<std::string, hostkit::Charset> kCharsets = {{"IRA", hostkit::Charset::kIra},
+                                                                      {"GSM", hostkit::Charset::kGsm}};
+    sms->add_option("--charset", options->sms.charset, "Character set of the modem, IRA or GSM [IRA]")
+        ->type_name("NAME")
+        ->transform(CLI::CheckedTransformer(kCharsets, CLI::ignore_case).description(""));
+    sms->add_flag("--ok-is-sent", options->sms.okIsSent, "The modem answers OK alone when it has sent");
+    sms->add_option("--late", options->sms.lateSeconds, "Seconds to listen for a result that comes late [120]")
+        ->type_name("S")
+        ->check(between(0, 3600));
+  }
+
+  void addMonitor() {
+    auto* const monitor = add("monitor", "Show reports and events as they come",
+                              [](const Options& o) { monitorModem(o.common, o.monitor); });
+    Invocation* const result = invocation;
+    monitor->parse_complete_callback([result] { result->endsBySignal = true; });
+    monitor->add_option("--interval", options->monitor.intervalSeconds, "Seconds from report to report [10]")
+        ->type_name("S")
+        ->check(between(0.0, 86400.0));
+    monitor->add_option("--count", options->monitor.count, "End after so many reports [until Ctrl-C]")
+        ->type_name("N")
+        ->check(between(1, std::numeric_limits<int>::max()));
+    monitor->add_flag("--changes", options->monitor.changesOnly, "Show a report only when it differs from the last");
+  }
+
+  CLI::App* app;
+  Invocation* invocation;
+  Options* options;
+};
+
+// What CLI11 says of a misspelt command is that a command is missing.
+std::string complaintOf(const CLI::App& app, const CLI::ParseError& error) {
+  if (!app.get_subcommands().empty() || dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr) {
+    return error.what();
+  }
+  const std::vector<std::string> extras = app.remaining(false);
+  return extras.empty() ? error.what() : "\"" + extras.front() + "\" is no command";
 }
 
-void addModemCommands(CLI::App* app, Invocation* invocation) {
-  Options& options = invocation->options;
-  addCommand(app, invocation, "report", "Show signal and registration", showReport);
-  auto* const sms = addCommand(app, invocation, "sms", "Send a text message", sendMessage);
-  sms->add_option("phone", options.phone, "Number to send to")->required();
-  sms->add_option("text", options.text, "Text to send, - for standard input")->required();
-  sms->add_flag("--force", options.force, "Send to a number that looks wrong");
-  auto* const monitor = addCommand(app, invocation, "monitor", "Show reports and events as they come", monitorModem);
-  monitor->add_option("--interval", options.intervalSeconds, "Seconds from report to report")
-      ->type_name("S")
-      ->check(CLI::Range(0.0, 86400.0).description(""))
-      ->capture_default_str();
-  monitor->add_option("--count", options.count, "End after so many reports [until Ctrl-C]")->type_name("N");
-  addCommand(app, invocation, "doctor", "Find out why a modem stays silent", examineModem);
-}
-
-void addBoundaryCommands(CLI::App* app, Invocation* invocation) {
-  Options& options = invocation->options;
-  auto* const check =
-      addCommand(app, invocation, "check", "Would the device take this configuration?", checkConfiguration);
-  check->add_option("file", options.subject, "Configuration to check")->required();
-  auto* const get = addCommand(app, invocation, "get", "Read a property", getProperty);
-  get->add_option("property", options.subject, "version, Msg, config.types or config.current")->required();
-  auto* const set = addCommand(app, invocation, "set", "Write a property", setProperty);
-  set->add_option("property", options.subject, "Msg or config.current")->required();
-  set->add_option("file", options.document, "JSON document, - for standard input")->required();
-  auto* const control = addCommand(app, invocation, "control", "Send a control code", sendControlCode);
-  control->add_option("code", options.subject, "sendSMS or TerminateDevice")->required();
-  control->add_option("json", options.document, "Input document as JSON text");
+Invocation refused(const Invocation& invocation, const std::string& complaint) {
+  const std::string text = complaint + "; see gsm-host --help";
+  program::complain("gsm-host", text);
+  if (invocation.options.common.json) {
+    printJson({{"error", text}, {"exitCode", kUsage}});
+  }
+  Invocation result;
+  result.exitCode = kUsage;
+  return result;
 }
 
 }  // namespace
@@ -82,25 +156,23 @@ Invocation readCommandLine(int argc, char** argv) {
   Invocation invocation;
   CLI::App app("Drives one GSM modem through the GSMModem device plug-in.", "gsm-host");
   app.footer(kFooter);
-  app.require_subcommand(1);
-  addLineOptions(&app, &invocation.options);
-  addCommonOptions(&app, &invocation.options);
-  addModemCommands(&app, &invocation);
-  addBoundaryCommands(&app, &invocation);
-  for (const char* const textOnly : {"doctor", "check", "set"}) {
-    app.get_subcommand(textOnly)->excludes(app.get_option("--json"));
-  }
+  app.set_version_flag("--version", "gsm-host " ORVIX_VERSION);
+  app.require_subcommand(0, 1);
+  addLineOptions(&app, &invocation.options.common.line);
+  addCommonOptions(&app, &invocation.options.common);
+  Commands commands(&app, &invocation);
+  commands.addModemCommands();
+  commands.addBoundaryCommands();
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& request) {
-    invocation.command = nullptr;
-    invocation.exitCode = app.exit(request);
+    Invocation said;
+    said.exitCode = app.exit(request);
+    return said;
   } catch (const CLI::ParseError& error) {
-    invocation.command = nullptr;
-    std::cerr << program::red(std::cerr, "gsm-host:") << " " << error.what() << "; see gsm-host --help" << std::endl;
-    invocation.exitCode = kUsage;
+    return refused(invocation, complaintOf(app, error));
   }
-  return invocation;
+  return invocation.command ? invocation : refused(invocation, "which command?");
 }
 
 }  // namespace orvix::host

@@ -10,6 +10,7 @@ namespace orvix::host {
 struct Invocation {
   Options options;
   std::function<void(const Options&)> command;  // empty: all is said, as after --help
+  bool endsBySignal = false;                    // a signal is the usual end of this command
   int exitCode = 0;                             // when there is no command
 };
 

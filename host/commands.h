@@ -1,23 +1,25 @@
 // What gsm-host does: one function a command. They print on standard output and throw Failure. One thread.
 #pragma once
 
+#include <string>
+
 #include "host/options.h"
 
 namespace orvix::host {
 
 // Asks for one data report and shows it.
-void showReport(const Options& options);
-// Sends one text message ("-": from standard input) and shows the modem's answer.
-void sendMessage(const Options& options);
+void showReport(const CommonOptions& common);
+// Sends one text message and tells what became of it.
+void sendMessage(const CommonOptions& common, const SmsOptions& options);
 // Shows a report at every interval, and what the device tells in between, until counted out or interrupted.
-void monitorModem(const Options& options);
-// Asks the device whether it would take a configuration file.
-void checkConfiguration(const Options& options);
+void monitorModem(const CommonOptions& common, const MonitorOptions& options);
+// Asks the device whether it would take a configuration file, and looks whether it can work.
+void checkConfiguration(const CommonOptions& common, const std::string& file);
 // The boundary as it is: properties and control codes, documents as JSON.
-void getProperty(const Options& options);
-void setProperty(const Options& options);
-void sendControlCode(const Options& options);
+void getProperty(const CommonOptions& common, const PropertyOptions& options);
+void setProperty(const CommonOptions& common, const PropertyOptions& options);
+void sendControlCode(const CommonOptions& common, const ControlOptions& options);
 // Finds out why a modem stays silent.
-void examineModem(const Options& options);
+void examineModem(const CommonOptions& common, const DoctorOptions& options);
 
 }  // namespace orvix::host

@@ -1,88 +1,100 @@
 #include "host/deviceSession.h"
 
 #include <filesystem>
-#include <iostream>
-#include <stdexcept>
 
-#include "document/document.h"
-#include "host/exitCode.h"
-#include "host/lineCheck.h"
+#include "common/printable.h"
+#include "host/answerText.h"
+#include "hostkit/connectionString.h"
+#include "hostkit/error.h"
+#include "hostkit/lineTrouble.h"
+#include "hostkit/modemErrors.h"
+#include "hostkit/scratchConfig.h"
+#include "hostkit/statusText.h"
+#include "program/complaint.h"
+#include "program/stopSignals.h"
 
 namespace orvix::host {
 namespace {
 
-std::unique_ptr<ScratchConfig> configFor(const Options& options, const SimulatedModem* simulated) {
-  if (simulated != nullptr) {
-    return std::make_unique<ScratchConfig>(serialLine(simulated->path()));
+namespace fs = std::filesystem;
+
+constexpr char kModuleName[] = "libgsmmodem.so";
+
+std::string moduleOf(const CommonOptions& options) {
+  if (!options.plugin.empty()) {
+    return options.plugin;
   }
-  if (!options.tcp.empty()) {
-    return std::make_unique<ScratchConfig>(tcpLine(options.tcp));
-  }
-  if (!options.device.empty()) {
-    return std::make_unique<ScratchConfig>(serialLine(options.device));
-  }
-  if (options.configFile.empty()) {
-    throw Failure(kUsage,
-                  "which modem? Give --device PATH:115200,n,8,1, --config FILE, --tcp ADDRESS:PORT or --simulate");
-  }
-  return nullptr;
+  const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
+  const fs::path beside = programs / kModuleName;
+  return fs::exists(beside) ? beside : programs.parent_path() / ORVIX_PLUGIN_DIR / kModuleName;
 }
 
-// A file that breaks a rule gives a device with the built-in default. Fine for a gateway, but a person who named a file
-// means that file.
-void refuseDefault(IDevice* device, const std::string& configFile) {
-  BSONObject wanted;
-  BSONObject current;
-  device->GetProperty("config.current", &current);
-  if (loadJSON(configFile, &wanted).isOk() && wanted != current) {
-    throw Failure(kConfiguration, configFile + " breaks a rule of the device: gsm-host check " + configFile);
+// A failing step of hostkit as a failure of this program.
+template <typename Step>
+auto orFail(ExitCode code, Step&& step) {
+  try {
+    return step();
+  } catch (const hostkit::Error& error) {
+    throw Failure(code, error.what());
   }
+}
+
+hostkit::LineChoice lineOf(const LineOptions& options, const SimulatedModem* simulated) {
+  if (simulated != nullptr) {
+    return hostkit::serialLine(simulated->path());
+  }
+  return options.tcp.empty() ? hostkit::serialLine(options.device) : hostkit::tcpLine(options.tcp);
 }
 
 // A device reads its configuration once, so a file made for it is gone again when this returns.
-PluginLibrary::Device create(const PluginLibrary& library, const Options& options, const SimulatedModem* simulated,
-                             ITraceProvider* trace) {
-  const std::unique_ptr<ScratchConfig> scratch = configFor(options, simulated);
-  // A bare name can be read but not saved.
-  const std::string configFile =
-      scratch != nullptr ? scratch->path() : std::filesystem::absolute(options.configFile).string();
-  BSONBuilder args;
-  args.appendString("cfgfile", configFile);
-  Status status;
-  PluginLibrary::Device device = library.createDevice(args.getObject(false), &status, trace);
-  if (device == nullptr) {
-    throw Failure(kConfiguration, status.toString());
+std::unique_ptr<hostkit::ModemDevice> create(const CommonOptions& options, const SimulatedModem* simulated,
+                                             hostkit::LineTrace* trace, hostkit::DeviceListener* listener) {
+  const auto library =
+      orFail(kInternal, [&] { return std::make_shared<const hostkit::PluginLibrary>(moduleOf(options)); });
+  const auto device = [&](const std::string& file) {
+    return std::make_unique<hostkit::ModemDevice>(library, file, trace, listener);
+  };
+  if (!options.line.isGiven()) {
+    throw Failure(kUsage,
+                  "which modem? Give --device PATH:115200,n,8,1, --config FILE, --tcp ADDRESS:PORT or --simulate");
   }
-  refuseDefault(device.get(), configFile);
-  return device;
+  if (!options.line.configFile.empty()) {
+    try {
+      return device(options.line.configFile);
+    } catch (const hostkit::Error& error) {
+      throw Failure(kConfiguration,
+                    std::string(error.what()) + "; gsm-host check " + options.line.configFile + " tells more");
+    }
+  }
+  const hostkit::LineChoice line = orFail(kUsage, [&] { return lineOf(options.line, simulated); });
+  return orFail(kInternal, [&] {
+    const hostkit::ScratchConfig scratch(line);
+    return device(scratch.path());
+  });
 }
 
-[[noreturn]] void explainStart(const Status& status, const std::string& line) {
-  const std::string text = status.toString();
-  if (text.rfind("Failed: unknown mode", 0) == 0) {
-    throw Failure(kConfiguration, text + "; config.mode is \"com\" or \"ip\"");
-  }
-  if (text == "Failed: XPLBuildDCB") {
-    throw Failure(kLine, "the settings of \"" + line + "\" are not accepted (" + text + ")");
-  }
-  const std::string trouble = lineTrouble(line);
-  throw Failure(kLine, (trouble.empty() ? line + " cannot be opened" : trouble) + " (" + text + ")");
+bool catchSignals() {
+  program::catchStopSignals();
+  return true;
 }
 
 }  // namespace
 
-DeviceSession::DeviceSession(const Options& options, Telling telling, TrafficListener* listener)
-    : simulated(options.simulate ? std::make_unique<SimulatedModem>() : nullptr),
-      library(options.plugin),
-      sink(telling),
-      printer(options.hex),
-      modem(create(library, options, simulated.get(), &trace)) {
-  modem->SetEventSink(&sink);
+DeviceSession::DeviceSession(const CommonOptions& options, EventOutput events, hostkit::TrafficListener* listener)
+    : printer(events), trafficPrinter(options.hex) {
+  static const bool isCaught = catchSignals();
+  (void)isCaught;
+  if (options.line.simulate) {
+    simulated = std::make_unique<SimulatedModem>();
+  }
+  modem = create(options, simulated.get(), &trace, &printer);
+  trace.add(&traffic);
   if (options.trace || options.hex) {
-    trace.add(&printer);
+    trace.add(&trafficPrinter);
   }
   if (!options.record.empty()) {
-    trace.add(&recorder.emplace(options.record, line()));
+    const auto ifThere = options.force ? hostkit::Recorder::kReplace : hostkit::Recorder::kRefuse;
+    orFail(kInternal, [&] { trace.add(&recorder.emplace(options.record, modem->line(), ifThere)); });
   }
   if (listener != nullptr) {
     trace.add(listener);
@@ -90,41 +102,58 @@ DeviceSession::DeviceSession(const Options& options, Telling telling, TrafficLis
 }
 
 DeviceSession::~DeviceSession() {
-  modem->Stop();
+  modem->stop();
   if (recorder && recorder->hasFailed()) {
-    std::cerr << "gsm-host: the recording is not complete: the file could not be written" << std::endl;
+    program::complain("gsm-host", "the recording is not complete: the file could not be written");
   }
 }
 
 void DeviceSession::start() {
-  Status started;
-  try {
-    started = modem->Start();
-  } catch (const std::out_of_range&) {
-    throw Failure(kConfiguration, "config.comstr has no \":\" with line settings behind it");
-  }
-  if (!started.isOk()) {
-    explainStart(started, line());
+  traffic.pieces.clear();
+  if (const Status started = modem->start(); !started.isOk()) {
+    throw explain(started);
   }
 }
 
 void DeviceSession::startReady() {
   start();
-  if (modem->GetStatus() != DeviceStatus::kReady) {
-    throw Failure(kModem, "no modem answers on " + line() + "; is it powered, is the speed right? Try gsm-host doctor");
+  if (modem->status() != DeviceStatus::kReady) {
+    throw Failure(kModem, answerText(modem->line(), traffic.pieces));
   }
 }
 
-std::string DeviceSession::line() {
-  BSONObject config;
-  modem->GetProperty("config.current", &config);
-  std::string comstr = config.getString("config.comstr", "");
-  const std::size_t colon = comstr.find(':');
-  if (std::string(config.getString("config.mode", "")) != "ip" || colon == std::string::npos) {
-    return comstr;
+hostkit::Answer DeviceSession::report() {
+  traffic.pieces.clear();
+  return modem->report();
+}
+
+hostkit::Answer DeviceSession::sendSms(const std::string& phone, const std::string& text) {
+  traffic.pieces.clear();
+  return modem->sendSms(phone, text);
+}
+
+Failure DeviceSession::explain(const Status& status) {
+  const std::string text = hostkit::explained(status.toString());
+  const std::string& line = modem->line();
+  switch (hostkit::kindOf(status)) {
+    case hostkit::StatusKind::kUnknownMode:
+      return {kConfiguration, text + "; config.mode is \"com\" or \"ip\""};
+    case hostkit::StatusKind::kNoSettings:
+      return {kConfiguration, text};
+    case hostkit::StatusKind::kRefusedSettings:
+      return {kLine, "the settings of \"" + line + "\" are not accepted (" + text + ")"};
+    case hostkit::StatusKind::kLineNotOpened: {
+      const std::string trouble = hostkit::lineTrouble(line);
+      return {kLine, (trouble.empty() ? line + " cannot be opened" : trouble) + " (" + text + ")"};
+    }
+    case hostkit::StatusKind::kNotWritten:
+    case hostkit::StatusKind::kNoReply:
+    case hostkit::StatusKind::kOtherReply:
+    case hostkit::StatusKind::kModemError:
+      return {kModem, answerText(line, traffic.pieces)};
+    default:
+      return {kModem, text};
   }
-  return "/dev/tcp/" + std::string(config.getString("config.ip.address", "")) + "/" +
-         std::to_string(config.getInt32("config.ip.port", 0)) + comstr.substr(colon);
 }
 
 }  // namespace orvix::host

@@ -1,48 +1,56 @@
-// One device, driven through the boundary alone. One thread.
+// One device for one run of the program. One thread.
 #pragma once
 
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "host/eventPrinter.h"
+#include "host/exitCode.h"
 #include "host/options.h"
-#include "host/pluginLibrary.h"
-#include "host/recorder.h"
-#include "host/scratchConfig.h"
 #include "host/simulatedModem.h"
-#include "host/sink.h"
 #include "host/trafficPrinter.h"
+#include "hostkit/modemDevice.h"
+#include "hostkit/recorder.h"
 
 namespace orvix::host {
 
 // Creates the device of the options, with a configuration made for it where they name none; throws Failure. Stops and
-// destroys it at the end.
+// destroys it at the end. From its creation on SIGINT, SIGTERM and SIGHUP are wishes to stop (program/stopSignals.h),
+// so that lines are restored and scratch files removed on every way out.
 class DeviceSession {
  public:
   // `listener` is borrowed, sees the line's traffic and may be null.
-  DeviceSession(const Options& options, Telling telling, TrafficListener* listener = nullptr);
+  explicit DeviceSession(const CommonOptions& options, EventOutput events = EventOutput::kNone,
+                         hostkit::TrafficListener* listener = nullptr);
   ~DeviceSession();
   DeviceSession(const DeviceSession&) = delete;
   DeviceSession& operator=(const DeviceSession&) = delete;
 
-  IDevice& device() { return *modem; }
+  hostkit::ModemDevice& device() { return *modem; }
+  hostkit::LineTrace& lineTrace() { return trace; }
+  // The traffic since the last of these three began.
+  const std::vector<hostkit::TrafficPiece>& lastTraffic() const { return traffic.pieces; }
   // Whether the device announced a changed report since the last call.
-  bool takeChanged() { return sink.takeChanged(); }
+  bool takeChanged() { return printer.takeChanged(); }
   // Opens the line; throws Failure. A modem that stays silent is no failure here: the device's status says so.
   void start();
   // As start, and throws Failure as well when no modem answers.
   void startReady();
-  // The connection string that the device opens.
-  std::string line();
+  hostkit::Answer report();
+  hostkit::Answer sendSms(const std::string& phone, const std::string& text);
+  // What the failure of the last call means, with the cause as far as line and traffic show it.
+  Failure explain(const Status& status);
 
  private:
   std::unique_ptr<SimulatedModem> simulated;
-  PluginLibrary library;
-  Sink sink;
-  TrafficPrinter printer;
-  LineTrace trace;
-  PluginLibrary::Device modem;
-  std::optional<Recorder> recorder;
+  EventPrinter printer;
+  TrafficPrinter trafficPrinter;
+  hostkit::TrafficLog traffic;
+  hostkit::LineTrace trace;
+  std::optional<hostkit::Recorder> recorder;
+  std::unique_ptr<hostkit::ModemDevice> modem;
 };
 
 }  // namespace orvix::host

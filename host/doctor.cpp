@@ -1,181 +1,221 @@
+// The command "doctor": line, rights, holders, speed, a waiting prompt, signal, registration; then the likely cause.
 #include <iostream>
-#include <memory>
 #include <vector>
 
-#include "document/document.h"
+#include "common/printable.h"
+#include "host/answerText.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
-#include "host/exitCode.h"
-#include "host/lineCheck.h"
-#include "host/modemErrors.h"
+#include "host/output.h"
 #include "host/reportView.h"
+#include "hostkit/connectionString.h"
+#include "hostkit/heal.h"
+#include "hostkit/lineTrouble.h"
+#include "hostkit/modemErrors.h"
+#include "hostkit/resultLine.h"
+#include "program/stopSignals.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
 
-// What came back, whether it made sense or not.
-class Ear final : public TrafficListener {
+constexpr std::size_t kShownBytes = 60;
+
+// What was looked at and what it showed: printed line by line, or kept for one document at the end.
+class Diary {
  public:
-  void onTraffic(XplTraceKind kind, std::string_view bytes) override {
-    if (kind == kXplTraceReceived) {
-      heard += bytes;
+  explicit Diary(bool asJson) : isJson(asJson) {}
+
+  void say(const std::string& what, const std::string& result,
+           std::string (*paint)(const std::ostream&, const std::string&) = nullptr) {
+    if (isJson) {
+      findings.push_back({{"what", what}, {"result", result}});
+      return;
     }
+    const std::string text = shown(result);
+    std::cout << "  " << what << std::string(what.size() < 16 ? 16 - what.size() : 1, ' ')
+              << (paint != nullptr ? paint(std::cout, text) : text) << std::endl;
   }
-  std::string heard;
+
+  Json document() const { return {{"findings", findings}}; }
+  bool isForJson() const { return isJson; }
+
+ private:
+  bool isJson;
+  Json findings = Json::array();
 };
 
 struct Finding {
-  bool isAsConfigured = true;  // not at another speed
   std::string line;
   Status status;      // of a data report: the probe, then both queries
   std::string heard;  // every byte that came back
   BSONObject report;  // when the status is ok
+
+  // A modem at a wrong speed shows as silence or noise; whatever holds a final result is at the right one.
+  bool isAnswer() const { return status.isOk() || hostkit::holdsFinalResult(heard); }
 };
 
-void say(const std::string& what, const std::string& result) {
-  std::cout << "  " << what << std::string(what.size() < 16 ? 16 - what.size() : 1, ' ') << result << std::endl;
+Finding ask(DeviceSession* session) {
+  const hostkit::Answer report = session->report();
+  return {session->device().line(), report.status, bytesOf(session->lastTraffic(), kXplTraceReceived), report.document};
 }
 
-Finding ask(const Options& options) {
-  Ear ear;
-  DeviceSession session(options, Telling::kNothing, &ear);
-  Finding finding;
-  finding.line = session.line();
-  IDeviceDataReport* raw = nullptr;
-  finding.status = session.device().GetDataReport(&raw);
-  const std::unique_ptr<IDeviceDataReport> report(raw);
-  if (report != nullptr) {
-    BSONObject document;
-    report->GetDocument(&document);
-    finding.report = document.copy();  // the module's own document must not outlive the module
-  }
-  finding.heard = ear.heard;
-  return finding;
-}
-
-std::string summaryOf(const Finding& finding) {
+void sayFinding(const std::string& what, const Finding& finding, Diary* diary) {
   if (finding.status.isOk()) {
-    return program::green(std::cout, "answers");
+    diary->say(what, finding.line + "  answers", program::green);
+  } else if (finding.heard.empty()) {
+    diary->say(what, finding.line + "  silent", program::red);
+  } else {
+    diary->say(what,
+               finding.line + "  " + hostkit::explained(finding.status.toString()) + ", received " +
+                   escaped(finding.heard.substr(0, kShownBytes)),
+               program::yellow);
   }
-  if (finding.heard.empty()) {
-    return program::red(std::cout, "silent");
-  }
-  return program::yellow(std::cout, explained(finding.status.toString())) + ", received " +
-         escaped(finding.heard.substr(0, 60));
 }
 
-// A modem at a wrong speed shows as silence or noise; whatever contains a result code is at the right one.
-bool isAnswer(const Finding& finding) {
-  return finding.status.isOk() || finding.heard.find("OK") != std::string::npos ||
-         finding.heard.find("ERROR") != std::string::npos;
+void examineLine(DeviceSession* session, Diary* diary) {
+  const std::string& line = session->device().line();
+  diary->say("line", line);
+  if (const std::string trouble = hostkit::lineTrouble(line); !trouble.empty()) {
+    diary->say("", "does not open", program::red);
+    for (const std::string& other : hostkit::serialDevices()) {
+      diary->say("", "there is " + other);
+    }
+    throw Failure(kLine, trouble);
+  }
+  for (const std::string& other : hostkit::openersOf(line)) {
+    const std::string advice = hostkit::openerAdvice(other);
+    diary->say("", "is open in " + other + " as well" + (advice.empty() ? "" : "; " + advice), program::yellow);
+  }
+  diary->say("", "is there, may be opened, and is not locked", program::green);
+  session->start();  // a configuration that cannot work is told here
+  if (const std::string trouble = hostkit::speedTrouble(line); !trouble.empty()) {
+    throw Failure(kLine, trouble);
+  }
 }
 
-// The options as they are, then the same serial line at the other usual speeds.
-std::vector<Options> attemptsFor(const Options& options, const std::string& line) {
-  std::vector<Options> attempts{options};
-  if (options.tcp.empty() && !options.simulate) {
-    for (const char* const speed : {"115200", "9600", "57600", "38400", "19200", "230400"}) {
-      Options attempt = options;
-      attempt.configFile.clear();
-      attempt.record.clear();  // the recording is of the line as configured
-      attempt.device = pathOf(line) + ":" + speed + ",n,8,1";
-      if (attempt.device != line) {
-        attempts.push_back(attempt);
-      }
+// A person at a terminal is asked; a script that did not say --no-heal is taken to agree.
+bool mayHeal(const DoctorOptions& options, const Diary& diary) {
+  if (options.noHeal) {
+    return false;
+  }
+  if (diary.isForJson() || !program::isTerminal(std::cout) || !program::isTerminal(std::cerr)) {
+    return true;
+  }
+  std::cout << "  The modem may be waiting for the text of a message. Drop it with an Escape? [Y/n] " << std::flush;
+  std::string answer;
+  std::getline(std::cin, answer);
+  return answer.empty() || answer[0] == 'y' || answer[0] == 'Y';
+}
+
+// Two probes without a final result: an Escape shows whether the modem was waiting at its prompt. True when it was.
+bool healPrompt(DeviceSession* session, const DoctorOptions& options, Diary* diary) {
+  if (!mayHeal(options, *diary)) {
+    diary->say("prompt", "the modem may be waiting for a text: left alone", program::yellow);
+    return false;
+  }
+  if (!hostkit::heal(&session->device()).isOk()) {
+    diary->say("prompt", "an Escape brought no answer");
+    return false;
+  }
+  diary->say("prompt", "the modem was waiting for the text of a message; an Escape brought it back", program::yellow);
+  return true;
+}
+
+// The same serial line at the other usual speeds.
+std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::string& line) {
+  std::vector<CommonOptions> attempts;
+  const bool isSerial = common.line.tcp.empty() && !common.line.simulate && line.rfind("/dev/tcp/", 0) != 0;
+  for (const char* const speed : {"115200", "9600", "57600", "38400", "19200", "230400"}) {
+    CommonOptions attempt = common;
+    attempt.line.configFile.clear();
+    attempt.record.clear();  // the recording is of the line as configured
+    attempt.line.device = hostkit::pathOf(line) + ":" + speed + ",n,8,1";
+    if (isSerial && attempt.line.device != line) {
+      attempts.push_back(attempt);
     }
   }
   return attempts;
 }
 
-Finding findAnswer(const Options& options, const std::string& line) {
-  Finding first;
-  bool isFirst = true;
-  for (const Options& attempt : attemptsFor(options, line)) {
-    Finding finding = ask(attempt);
-    finding.isAsConfigured = isFirst;
-    say(isFirst ? "as configured" : "", finding.line + "  " + summaryOf(finding));
-    if (isAnswer(finding)) {
-      return finding;
+// Searches for an answer at other speeds; throws Failure with the result of the search.
+[[noreturn]] void searchSpeeds(const CommonOptions& common, const Finding& first, Diary* diary) {
+  bool wasSilent = first.heard.empty();
+  for (const CommonOptions& attempt : otherSpeeds(common, first.line)) {
+    if (program::isStopWished()) {
+      throw Failure(kModem, "stopped before all speeds were tried");
     }
-    if (isFirst || first.heard.empty()) {
-      first = finding;
+    DeviceSession session(attempt);
+    const Finding finding = ask(&session);
+    sayFinding("", finding, diary);
+    if (finding.isAnswer()) {
+      throw Failure(kModem, "the modem runs at another speed: use \"" + finding.line + "\"");
     }
-    isFirst = false;
+    wasSilent = wasSilent && finding.heard.empty();
   }
-  return first;
+  throw Failure(kModem, wasSilent ? "no byte came back at any speed: check power and cable; a modem with several ports "
+                                    "answers on another one"
+                                  : "bytes came back, but no answer: this port is not the modem's command port, or the "
+                                    "speed is an unusual one");
 }
 
-// The modem's own error, which the status of a report leaves out.
-std::string refusalOf(const Finding& finding) {
-  const std::size_t error = finding.heard.rfind("ERROR: ");
-  if (error == std::string::npos) {
-    return explained(finding.status.toString());
-  }
-  return explained(finding.heard.substr(error, finding.heard.find_first_of("\r\n", error) - error));
-}
-
-std::string adviceForSilence(const Finding& finding) {
-  if (finding.heard.empty()) {
-    return "no byte came back at any speed: check power and cable; a modem with several ports answers on another one";
-  }
-  return "bytes came back, but no answer: this port is not the modem's command port, or the speed is an unusual one";
-}
-
-std::string adviceFor(const Finding& finding) {
-  if (!isAnswer(finding)) {
-    return adviceForSilence(finding);
-  }
-  if (!finding.isAsConfigured) {
-    return "the modem runs at another speed: use \"" + finding.line + "\"";
-  }
+// What is wrong with a modem that answers; "" when it is well.
+std::string adviceFor(const Finding& finding, const std::vector<hostkit::TrafficPiece>& traffic) {
   if (!finding.status.isOk()) {
-    return "the modem answers but refuses: " + refusalOf(finding) + "; check the SIM card and its PIN";
+    return answerText(finding.line, traffic) + "; check the SIM card and its PIN";
   }
-  const std::string registration = registrationText(finding.report);
-  if (!finding.report.getBool("GSMModem.report.signalQuality.valid", false)) {
+  if (!hasSignal(finding.report)) {
     return "no usable signal: check the antenna";
   }
-  if (registration == "denied") {
+  if (shownRegistration(finding.report) == "denied") {
     return "the network refuses this SIM card: ask its operator";
   }
-  if (registration != "home" && registration != "roaming") {
-    return "not registered in a network (yet): wait a minute, then check SIM card and antenna";
+  return isRegistered(finding.report)
+             ? ""
+             : "not registered in a network (yet): wait a minute, then check SIM card and antenna";
+}
+
+void examine(const CommonOptions& common, const DoctorOptions& options, Diary* diary) {
+  Finding finding;
+  std::string advice;
+  {
+    DeviceSession session(common);
+    examineLine(&session, diary);
+    finding = ask(&session);
+    sayFinding("as configured", finding, diary);
+    if (!finding.isAnswer() && !program::isStopWished()) {
+      finding = ask(&session);  // what a first command ran into need not be lasting
+      if (!finding.isAnswer() && healPrompt(&session, options, diary)) {
+        finding = ask(&session);
+      }
+    }
+    advice = adviceFor(finding, session.lastTraffic());
   }
-  return "";
+  if (!finding.isAnswer()) {
+    searchSpeeds(common, finding, diary);
+  }
+  if (finding.status.isOk()) {
+    diary->say("signal", shownSignal(finding.report));
+    diary->say("registration", shownRegistration(finding.report));
+  }
+  if (!advice.empty()) {
+    throw Failure(kModem, advice);
+  }
+  diary->say("verdict", "the modem is well", program::green);
 }
 
 }  // namespace
 
-void examineModem(const Options& options) {
-  std::string configured;
-  {
-    DeviceSession session(options, Telling::kNothing);
-    configured = session.line();
-    say("line", configured);
-    if (const std::string trouble = lineTrouble(configured); !trouble.empty()) {
-      say("", program::red(std::cout, "does not open"));
-      for (const std::string& other : serialDevices()) {
-        say("", "there is " + other);
-      }
-      throw Failure(kLine, trouble);
-    }
-    for (const std::string& other : openersOf(configured)) {
-      say("", program::yellow(std::cout, "is open in " + other + " as well"));
-    }
-    say("", program::green(std::cout, "is there, may be opened, and is not locked"));
-    session.start();  // a configuration that cannot work is told here
+void examineModem(const CommonOptions& common, const DoctorOptions& options) {
+  Diary diary(common.json);
+  try {
+    examine(common, options, &diary);
+  } catch (const Failure& failure) {
+    throw Failure(failure.exitCode(), failure.what(), diary.document());
   }
-  const Finding finding = findAnswer(options, configured);
-  if (finding.status.isOk()) {
-    say("signal", signalText(finding.report));
-    say("registration", registrationText(finding.report));
+  if (common.json) {
+    printJson(diary.document());
   }
-  const std::string advice = adviceFor(finding);
-  if (!advice.empty()) {
-    throw Failure(kModem, advice);
-  }
-  say("verdict", program::green(std::cout, "the modem is well"));
 }
 
 }  // namespace orvix::host

@@ -1,10 +1,15 @@
 // How gsm-host ends, and the failure that carries it there. One thread.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace orvix::host {
+
+// In the order of what a command has in its hands.
+using Json = nlohmann::ordered_json;
 
 enum ExitCode : int {
   kDone = 0,
@@ -13,17 +18,22 @@ enum ExitCode : int {
   kConfiguration = 3,  // the device refuses its configuration
   kLine = 4,           // the line cannot be opened
   kModem = 5,          // the modem does not answer, or refuses
+  kUncertain = 6,      // a message may have been sent
 };
 
-// Ends the program with one line on standard error.
+// Ends the program with one line on standard error, and with --json with a document on standard output.
 class Failure : public std::runtime_error {
  public:
-  Failure(ExitCode exitCode, const std::string& message) : std::runtime_error(message), code(exitCode) {}
+  // `moreFields` stand in that document beside the message and the exit code.
+  Failure(ExitCode exitCode, const std::string& message, Json moreFields = Json::object())
+      : std::runtime_error(message), code(exitCode), more(std::move(moreFields)) {}
 
   ExitCode exitCode() const { return code; }
+  const Json& moreFields() const { return more; }
 
  private:
   ExitCode code;
+  Json more;
 };
 
 }  // namespace orvix::host

@@ -1,3 +1,4 @@
+// gsm-host: drives one modem by hand through the plug-in's boundary.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -5,17 +6,26 @@
 #include <iostream>
 
 #include "host/commandLine.h"
+#include "host/escapedLog.h"
 #include "host/exitCode.h"
+#include "host/output.h"
 #include "logging/logging.h"
-#include "program/terminal.h"
+#include "program/complaint.h"
+#include "program/standardStreams.h"
+#include "program/stopSignals.h"
 
 namespace {
 
 using namespace orvix::host;
 
-int complain(const char* what, int exitCode) {
-  std::cerr << orvix::program::red(std::cerr, "gsm-host:") << " " << what << std::endl;
-  return exitCode;
+int endWith(const Invocation& invocation, const Failure& failure) {
+  orvix::program::complain("gsm-host", failure.what());
+  if (invocation.options.common.json) {
+    Json document = {{"error", failure.what()}, {"exitCode", failure.exitCode()}};
+    document.update(failure.moreFields());
+    printJson(document);
+  }
+  return failure.exitCode();
 }
 
 // A reader of a pipe that has seen enough is no failure, a full disk is.
@@ -28,24 +38,34 @@ int run(const Invocation& invocation) {
   try {
     invocation.command(invocation.options);
     std::cout.flush();
-    return std::cout || isReaderGone() ? kDone : complain("the output cannot be written", kInternal);
+    if (!std::cout && !isReaderGone()) {
+      throw Failure(kInternal, "the output cannot be written");
+    }
+    return kDone;
   } catch (const Failure& failure) {
-    return complain(failure.what(), failure.exitCode());
+    return endWith(invocation, failure);
   } catch (const std::exception& error) {
-    return complain(error.what(), kInternal);
+    return endWith(invocation, {kInternal, error.what()});
   }
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  orvix::program::openStandardStreams();
   const Invocation invocation = readCommandLine(argc, argv);
   if (!invocation.command) {
     return invocation.exitCode;
   }
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not leave the line as it is
-  orvix::setUpLogging(true, argv[0], true, 0, invocation.options.verbosity, "", "");
-  const int result = run(invocation);
+  orvix::setUpLogging(true, argv[0], true, 0, invocation.options.common.verbosity, "", "");
+  std::signal(SIGTERM, SIG_DFL);  // glog would print a stack trace
+  const int result = [&] {
+    const EscapedLog log;
+    return run(invocation);
+  }();
   orvix::tearDownLogging();
-  return result;
+  constexpr int kBySignal = 128;  // as shells tell it
+  const int signal = orvix::program::stopSignal();
+  return signal != 0 && !invocation.endsBySignal ? kBySignal + signal : result;
 }

@@ -1,26 +1,27 @@
 // A live line about what a long dialogue is doing. Its own thread redraws; onTraffic runs in the device's.
 #pragma once
 
-#include <chrono>
 #include <condition_variable>
 #include <mutex>
 #include <string>
 #include <thread>
 
-#include "host/traffic.h"
+#include "hostkit/traffic.h"
 
 namespace orvix::host {
 
 // On a terminal, shows on standard error which step the dialogue is in, as the trace tells, and how long it has run;
 // the line is wiped at the end. Anywhere else it shows nothing.
-class Progress final : public TrafficListener {
+class Progress final : public hostkit::TrafficListener {
  public:
   explicit Progress(bool isWanted);
   ~Progress() { finish(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  void onTraffic(XplTraceKind kind, std::string_view bytes) override;
+  void onTraffic(const hostkit::TrafficPiece& piece) override;
+  // Shows this step until the next command.
+  void say(const std::string& text);
   // Wipes the line; it does not come back.
   void finish();
 
@@ -33,8 +34,5 @@ class Progress final : public TrafficListener {
   bool isDone = false;
   std::thread painter;
 };
-
-// The step that a command begins, for people.
-std::string stepOf(std::string_view command);
 
 }  // namespace orvix::host

@@ -18,9 +18,9 @@ std::string signalBar(int percent) {
 
 }  // namespace
 
-std::string signalText(const BSONObject& document) {
-  const BSONObject signal = document.getObject(std::string(kReport) + ".signalQuality", false);
-  if (!signal.getBool("valid", false)) {
+std::string shownSignal(const BSONObject& report) {
+  const BSONObject signal = report.getObject(std::string(kReport) + ".signalQuality", false);
+  if (!hasSignal(report)) {
     return signalBar(0) + "  unknown";
   }
   const int percent = signal.getInt32("percent", 0);
@@ -28,17 +28,25 @@ std::string signalText(const BSONObject& document) {
          " %";
 }
 
-std::string registrationText(const BSONObject& document) {
-  return document.getString(std::string(kReport) + ".NetworkRegistration.status", "unknown");
+std::string shownRegistration(const BSONObject& report) {
+  return report.getString(std::string(kReport) + ".NetworkRegistration.status", "unknown");
 }
 
-void printReport(std::ostream& out, const BSONObject& document) {
-  const std::string registration = registrationText(document);
-  const bool isRegistered = registration == "home" || registration == "roaming";
-  out << "  Signal        " << program::bold(out, signalText(document)) << "\n"
-      << "  Registration  " << (isRegistered ? program::green(out, registration) : program::yellow(out, registration))
-      << "\n"
-      << "  Measured      " << document.getString(std::string(kReport) + ".time", "") << std::endl;
+bool isRegistered(const BSONObject& report) {
+  const std::string registration = shownRegistration(report);
+  return registration == "home" || registration == "roaming";
+}
+
+bool hasSignal(const BSONObject& report) {
+  return report.getBool(std::string(kReport) + ".signalQuality.valid", false);
+}
+
+void printReport(std::ostream& out, const BSONObject& report) {
+  const std::string registration = shownRegistration(report);
+  out << "  Signal        " << program::bold(out, shownSignal(report)) << "\n"
+      << "  Registration  "
+      << (isRegistered(report) ? program::green(out, registration) : program::yellow(out, registration)) << "\n"
+      << "  Measured      " << report.getString(std::string(kReport) + ".time", "") << std::endl;
 }
 
 }  // namespace orvix::host

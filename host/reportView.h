@@ -9,9 +9,12 @@
 namespace orvix::host {
 
 // "[######....]  -73 dBm, 63 %", or "[..........]  unknown".
-std::string signalText(const BSONObject& document);
-std::string registrationText(const BSONObject& document);
+std::string shownSignal(const BSONObject& report);
+// "home", "searching" and so on, as the report has it.
+std::string shownRegistration(const BSONObject& report);
+bool isRegistered(const BSONObject& report);
+bool hasSignal(const BSONObject& report);
 // The whole report, one value a line.
-void printReport(std::ostream& out, const BSONObject& document);
+void printReport(std::ostream& out, const BSONObject& report);
 
 }  // namespace orvix::host

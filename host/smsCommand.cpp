@@ -1,27 +1,25 @@
+// The command "sms": one message, and what became of it.
 #include <iostream>
 #include <iterator>
 
-#include "document/document.h"
+#include "common/printable.h"
 #include "host/commands.h"
 #include "host/deviceSession.h"
-#include "host/exitCode.h"
-#include "host/modemErrors.h"
+#include "host/output.h"
 #include "host/progress.h"
+#include "hostkit/connectionString.h"
+#include "hostkit/heal.h"
+#include "hostkit/lineWatch.h"
+#include "hostkit/verdict.h"
+#include "program/stopSignals.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
 
-void checkPhone(const Options& options) {
-  const bool looksRight =
-      !options.phone.empty() && options.phone.find_first_not_of("+0123456789*#") == std::string::npos;
-  if (!looksRight && !options.force) {
-    throw Failure(kUsage, "\"" + options.phone + "\" is no phone number: digits, +, * and # alone, for example " +
-                              "+491701234567 (--force sends it as it is)");
-  }
-}
+constexpr int kLatePromptMs = 30000;
 
-std::string textOf(const Options& options) {
+std::string textOf(const SmsOptions& options) {
   if (options.text != "-") {
     return options.text;
   }
@@ -32,43 +30,115 @@ std::string textOf(const Options& options) {
   return text;
 }
 
-void checkText(const std::string& text, const Options& options) {
-  if (text.empty()) {
-    throw Failure(kUsage, "the text is empty");
+void requireFit(const hostkit::Fit& fit, bool isForced) {
+  if (!fit.isFit() && !isForced) {
+    throw Failure(kUsage, fit.problem + " (--force sends it as it is)");
   }
-  if (text.find('\0') != std::string::npos) {
+}
+
+void checkMessage(const std::string& phone, const std::string& text, hostkit::Charset charset, bool isForced) {
+  if (isForced && (phone.empty() || text.empty())) {
+    throw Failure(kUsage, "a message without number or text cannot even be forced");
+  }
+  if (phone.find('\0') != std::string::npos || text.find('\0') != std::string::npos) {
     throw Failure(kUsage, "the text holds a NUL byte, where it would be cut off");
   }
-  if (text.find_first_of("\x1a\x1b") != std::string::npos && !options.force) {
-    throw Failure(kUsage, "the text holds Ctrl-Z or Escape, which end it at the modem (--force sends it as it is)");
+  requireFit(hostkit::numberFit(phone), isForced);
+  requireFit(hostkit::textFit(text, charset), isForced);
+}
+
+// One attempt: the dialogue, then whatever is still to come of it.
+class Attempt {
+ public:
+  Attempt(DeviceSession* owner, Progress* line, const SmsOptions& smsOptions, std::string message)
+      : session(owner), progress(line), options(smsOptions), text(std::move(message)) {}
+
+  hostkit::Judgement run() {
+    answer = session->sendSms(options.phone, text);
+    listen();
+    const hostkit::Judgement judgement = judged();
+    if (judgement.mayWaitAtPrompt) {
+      isHealed = hostkit::heal(&session->device()).isOk();
+    }
+    return judgement;
   }
+
+  // What the device itself says.
+  hostkit::Answer answer;
+  bool isHealed = false;
+
+ private:
+  hostkit::Judgement judged() const { return hostkit::judge(session->lastTraffic(), text, true, options.okIsSent); }
+
+  void listen() {
+    hostkit::LineWatch watch(hostkit::pathOf(session->device().line()));
+    const auto isStopped = [] { return program::isStopWished(); };
+    if (judged().mayResultCome) {
+      progress->say("no result yet: listening for a late one (Ctrl-C ends the waiting)");
+      hostkit::listenOn(&watch, &session->lineTrace(), options.lateSeconds * 1000,
+                        [&] { return isStopped() || !judged().mayResultCome; });
+    } else if (judged().mayPromptCome) {
+      progress->say("no prompt yet: listening for a late one");
+      hostkit::listenOn(&watch, &session->lineTrace(), kLatePromptMs,
+                        [&] { return isStopped() || !judged().mayPromptCome; });
+    }
+  }
+
+  DeviceSession* session;
+  Progress* progress;
+  const SmsOptions& options;
+  std::string text;
+};
+
+template <typename Value>
+Json orNull(const std::optional<Value>& value) {
+  return value ? Json(*value) : Json();
+}
+
+Json fieldsOf(const hostkit::Judgement& judgement, const Attempt& attempt) {
+  return {{"verdict", hostkit::verdictName(judgement.verdict)},
+          {"reference", orNull(judgement.reference)},
+          {"code", orNull(judgement.code)},
+          {"reason", judgement.reason},
+          {"TransmissionResult", attempt.answer.status.toString()}};
+}
+
+[[noreturn]] void tellFailure(const hostkit::Judgement& judgement, const Attempt& attempt) {
+  const Json fields = fieldsOf(judgement, attempt);
+  if (judgement.verdict == hostkit::Verdict::kUncertain) {
+    throw Failure(kUncertain, "uncertain, the message may have been sent: " + judgement.reason, fields);
+  }
+  std::string text = "the message was not sent: " + judgement.reason;
+  if (attempt.isHealed) {
+    text += "; the modem waited for the text and is brought back";
+  } else if (judgement.mayWaitAtPrompt) {
+    text += "; the modem may be waiting for the text: gsm-host doctor heals that";
+  }
+  throw Failure(kModem, text, fields);
 }
 
 }  // namespace
 
-void sendMessage(const Options& options) {
-  checkPhone(options);
+void sendMessage(const CommonOptions& common, const SmsOptions& options) {
   const std::string text = textOf(options);
-  checkText(text, options);
-  BSONBuilder message;
-  message.appendString("phone", options.phone);
-  message.appendString("text", text);
-  const BSONObject params = message.getObject(false);
-  Progress progress(!options.trace && !options.hex && options.verbosity == 0);
-  DeviceSession session(options, Telling::kNothing, &progress);
+  checkMessage(options.phone, text, options.charset, common.force);
+  Progress progress(common.isQuiet());
+  DeviceSession session(common, EventOutput::kNone, &progress);
   session.startReady();
-  BSONObject answer;
-  const Status sent = session.device().IoControl("sendSMS", &params, &answer);
+  if (program::isStopWished()) {
+    throw Failure(kInternal, "stopped before the message was given to the modem");
+  }
+  Attempt attempt(&session, &progress, options, text);
+  const hostkit::Judgement judgement = attempt.run();
   progress.finish();
-  if (options.json && !answer.isEmpty()) {
-    std::cout << answer.toJSON() << std::endl;
+  if (judgement.verdict != hostkit::Verdict::kSent) {
+    tellFailure(judgement, attempt);
   }
-  if (!sent.isOk()) {
-    throw Failure(kModem, "the message was not sent: " + explained(sent.toString()));
-  }
-  if (!options.json) {
-    std::cout << program::green(std::cout, "Sent") << " to " << options.phone << ": the modem answered "
-              << answer.getString("TransmissionResult", "") << std::endl;
+  if (common.json) {
+    printJson(fieldsOf(judgement, attempt));
+  } else {
+    std::cout << program::green(std::cout, "Sent") << " to " << shown(options.phone) << ": " << judgement.reason
+              << std::endl;
   }
 }
 

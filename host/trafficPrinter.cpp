@@ -2,28 +2,32 @@
 
 #include <iostream>
 
+#include "common/printable.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
+namespace {
 
-void TrafficPrinter::onTraffic(XplTraceKind kind, std::string_view bytes) {
-  std::cerr << program::dim(std::cerr, program::timeOfDay(true)) << ' ';
-  switch (kind) {
+std::string textOf(const hostkit::TrafficPiece& piece) {
+  switch (piece.kind) {
     case kXplTraceSent:
-      std::cerr << "> " << escaped(bytes);
-      break;
+      return "> " + escaped(piece.bytes);
     case kXplTraceReceived:
-      std::cerr << "< " << escaped(bytes);
-      break;
+      return "< " + escaped(piece.bytes);
     case kXplTraceLinesRead:
-      std::cerr << "= lines:" << linesThatAreOn(bytes);
-      break;
+      return "= lines: " + hostkit::linesThatAreOn(piece.bytes);
     case kXplTraceLinesSet:
-      std::cerr << "= lines set:" << linesThatAreOn(bytes);
-      break;
+      return "= lines set: " + hostkit::linesThatAreOn(piece.bytes);
   }
+  return "";
+}
+
+}  // namespace
+
+void TrafficPrinter::onTraffic(const hostkit::TrafficPiece& piece) {
+  std::cerr << program::dim(std::cerr, program::timeOfDay(true)) << ' ' << textOf(piece);
   if (withHex) {
-    std::cerr << "\n               " << program::dim(std::cerr, hexText(bytes));
+    std::cerr << "\n               " << program::dim(std::cerr, hexText(piece.bytes));
   }
   std::cerr << std::endl;
 }

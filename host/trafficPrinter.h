@@ -1,17 +1,17 @@
-// Shows a line's traffic on standard error. One thread.
+// Shows a line's traffic on standard error. Told by one LineTrace.
 #pragma once
 
-#include "host/traffic.h"
+#include "hostkit/traffic.h"
 
 namespace orvix::host {
 
 // One line for each piece: local time, direction (">" to the modem, "<" from it, "=" modem lines) and the text with
 // control characters escaped, or the lines that are on; with `hex` a second line of hexadecimal bytes.
-class TrafficPrinter final : public TrafficListener {
+class TrafficPrinter final : public hostkit::TrafficListener {
  public:
   explicit TrafficPrinter(bool hex) : withHex(hex) {}
 
-  void onTraffic(XplTraceKind kind, std::string_view bytes) override;
+  void onTraffic(const hostkit::TrafficPiece& piece) override;
 
  private:
   bool withHex;

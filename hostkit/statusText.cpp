@@ -51,4 +51,14 @@ StatusKind kindOf(const Status& status) {
   return StatusKind::kOther;
 }
 
+std::string parameterIn(const Status& status) {
+  static constexpr std::string_view kMark = "Failed: Parameter ";
+  const std::string text = status.toString();
+  if (text.compare(0, kMark.size(), kMark) != 0) {
+    return "";
+  }
+  const std::string key = text.substr(kMark.size(), text.find(' ', kMark.size()) - kMark.size());
+  return key == "ID" ? "id" : key;
+}
+
 }  // namespace orvix::hostkit

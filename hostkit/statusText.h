@@ -1,6 +1,8 @@
 // What a status of the plug-in says, for programs: the one place that knows its texts. Pure functions; any thread.
 #pragma once
 
+#include <string>
+
 #include "common/status.h"
 
 namespace orvix::hostkit {
@@ -21,5 +23,8 @@ enum class StatusKind {
 };
 
 StatusKind kindOf(const Status& status);
+
+// The key that a refusal of a configuration or a message is about, such as "config.mode"; "" when there is none.
+std::string parameterIn(const Status& status);
 
 }  // namespace orvix::hostkit

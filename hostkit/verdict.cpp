@@ -102,7 +102,8 @@ void judgeBeforeText(const Dialogue& dialogue, const std::string& text, bool has
     takeError(*error, judgement);
     judgement->reason = "the modem refused the number: " + quoted(*error);
   } else if (hasPrompt) {
-    judgement->reason = "the text was not written to its end";
+    judgement->reason = dialogue.isTextBegun ? "the text was not written to its end"
+                                             : "the modem's prompt came, but no text was written";
   } else if (dialogue.isNumberGiven) {
     judgement->reason = "the modem gave no prompt for the text";
   } else {

@@ -75,21 +75,4 @@ std::string timeOfDay(bool withMilliseconds) {
   return std::string(text) + milliseconds;
 }
 
-std::string jsonString(const std::string& text) {
-  std::string json = "\"";
-  for (const char c : text) {
-    if (c == '"' || c == '\\') {
-      json += '\\';
-      json += c;
-    } else if (static_cast<unsigned char>(c) < 0x20) {
-      char code[8];
-      std::snprintf(code, sizeof code, "\\u%04x", static_cast<unsigned>(c));
-      json += code;
-    } else {
-      json += c;
-    }
-  }
-  return json + "\"";
-}
-
 }  // namespace orvix::program

@@ -21,7 +21,4 @@ std::string red(const std::ostream& stream, const std::string& text);
 // Local time as "hh:mm:ss", with milliseconds "hh:mm:ss.mmm".
 std::string timeOfDay(bool withMilliseconds = false);
 
-// A text as a JSON string, quoted.
-std::string jsonString(const std::string& text);
-
 }  // namespace orvix::program

@@ -11,7 +11,7 @@ expect report "-73 dBm, 63 %"
 expect report "roaming"
 
 host sms 0 --device "$line" --trace sms 0123456789 "two  words"
-expect sms "the modem answered OK"
+expect sms "the modem answered +CMGS: "
 expect sms '> two  words\x1a\r\n\r'
 expect modem "SMS to 0123456789"
 expect modem "  two  words"

@@ -14,8 +14,8 @@ replay() {
 }
 
 replay notice "$recordings/reportWithNotice.jsonl" 0 report
-replay refused "$recordings/smsRefused.jsonl" 5 sms 0123456789 hello
-expect refused "the message was not sent: Failed: ERROR: 500 (unknown error"
+replay refused "$recordings/smsRefused.jsonl" 6 sms 0123456789 hello
+expect refused "may have been sent: the modem answered +CMS ERROR: 500 (unknown error"
 replay late "$recordings/lateAnswer.jsonl" 0 report
 
 host made 0 --simulate --record "$folder/made.jsonl" --json report

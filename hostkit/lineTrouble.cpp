@@ -1,10 +1,11 @@
-#include "host/lineCheck.h"
+#include "hostkit/lineTrouble.h"
 
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -14,8 +15,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <optional>
 
-namespace orvix::host {
+#include "hostkit/connectionString.h"
+#include "serial/dcb.h"
+
+namespace orvix::hostkit {
 namespace {
 
 namespace fs = std::filesystem;
@@ -84,14 +89,33 @@ std::string holderOf(const std::string& path) {
   return !locker.empty() ? locker : others.empty() ? "another process" : others.front();
 }
 
-std::string groupOf(const std::string& path) {
+std::string heldBy(const std::string& path) {
+  const std::string holder = holderOf(path);
+  const std::string advice = openerAdvice(holder);
+  return path + " is held by " + holder + ": end it, or choose another line" + (advice.empty() ? "" : "; " + advice);
+}
+
+// What the mode bits leave to do for somebody who may not open the file.
+std::string accessAdvice(const std::string& path) {
   struct stat found {};
-  const group* const owner = stat(path.c_str(), &found) == 0 ? getgrgid(found.st_gid) : nullptr;
-  return owner != nullptr ? owner->gr_name : "dialout";
+  if (stat(path.c_str(), &found) != 0) {
+    return "a folder on the way there is closed to you";
+  }
+  constexpr mode_t kGroupMay = S_IRGRP | S_IWGRP;
+  const group* const owner = getgrgid(found.st_gid);
+  const std::string name = owner != nullptr ? owner->gr_name : std::to_string(found.st_gid);
+  if ((found.st_mode & kGroupMay) == kGroupMay && found.st_gid != 0) {
+    return "join its group (usermod -aG " + name + " USER) and log in again";
+  }
+  char mode[8];
+  std::snprintf(mode, sizeof mode, "%03o", static_cast<unsigned>(found.st_mode & 0777));
+  return std::string("its mode ") + mode +
+         " lets no group in; a udev rule changes that: SUBSYSTEM==\"tty\", KERNEL==\"" +
+         fs::path(path).filename().string() + "\", GROUP=\"dialout\", MODE=\"0660\"";
 }
 
 std::string openTrouble(const std::string& path, int error) {
-  std::string text = path + ": " + std::strerror(error);
+  const std::string text = path + ": " + std::strerror(error);
   switch (error) {
     case ENOENT:
       if (path.rfind("/dev/tcp/", 0) == 0) {
@@ -99,34 +123,82 @@ std::string openTrouble(const std::string& path, int error) {
       }
       return text + "; is the modem plugged in?";
     case EACCES:
-      return text + "; join the group " + groupOf(path);
+      return text + "; " + accessAdvice(path);
     case EBUSY:
-      return path + " is held by " + holderOf(path) + ": end it, or choose another line";
+      return heldBy(path);
     default:
       return text;
   }
 }
 
-}  // namespace
-
-std::string pathOf(const std::string& connectionString) {
-  return connectionString.substr(0, connectionString.find(':'));
+// Another name of the same device without a colon, where udev made one.
+std::string nameById(const fs::path& device) {
+  std::error_code refused;
+  for (const fs::directory_entry& entry : fs::directory_iterator("/dev/serial/by-id", refused)) {
+    if (fs::equivalent(entry.path(), device, refused) && entry.path().string().find(':') == std::string::npos) {
+      return entry.path();
+    }
+  }
+  return fs::canonical(device, refused);
 }
+
+// The first colon ends the path, so a name that holds one is cut there.
+std::string colonTrouble(const std::string& connectionString) {
+  std::error_code refused;
+  for (std::size_t end = connectionString.size(); end != std::string::npos && end > 0;
+       end = connectionString.rfind(':', end - 1)) {
+    const std::string path = connectionString.substr(0, end);
+    if (path.find(':') != std::string::npos && fs::exists(path, refused)) {
+      return path + " holds a colon, which ends the name in a connection string; use " + nameById(path);
+    }
+  }
+  return "";
+}
+
+}  // namespace
 
 std::string lineTrouble(const std::string& connectionString) {
   const std::string path = pathOf(connectionString);
-  const int descriptor = open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+  const int descriptor = open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor == -1) {
-    return openTrouble(path, errno);
+    const int error = errno;
+    const std::string trouble = error == ENOENT ? colonTrouble(connectionString) : "";
+    return trouble.empty() ? openTrouble(path, error) : trouble;
   }
   std::string text;
   if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
-    text = path + " is held by " + holderOf(path) + ": end it, or choose another line";
+    text = heldBy(path);
   } else if (isatty(descriptor) == 0) {
     text = path + " is not a serial line";
   }
   close(descriptor);
   return text;
+}
+
+std::string speedTrouble(const std::string& connectionString) {
+  XplDcb dcb;
+  const std::string path = pathOf(connectionString);
+  if (XPLBuildDCB(connectionString.c_str(), &dcb, nullptr) == 0) {
+    return "";
+  }
+  const std::optional<termios> wanted = xpl::lineSettings(path.c_str(), dcb);
+  const int descriptor = open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor == -1) {
+    return "";
+  }
+  termios found{};
+  const bool isOther = wanted && tcgetattr(descriptor, &found) == 0 && cfgetospeed(&found) != cfgetospeed(&*wanted);
+  close(descriptor);
+  return isOther ? path + " does not run at " + std::to_string(dcb.baud) + " baud: its chip did not take the speed"
+                 : "";
+}
+
+std::string openerAdvice(const std::string& opener) {
+  if (opener.find("(ModemManager)") == std::string::npos) {
+    return "";
+  }
+  return "a udev rule keeps ModemManager away from a device: ATTRS{idVendor}==\"VENDOR\", "
+         "ATTRS{idProduct}==\"PRODUCT\", ENV{ID_MM_DEVICE_IGNORE}=\"1\"";
 }
 
 std::vector<std::string> openersOf(const std::string& connectionString) {
@@ -148,4 +220,4 @@ std::vector<std::string> serialDevices() {
   return found;
 }
 
-}  // namespace orvix::host
+}  // namespace orvix::hostkit

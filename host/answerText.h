@@ -1,0 +1,18 @@
+// What came back from a modem that is not of use, for people. Pure functions; any thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "hostkit/traffic.h"
+
+namespace orvix::host {
+
+// The bytes of one kind in the traffic.
+std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceKind kind);
+
+// Why a probe or a report on that line failed, by its traffic: nothing could be written, nothing came back, an error,
+// an echo alone, or something else; with what to do.
+std::string answerText(const std::string& line, const std::vector<hostkit::TrafficPiece>& traffic);
+
+}  // namespace orvix::host

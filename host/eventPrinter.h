@@ -1,0 +1,31 @@
+// Says on standard output what a device tells of its own accord. One thread.
+#pragma once
+
+#include <string>
+
+#include "hostkit/modemDevice.h"
+
+namespace orvix::host {
+
+enum class EventOutput { kNone, kText, kJson };
+
+// The word for a status that a person reads.
+const char* statusWord(DeviceStatus status);
+
+class EventPrinter final : public hostkit::DeviceListener {
+ public:
+  explicit EventPrinter(EventOutput how) : output(how) {}
+
+  void onEvent(const std::string& name, const BSONObject& document) override;
+  void onChangedReport(const BSONObject& /*document*/) override { changed = true; }
+  void onStatus(DeviceStatus status) override;
+
+  // Whether a changed report was announced since the last call.
+  bool takeChanged();
+
+ private:
+  EventOutput output;
+  bool changed = false;
+};
+
+}  // namespace orvix::host

@@ -1,0 +1,25 @@
+#include "host/output.h"
+
+#include <ctime>
+#include <iostream>
+
+#include "common/isoTime.h"
+
+namespace orvix::host {
+
+void printJson(const Json& document) {
+  std::cout << document.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+}
+
+void printJsonEvent(const std::string& kind, const Json& fields) {
+  Json event = {{"at", isoTime(std::time(nullptr))}, {"kind", kind}};
+  event.update(fields);
+  printJson(event);
+}
+
+Json jsonOf(const BSONObject& document) {
+  const Json parsed = Json::parse(document.toJSON(), nullptr, false);
+  return parsed.is_discarded() ? Json() : parsed;
+}
+
+}  // namespace orvix::host

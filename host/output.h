@@ -1,0 +1,20 @@
+// JSON on standard output. One thread.
+#pragma once
+
+#include <string>
+
+#include "document/object.h"
+#include "host/exitCode.h"
+
+namespace orvix::host {
+
+// One document a line. Bytes that are no UTF-8 are replaced.
+void printJson(const Json& document);
+
+// {"at": TIME, "kind": KIND, and the fields}, for what comes over time.
+void printJsonEvent(const std::string& kind, const Json& fields);
+
+// A BSON document as JSON; null when it has no JSON form.
+Json jsonOf(const BSONObject& document);
+
+}  // namespace orvix::host
