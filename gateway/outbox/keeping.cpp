@@ -7,7 +7,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr std::int64_t kDayMs = 86400000;
-constexpr int kMostAtOnce = 500;
+constexpr int kMostAtOnce = 200;  // nobody else gets a turn meanwhile
 
 }  // namespace
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "gateway/outbox/schema.h"
 #include "gateway/outbox/store.h"
 
 namespace orvix::gateway {
@@ -11,7 +10,8 @@ namespace orvix::gateway {
 Outbox::Store::Store(const StorageConfig& storageConfig, const SendingConfig& sendingConfig)
     : storage(storageConfig),
       sending(sendingConfig),
-      database(openDatabase(storage.folder)),
+      folder(storage.folder),
+      database(folder.openDatabase()),
       queue(database.get(), sending.perRecipient),
       reports(database.get()) {
   {

@@ -1,13 +1,16 @@
 // The durable outbox: messages, attempts with their traffic, reports. The only room that knows the database.
 //
-// Threads: one. Time comes in as a parameter, in milliseconds of service time; nothing here sleeps or reads a clock.
+// Threads: one. Time comes in as a parameter, in milliseconds of service time; nothing here sleeps or reads a clock. It
+// only goes on: a call that tells an earlier time counts as one at the latest, and so does a call that tells none.
 //
 // Every change joins one open transaction, begun by the first of them. commit() makes all of them durable (WAL,
-// synchronous FULL) or none: who was promised something is answered only behind it. Refused moves change nothing.
-// Nothing is cached: what stands in the database is the state.
+// synchronous FULL) or none: who was promised something is answered only behind it. What stands in the database is the
+// state; what is derived from it (the counts, who is next) stands in temporary tables of the same transaction and is
+// made anew at each start. Only reports wait in memory, for 5 minutes; an end of the service loses them.
 //
-// StoreError is thrown when the database does not do what it must (full or failing disk, damage): the open transaction
-// is rolled back then and the caller's changes since the last commit are void.
+// A move that is not in the table of moves (moves.h) throws std::logic_error and changes nothing. StoreError is thrown
+// when the database does not do what it must (full or failing disk, damage): the open transaction is rolled back then
+// and the caller's changes since the last commit are void.
 #pragma once
 
 #include <cstdint>
@@ -92,8 +95,9 @@ struct HistoryPoint {
 
 class Outbox {
  public:
-  // Opens or makes the database in the folder. Throws StoreError, the file untouched, for one that is damaged, foreign,
-  // newer or not writable, and StoreInUse where another service works on it.
+  // Opens outbox.db in the folder or makes it, and the folder, but not its parents. Throws StoreError, the file
+  // untouched, for one that is damaged, foreign, newer or not writable, and StoreInUse where another service works in
+  // the folder.
   Outbox(const StorageConfig& storage, const SendingConfig& sending);
   ~Outbox();
   Outbox(const Outbox&) = delete;
@@ -113,10 +117,11 @@ class Outbox {
   // uncertain. Returns the modems they ran on: each may wait at its prompt.
   std::vector<std::string> recover(std::int64_t nowMs);
 
-  // The request of that id, whole.
+  // The request of that id with those of its messages that are still kept.
   std::optional<KnownRequest> findRequest(const std::string& id);
   // Nothing of that id may be there. Returns the messages as they are now.
   std::vector<Message> accept(const NewRequest& request, std::int64_t nowMs);
+  // A message that waits for a budget tells so in `reason` and `dueMs`, here and wherever else a message is returned.
   std::optional<Message> find(const std::string& id);
   std::vector<Message> list(const MessageFilter& filter, std::int64_t nowMs);
   Counts counts();
@@ -131,23 +136,28 @@ class Outbox {
   // queued -> attempting; the number of the attempt.
   int beginAttempt(const std::string& id, const std::string& modem, std::int64_t nowMs);
   void markMayBeOut(const std::string& id);
-  // attempting -> sent, failed, uncertain, or queued again with its retry time; as the classes of codes tell.
+  // attempting -> sent, failed, uncertain, or queued again with its retry time; as the classes of codes tell. A refusal
+  // without a class counts as one by chance.
   Message endAttempt(const std::string& id, const AttemptEnd& end, std::int64_t nowMs);
 
   // queued -> cancelled (uncertain, when an attempt was). None: not queued.
   std::optional<Message> cancel(const std::string& id, std::int64_t nowMs);
   enum class Resolution { kSent, kResend, kDrop };
-  // A person's decision. None: not uncertain.
+  // A person's decision. None: not uncertain. What is sent again gets its lifetime and its attempts anew.
   std::optional<Message> resolve(const std::string& id, Resolution resolution, std::int64_t nowMs);
-  // queued -> expired (uncertain, when an attempt was) of all whose time has come; the messages moved.
+  // queued -> expired (uncertain, when an attempt was) of those whose time has come, a bounded number a call; the
+  // messages moved.
   std::vector<Message> expire(std::int64_t nowMs);
-  // Ended messages, ids and reports whose time of keeping is over; at most a bounded number a call.
+  // Removes messages, with their attempts and ids, that ended keepDays ago; at most a bounded number a call.
   void purge(std::int64_t nowMs);
   // When next() or expire() may next answer otherwise without any other call; none: never.
   std::optional<std::int64_t> nextChangeMs(std::int64_t nowMs);
 
-  // A modem's measurement. Kept in memory and written in thinned form, at most one write in 5 minutes.
+  // A modem's measurement. Written by the first commit() in which there are 5 minutes of them: each is kept for a day,
+  // means of 5 minutes for 30 days, of an hour for a year.
   void addReport(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
+  // At most `points` points, oldest first; a stretch without a measurement has none. The time of a point is that of the
+  // first measurement in it; it is registered when it was in all of them.
   std::vector<HistoryPoint> history(const std::string& modem, std::int64_t fromMs, std::int64_t toMs, int points);
 
   // Every message of the owner "mqtt" leaves a note at each change of state, oldest first, until it is dropped.

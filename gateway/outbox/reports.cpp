@@ -107,17 +107,17 @@ std::vector<HistoryPoint> Reports::history(const std::string& modem, std::int64_
   std::vector<Bucket> buckets;
   std::int64_t last = -1;
   const auto add = [&](const Sample& sample) {
-    if (sample.timeMs < fromMs || sample.timeMs >= toMs) {
+    if (sample.timeMs < fromMs || sample.timeMs > toMs) {
       return;
     }
-    const std::int64_t index = (sample.timeMs - fromMs) * points / (toMs - fromMs);
+    const std::int64_t index = (sample.timeMs - fromMs) * points / (toMs - fromMs + 1);
     if (index != std::exchange(last, index)) {
       buckets.emplace_back(sample.timeMs);
     }
     buckets.back().add(sample);
   };
   for (std::size_t level = kLevels.size(); level-- > 0;) {
-    const std::int64_t endMs = level == 0 ? toMs : std::min(toMs, beginOf(level - 1, nowMs));
+    const std::int64_t endMs = level == 0 ? toMs + 1 : std::min(toMs + 1, beginOf(level - 1, nowMs));
     Rows rows = database->rows(
         "SELECT time, count, sum, least, most, is_registered FROM report WHERE modem = ? AND level = ? AND time >= ?"
         " AND time < ? ORDER BY time",

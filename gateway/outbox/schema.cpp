@@ -2,11 +2,13 @@
 
 #include <arpa/inet.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 namespace orvix::gateway {
@@ -63,7 +65,7 @@ CREATE TABLE report(
   least INTEGER, most INTEGER, is_registered INTEGER NOT NULL, PRIMARY KEY(modem, level, time)) STRICT, WITHOUT ROWID;
 )";
 
-// The exclusive lock is the only one there is: nobody else reads or writes, and no file in shared memory is needed.
+// Locked exclusively, the database needs no file in shared memory.
 // Pages that are free again are used again, so that the file never grows beyond what queueLimit and keepDays hold.
 constexpr char kSettings[] =
     "PRAGMA locking_mode = EXCLUSIVE; PRAGMA foreign_keys = ON; PRAGMA synchronous = FULL; PRAGMA temp_store = MEMORY;"
@@ -82,20 +84,7 @@ constexpr std::int64_t kVersion = kSteps.size();
   throw StoreError(text + ": " + std::strerror(error), error == ENOSPC);
 }
 
-// Made before SQLite does it, so that what people write to each other is for the service's own eyes.
-void makeFile(const std::string& folder, const std::string& file) {
-  if (mkdir(folder.c_str(), 0700) != 0 && errno != EEXIST) {
-    refuseWithErrno("its folder cannot be made");
-  }
-  const int descriptor = open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  if (descriptor == -1) {
-    refuseWithErrno("cannot be opened for writing");
-  }
-  close(descriptor);
-}
-
-// Looks at the file's header as it stands, since SQLite may write into a file that it opens. An empty file is a new
-// one.
+// Looks at the file's header as it stands, since SQLite may write into a file that it opens.
 void checkHeader(const std::string& file) {
   constexpr char kMagic[] = "SQLite format 3";
   std::array<unsigned char, 100> header{};
@@ -105,9 +94,6 @@ void checkHeader(const std::string& file) {
     refuseWithErrno("cannot be read");
   }
   close(descriptor);
-  if (count == 0) {
-    return;
-  }
   if (static_cast<std::size_t>(count) < header.size() || std::memcmp(header.data(), kMagic, sizeof kMagic) != 0) {
     refuse("is damaged or no database");
   }
@@ -131,42 +117,80 @@ void checkPages(Database* database) {
   }
 }
 
-void bringUpToDate(Database* database, std::int64_t version) {
-  for (; version < kVersion; ++version) {
+void bringUpToDate(Database* database) {
+  for (std::int64_t version = versionOf(database); version < kVersion; ++version) {
     database->script("BEGIN IMMEDIATE;" + std::string(kSteps.at(static_cast<std::size_t>(version))) +
                      "PRAGMA application_id = " + std::to_string(kApplicationId) +
                      "; PRAGMA user_version = " + std::to_string(version + 1) + "; COMMIT;");
   }
 }
 
-std::unique_ptr<Database> openFile(const std::string& folder, const std::string& file) {
-  makeFile(folder, file);
+// A new database comes into being under another name, so that under its own it is whole or not there. Nobody but the
+// service may read what people write to each other.
+void makeFile(const std::string& file, int folder) {
+  const std::string fresh = file + ".new";
+  unlink(fresh.c_str());
+  const int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  if (descriptor == -1) {
+    refuseWithErrno("cannot be made");
+  }
+  close(descriptor);
+  {
+    Database database(fresh);
+    database.script(kSettings);
+    bringUpToDate(&database);
+  }
+  if (rename(fresh.c_str(), file.c_str()) != 0 || fsync(folder) != 0) {
+    refuseWithErrno("cannot be made");
+  }
+}
+
+std::unique_ptr<Database> openFile(const std::string& file, int folder) {
+  if (access(file.c_str(), F_OK) != 0) {
+    makeFile(file, folder);
+  }
   checkHeader(file);
   auto database = std::make_unique<Database>(file);
-  database->script(kSettings);
-  const std::int64_t version = versionOf(database.get());
-  if (version > kVersion) {
-    refuse("was written by a newer version of this program");
-  }
   if (database->isReadOnly()) {
     refuse("cannot be written");
   }
+  database->script(kSettings);
+  if (versionOf(database.get()) > kVersion) {
+    refuse("was written by a newer version of this program");
+  }
   checkPages(database.get());
-  // The tables come before the log, so that checkHeader finds their mark in the file itself.
-  bringUpToDate(database.get(), version);
   database->script("PRAGMA journal_mode = WAL");
+  bringUpToDate(database.get());
   database->checkpointOnClose(true);
   return database;
 }
 
 }  // namespace
 
-std::unique_ptr<Database> openDatabase(const std::string& folder) {
-  const std::string file = folder + "/outbox.db";
+StoreFolder::StoreFolder(const std::string& folder) : path(folder) {
+  if (mkdir(path.c_str(), 0700) != 0 && errno != EEXIST) {
+    refuseWithErrno(path + ": cannot be made");
+  }
+  descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor == -1) {
+    refuseWithErrno(path + ": cannot be opened");
+  }
+  if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
+    close(descriptor);
+    throw StoreInUse(path + ": another service is using it");
+  }
+}
+
+StoreFolder::~StoreFolder() {
+  close(descriptor);
+}
+
+std::unique_ptr<Database> StoreFolder::openDatabase() const {
+  const std::string file = path + "/outbox.db";
   try {
-    return openFile(folder, file);
+    return openFile(file, descriptor);
   } catch (const StoreInUse&) {
-    throw StoreInUse(file + ": another service is using it");
+    throw StoreInUse(file + ": another program is using it");
   } catch (const StoreError& error) {
     throw StoreError(file + ": " + error.what(), error.isDiskFull());
   }

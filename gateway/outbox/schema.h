@@ -8,8 +8,21 @@
 
 namespace orvix::gateway {
 
-// Opens or makes outbox.db in the folder (made as well, but not its parents), locked against every other process until
-// it is closed. Throws StoreError and StoreInUse as the constructor of Outbox does.
-std::unique_ptr<Database> openDatabase(const std::string& folder);
+// The folder, locked against every other service as long as this lives. Made when it is missing, but not its parents.
+// Throws StoreError and StoreInUse as the constructor of Outbox does.
+class StoreFolder {
+ public:
+  explicit StoreFolder(const std::string& folder);
+  ~StoreFolder();
+  StoreFolder(const StoreFolder&) = delete;
+  StoreFolder& operator=(const StoreFolder&) = delete;
+
+  // Opens or makes outbox.db in it.
+  std::unique_ptr<Database> openDatabase() const;
+
+ private:
+  const std::string path;
+  int descriptor = -1;
+};
 
 }  // namespace orvix::gateway

@@ -13,6 +13,7 @@
 #include "gateway/outbox/queue.h"
 #include "gateway/outbox/reports.h"
 #include "gateway/outbox/rows.h"
+#include "gateway/outbox/schema.h"
 
 namespace orvix::gateway {
 
@@ -39,6 +40,7 @@ struct Outbox::Store {
 
   const StorageConfig storage;
   const SendingConfig sending;
+  const StoreFolder folder;
   const std::unique_ptr<Database> database;
   Queue queue;
   Reports reports;
