@@ -1,0 +1,10 @@
+// The files of this folder as the build compiled them in. Internal.
+#pragma once
+
+namespace orvix::gateway {
+
+extern const char kPageHtml[];
+extern const char kPageCss[];
+extern const char kPageJs[];
+
+}  // namespace orvix::gateway

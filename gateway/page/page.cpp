@@ -1,0 +1,51 @@
+#include "gateway/page/page.h"
+
+#include "common/printable.h"
+#include "gateway/page/embedded.h"
+#include "gateway/token/token.h"
+
+namespace orvix::gateway {
+namespace {
+
+std::string base64(const std::string& bytes) {
+  constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string text;
+  for (std::size_t i = 0; i < bytes.size(); i += 3) {
+    unsigned group = 0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      group = group << 8 | (i + k < bytes.size() ? static_cast<unsigned char>(bytes[i + k]) : 0U);
+    }
+    for (std::size_t k = 0; k < 4; ++k) {
+      text += i + k <= bytes.size() ? kDigits[group >> (18 - 6 * k) & 0x3F] : '=';
+    }
+  }
+  return text;
+}
+
+std::string hashSource(const std::string& content) {
+  return "'sha256-" + base64(*bytesOfHex(sha256Of(content))) + "'";
+}
+
+void fill(std::string* html, const std::string& mark, const std::string& content) {
+  html->replace(html->find(mark), mark.size(), content);
+}
+
+Page makePage() {
+  Page page;
+  page.html = kPageHtml;
+  fill(&page.html, "%STYLE%", kPageCss);
+  fill(&page.html, "%SCRIPT%", kPageJs);
+  page.contentSecurityPolicy = "default-src 'none'; connect-src 'self'; img-src data:; style-src " +
+                               hashSource(kPageCss) + "; script-src " + hashSource(kPageJs) +
+                               "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
+  return page;
+}
+
+}  // namespace
+
+const Page& statusPage() {
+  static const Page page = makePage();
+  return page;
+}
+
+}  // namespace orvix::gateway
