@@ -1,0 +1,454 @@
+// The service between its doors and its modems, in virtual time, on a real database; the workers are the test's.
+#include "gateway/service/service.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <filesystem>
+
+#include "gateway/service/heartbeat.h"
+#include "gateway/service/textFit.h"
+#include "tests/world/fakeWorkers.h"
+#include "tests/world/serviceTime.h"
+
+namespace orvix::gateway {
+namespace {
+
+using hostkit::ErrorClass;
+using hostkit::Verdict;
+using world::ServiceTime;
+using world::worker;
+
+const Caller kSocket{"socket", Rights{{"*"}, 0, Priority::kAlarm, true}};
+
+Submission message(const std::string& id, Priority priority = Priority::kNormal) {
+  Submission submission;
+  submission.id = id;
+  submission.to = {"+491701234567"};
+  submission.text = "pump " + id;
+  submission.priority = priority;
+  return submission;
+}
+
+AttemptResult result(Verdict verdict, std::optional<ErrorClass> errorClass = std::nullopt, int code = 0) {
+  AttemptResult made;
+  made.verdict = verdict;
+  made.errorClass = errorClass;
+  if (verdict == Verdict::kSent) {
+    made.reference = 7;
+  } else if (errorClass) {
+    made.code = code;
+  }
+  return made;
+}
+
+class ServiceTest : public testing::Test, private ServiceListener {
+ protected:
+  ServiceTest() {
+    ServiceTime::instance() = {};
+    char name[] = "/tmp/serviceTest-XXXXXX";
+    folder = mkdtemp(name);
+    config.storage.folder = folder;
+    for (const char* const modem : {"main", "spare"}) {
+      ModemConfig& made = config.modems.emplace_back();
+      made.name = modem;
+    }
+    config.modems[1].charset = hostkit::Charset::kGsm;
+  }
+
+  ~ServiceTest() override {
+    if (outbox) {
+      EXPECT_EQ(outbox->check(), "");
+    }
+    service.reset();
+    outbox.reset();
+    std::filesystem::remove_all(folder);
+  }
+
+  void start() {
+    service.reset();
+    outbox.reset();
+    outbox.emplace(config.storage, config.sending);
+    clock.emplace(outbox->storedTimeMs(), outbox->storedOffsetMs());
+    service.emplace(config, &*outbox, &*clock);
+    service->addListener(this);
+    service->startWorkers();
+  }
+
+  void startReady() {
+    start();
+    worker("main").ready();
+    worker("spare").ready();
+  }
+
+  // The status that a door would answer, after the commit.
+  int submit(const Submission& submission, const Caller& caller = kSocket) {
+    const auto answer = service->submit(caller, submission);
+    bool isDurable = false;
+    service->onCommitted([&isDurable](bool isCommitted) { isDurable = isCommitted; });
+    service->settle();
+    if (const auto* const refusal = std::get_if<Refusal>(&answer)) {
+      lastField = refusal->field.value_or("");
+      return refusal->status;
+    }
+    return !isDurable ? 503 : std::get<Accepted>(answer).isNew ? 202 : 200;
+  }
+
+  Message show(const std::string& id) { return std::get<Message>(service->show(kSocket, id)); }
+  std::string stateOf(const std::string& id) { return wordOf(show(id).state); }
+
+  void pass(std::int64_t ms) {
+    ServiceTime::instance().pass(ms);
+    service->settle();
+  }
+
+  // Lets a modem end what it does, as far as the prompt or beyond.
+  void end(const std::string& modem, const AttemptResult& ended) {
+    worker(modem).prompt();
+    service->settle();
+    worker(modem).end(ended);
+    service->settle();
+  }
+
+  std::string folder;
+  Config config;
+  std::optional<Outbox> outbox;
+  std::optional<ServiceClock> clock;
+  std::optional<Service> service;
+  std::string lastField;
+  std::vector<std::string> told;
+
+ private:
+  void onMessage(const Message& message) override { told.push_back(message.id + " " + wordOf(message.state)); }
+  void onModem(const ModemView& /*modem*/) override {}
+  void onReport(const ModemView& /*modem*/) override {}
+};
+
+TEST_F(ServiceTest, AMessageGoesOutOnceAndIsToldBehindEachCommit) {
+  startReady();
+  ASSERT_EQ(submit(message("a")), 202);
+  ASSERT_TRUE(worker("main").order.has_value());
+  EXPECT_EQ(worker("main").order->text, "pump a");
+  EXPECT_FALSE(worker("spare").order.has_value());
+  EXPECT_FALSE(worker("main").mayGoAhead);
+  worker("main").prompt();
+  EXPECT_FALSE(worker("main").mayGoAhead) << "before the mark was committed";
+  service->settle();
+  EXPECT_TRUE(worker("main").mayGoAhead);
+  EXPECT_EQ(service->modems()[0].sending, "a");
+  worker("main").end(result(Verdict::kSent));
+  service->settle();
+  EXPECT_EQ(show("a").reference, 7);
+  EXPECT_EQ(told, (std::vector<std::string>{"a queued", "a attempting", "a sent"}));
+  EXPECT_FALSE(service->modems()[0].sending.has_value());
+  EXPECT_EQ(submit(message("a")), 200) << "a repeat";
+  EXPECT_FALSE(worker("main").order.has_value());
+}
+
+TEST_F(ServiceTest, TheMostUrgentIsNext) {
+  config.modems.pop_back();
+  startReady();
+  for (const char* const id : {"first", "bulk", "normal", "alarm"}) {
+    const std::string name = id;
+    submit(message(id, name == "bulk" ? Priority::kBulk : name == "alarm" ? Priority::kAlarm : Priority::kNormal));
+  }
+  for (const char* const id : {"first", "alarm", "normal", "bulk"}) {
+    ASSERT_TRUE(worker("main").order.has_value());
+    EXPECT_EQ(worker("main").order->id, id);
+    end("main", result(Verdict::kSent));
+  }
+}
+
+TEST_F(ServiceTest, WhatAModemRefusesForItselfGoesElsewhere) {
+  struct Row {
+    ErrorClass errorClass;
+    const char* registration;  // of the report that sets the modem free again; null: none does
+  };
+  for (const Row& row : {Row{ErrorClass::kModem, "none"}, Row{ErrorClass::kNetwork, "home"}}) {
+    SCOPED_TRACE(row.registration);
+    startReady();
+    const std::string id = row.registration;
+    submit(message(id));
+    end("main", result(Verdict::kRefused, row.errorClass, 310));
+    pass(config.sending.retrySeconds * 1000);
+    ASSERT_TRUE(worker("spare").order.has_value()) << "the other modem did not take it";
+    end("spare", result(Verdict::kSent));
+    submit(message(id + "2"));
+    EXPECT_FALSE(worker("main").order.has_value()) << "out of service";
+    end("spare", result(Verdict::kSent));
+    worker("main").report(row.registration);
+    submit(message(id + "3"));
+    EXPECT_TRUE(worker("main").order.has_value());
+    end("main", result(Verdict::kSent));
+  }
+}
+
+TEST_F(ServiceTest, ADeadWorkerLeavesNothingBehindOrADoubt) {
+  startReady();
+  submit(message("before"));
+  worker("main").die();
+  service->settle();
+  EXPECT_EQ(stateOf("before"), "queued");
+  EXPECT_EQ(show("before").attempts.at(0).verdict, Verdict::kNotSent);
+  EXPECT_EQ(worker("main").escapes, 1);
+  pass(config.sending.retrySeconds * 1000);
+  worker("main").prompt();
+  service->settle();
+  worker("main").die();
+  service->settle();
+  EXPECT_EQ(stateOf("before"), "uncertain");
+  EXPECT_FALSE(show("before").endedMs.has_value());
+  pass(1000);
+  EXPECT_FALSE(worker("main").order.has_value()) << "an uncertain message was sent again";
+}
+
+TEST_F(ServiceTest, ACrashIsRecoveredByTheMark) {
+  startReady();
+  submit(message("unmarked"));
+  submit(message("marked"));
+  worker("spare").prompt();
+  service->settle();
+  ServiceTime::instance().wallMs -= 3600000;  // the clock lost an hour meanwhile
+  start();
+  EXPECT_EQ(stateOf("unmarked"), "queued");
+  EXPECT_EQ(stateOf("marked"), "uncertain");
+  EXPECT_EQ(worker("main").escapes, 1);
+  EXPECT_EQ(worker("spare").escapes, 1);
+  EXPECT_GE(service->nowMs() + service->offsetMs(), show("marked").acceptedMs) << "time ran backwards";
+}
+
+TEST_F(ServiceTest, RefusalsNameStatusAndField) {
+  config.storage.queueLimit = 20;
+  config.modems.pop_back();
+  start();
+  const Caller small{"token:small", Rights{{"+49170*", "+33123"}, 2, Priority::kNormal, false}};
+  const Caller stranger{"token:stranger", Rights{{"*"}, 0, Priority::kBulk, false}};
+  const auto with = [](Submission base, auto change) {
+    change(&base);
+    return base;
+  };
+  struct Row {
+    Submission submission;
+    Caller caller;
+    int status;
+    const char* field;
+  };
+  const Row rows[] = {
+      {message("m"), small, 202, ""},
+      {message("m"), small, 200, ""},
+      {message("m"), stranger, 403, "priority"},
+      {with(message("m"), [](Submission* s) { s->priority.reset(); }), stranger, 409, "id"},
+      {with(message("m"), [](Submission* s) { s->text = "other"; }), small, 409, "id"},
+      {with(message("n"), [](Submission* s) { s->to = {"+1"}; }), kSocket, 422, "to"},
+      {with(message("n"), [](Submission* s) { s->to = {"12a"}; }), kSocket, 422, "to"},
+      {with(message("n"),
+            [](Submission* s) {
+              s->to = {"+4912345", "+4912345"};
+            }),
+       kSocket, 422, "to"},
+      {with(message("n"), [](Submission* s) { s->text = std::string(161, 'x'); }), kSocket, 422, "text"},
+      {with(message("n"), [](Submission* s) { s->text = "gr\xc3\xbc\xc3\x9f"; }), kSocket, 422, "text"},
+      {with(message("n"), [](Submission* s) { s->text = "ok\n+CMGS: 9"; }), kSocket, 422, "text"},
+      {with(message("n"), [](Submission* s) { s->modem = "other"; }), kSocket, 422, "modem"},
+      {with(message("n"), [](Submission* s) { s->to = {"+33124"}; }), small, 403, "to"},
+      {message("n", Priority::kAlarm), small, 403, "priority"},
+      {message("n"), small, 202, ""},
+      {message("o"), small, 429, ""},
+      {message("n"), small, 200, ""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(*row.submission.id + " " + row.submission.text);
+    lastField.clear();
+    EXPECT_EQ(submit(row.submission, row.caller), row.status);
+    EXPECT_EQ(lastField, row.field);
+  }
+  EXPECT_EQ(std::get<Refusal>(service->show(stranger, "m")).status, 404);
+  EXPECT_EQ(std::get<Refusal>(service->cancel(stranger, "m")).status, 404);
+  EXPECT_EQ(std::get<Refusal>(service->resolve(kSocket, "m", Outbox::Resolution::kDrop)).status, 409);
+}
+
+TEST_F(ServiceTest, TheLastTenthOfTheQueueIsForAlarms) {
+  config.storage.queueLimit = 10;
+  start();
+  for (int i = 0; i < 9; ++i) {
+    ASSERT_EQ(submit(message(std::to_string(i))), 202);
+  }
+  EXPECT_EQ(submit(message("x")), 503);
+  EXPECT_EQ(submit(message("0")), 200) << "a repeat needs no room";
+  EXPECT_EQ(submit(message("alarm", Priority::kAlarm)), 202);
+  EXPECT_EQ(submit(message("late", Priority::kAlarm)), 503);
+  service->cancel(kSocket, "3");
+  EXPECT_EQ(submit(message("late", Priority::kAlarm)), 202);
+}
+
+TEST_F(ServiceTest, SeveralGoAsOneRequest) {
+  config.sending.longText = LongText::kNumber;
+  config.storage.queueLimit = 100;
+  start();
+  Submission submission = message("b");
+  submission.isList = true;
+  submission.to = {"+4911111", "+4922222"};
+  submission.text.clear();
+  for (int i = 0; i < 60; ++i) {
+    submission.text += "word ";
+  }
+  submission.text.pop_back();
+  ASSERT_EQ(submit(submission), 202);
+  EXPECT_EQ(show("b~1").to, "+4911111");
+  EXPECT_EQ(show("b~2").text.substr(0, 6), "(2/2) ");
+  EXPECT_EQ(show("b~3").to, "+4922222");
+  EXPECT_EQ(std::get<Refusal>(service->show(kSocket, "b")).status, 404);
+  EXPECT_EQ(submit(submission), 200);
+  EXPECT_EQ(submit(message("b")), 409) << "the id itself is taken";
+  config.storage.queueLimit = 5;
+  start();
+  submission.id = "c";
+  EXPECT_EQ(submit(submission), 503);
+  EXPECT_EQ(std::get<Refusal>(service->show(kSocket, "c~1")).status, 404) << "all or none";
+}
+
+TEST_F(ServiceTest, AFullDiskRefusesAndGoesOnWhenThereIsRoom) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  config.modems.pop_back();
+  startReady();
+  ASSERT_EQ(submit(message("a")), 202);
+  worker("main").prompt();
+  service->settle();
+  rlimit unlimited{};
+  getrlimit(RLIMIT_FSIZE, &unlimited);
+  const rlimit none{1, unlimited.rlim_max};
+  setrlimit(RLIMIT_FSIZE, &none);
+  EXPECT_EQ(submit(message("refused")), 503);
+  EXPECT_FALSE(service->health().isOk);
+  worker("main").end(result(Verdict::kSent));
+  pass(1000);
+  EXPECT_EQ(service->modems()[0].sending, "a") << "its end is not on the disk yet";
+  setrlimit(RLIMIT_FSIZE, &unlimited);
+  pass(1000);
+  EXPECT_EQ(stateOf("a"), "sent");
+  EXPECT_TRUE(service->health().isOk);
+  EXPECT_EQ(submit(message("b")), 202);
+  EXPECT_TRUE(worker("main").order.has_value());
+  EXPECT_EQ(std::get<Refusal>(service->show(kSocket, "refused")).status, 404);
+}
+
+TEST_F(ServiceTest, AJumpOfTheClockMovesNoDeadline) {
+  start();
+  Submission submission = message("a");
+  submission.expiresSeconds = 100;
+  submit(submission);
+  const std::int64_t shownMs = show("a").acceptedMs + service->offsetMs();
+  ServiceTime::instance().wallMs += 3600000;
+  pass(99000);
+  EXPECT_EQ(stateOf("a"), "queued");
+  EXPECT_EQ(show("a").acceptedMs + service->offsetMs(), shownMs + 3600000) << "shown by the clock as it is now";
+  ServiceTime::instance().wallMs -= 1800000;
+  pass(1001);
+  EXPECT_EQ(stateOf("a"), "expired");
+}
+
+TEST_F(ServiceTest, TheHeartbeatComesOnceADay) {
+  setenv("TZ", "UTC", 1);
+  config.heartbeat = HeartbeatConfig{"+491701234567", 10 * 60};
+  start();
+  pass(59 * 60000);
+  EXPECT_TRUE(told.empty());
+  pass(60000);
+  ASSERT_EQ(told, std::vector<std::string>{"heartbeat-2026-03-01 queued"});
+  EXPECT_EQ(show("heartbeat-2026-03-01").text.substr(0, 12), "gsm-gateway ");
+  start();
+  pass(1000);
+  EXPECT_EQ(told.size(), 1U) << "again after a restart";
+  ServiceTime::instance().pass(86400000 + 3700000);
+  start();
+  pass(1000);
+  EXPECT_EQ(told.size(), 1U) << "missed by more than an hour";
+}
+
+TEST(HeartbeatTest, IsDueForAnHour) {
+  setenv("TZ", "Europe/Berlin", 1);
+  constexpr std::int64_t kMidnight = 1772319600000;  // 2026-03-01T00:00:00 there
+  struct Row {
+    int minute;
+    std::int64_t nowMinute;
+    const char* date;
+  };
+  const Row rows[] = {{420, 419, ""}, {420, 420, "2026-03-01"}, {420, 480, "2026-03-01"},
+                      {420, 481, ""}, {1430, 10, "2026-02-28"}, {0, 0, "2026-03-01"}};
+  for (const Row& row : rows) {
+    EXPECT_EQ(heartbeatDate(kMidnight + row.nowMinute * 60000, row.minute).value_or(""), row.date) << row.nowMinute;
+    EXPECT_GT(heartbeatWaitMs(kMidnight + row.nowMinute * 60000, row.minute), 0);
+  }
+}
+
+TEST(TextFitTest, TransliteratesAndCutsAtWords) {
+  SendingConfig sending;
+  sending.longText = LongText::kNumber;
+  sending.nonAscii = NonAscii::kTransliterate;
+  const std::vector<hostkit::Charset> ira = {hostkit::Charset::kIra};
+  const std::vector<hostkit::Charset> gsm = {hostkit::Charset::kGsm};
+  const auto count = [&](const std::string& text, const std::vector<hostkit::Charset>& charsets) {
+    const auto texts = textsFor(text, charsets, sending);
+    return std::holds_alternative<Refusal>(texts) ? -1 : static_cast<int>(std::get<0>(texts).size());
+  };
+  EXPECT_EQ(std::get<0>(textsFor("gr\xc3\xbc\xc3\x9f 5 \xe2\x82\xac", ira, sending)).at(0), "gruess 5 EUR");
+  EXPECT_EQ(count(std::string(160, 'x'), ira), 1);
+  EXPECT_EQ(count(std::string(161, 'x'), ira), 2);
+  EXPECT_EQ(count(std::string(81, '['), ira), 2) << "two septets each";
+  EXPECT_EQ(count(std::string(9 * 154, 'x'), ira), 9);
+  EXPECT_EQ(count(std::string(9 * 154 + 1, 'x'), ira), -1);
+  EXPECT_EQ(count("a@b", gsm), -1);
+  EXPECT_EQ(count("", ira), -1);
+  std::string words;
+  while (words.size() < 400) {
+    words += "twelve chars ";
+  }
+  const auto parts = std::get<0>(textsFor(words, ira, sending));
+  ASSERT_EQ(parts.size(), 3U);
+  for (const std::string& part : parts) {
+    EXPECT_LE(part.size(), 160U);
+    EXPECT_EQ(part.substr(6, 6), "twelve");
+  }
+}
+
+TEST(SubmissionTest, RefusesWhatIsNotMeant) {
+  struct Row {
+    const char* body;
+    int status;
+    const char* field;
+  };
+  const Row rows[] = {
+      {R"({"to": "1234", "text": "t"})", 0, ""},
+      {R"({"to": ["1234"], "text": "t", "id": "a", "priority": "bulk", "expiresSeconds": 1, "onUncertain": "resend"})",
+       0, ""},
+      {R"({"to": "1234", "text": "t")", 400, ""},
+      {"", 400, ""},
+      {"\xff", 400, ""},
+      {R"(["to"])", 422, ""},
+      {R"({"to": "1234"})", 422, "text"},
+      {R"({"text": "t"})", 422, "to"},
+      {R"({"to": "1234", "to": "5678", "text": "t"})", 422, ""},
+      {R"({"to": [], "text": "t"})", 422, "to"},
+      {R"({"to": 1234, "text": "t"})", 422, "to"},
+      {R"({"to": "1234", "text": "t", "id": "a b"})", 422, "id"},
+      {R"({"to": "1234", "text": "t", "id": "a~1"})", 422, "id"},
+      {R"({"to": "1234", "text": "t", "expiresSeconds": 0})", 422, "expiresSeconds"},
+      {R"({"to": "1234", "text": "t", "expiresSeconds": 1.5})", 422, "expiresSeconds"},
+      {R"({"to": "1234", "text": "t", "expiresSeconds": 2678401})", 422, "expiresSeconds"},
+      {R"({"to": "1234", "text": "t", "expiresSeconds": 18446744073709551615})", 422, "expiresSeconds"},
+      {R"({"to": "1234", "text": "t", "onUncertain": "maybe"})", 422, "onUncertain"},
+      {R"({"to": "1234", "text": "t", "flash": true})", 422, "flash"},
+      {R"({"to": [[[[[[]]]]]], "text": "t"})", 422, ""},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.body);
+    const auto answer = readSubmission(row.body);
+    const auto* const refusal = std::get_if<Refusal>(&answer);
+    EXPECT_EQ(refusal == nullptr ? 0 : refusal->status, row.status);
+    EXPECT_EQ(refusal == nullptr ? "" : refusal->field.value_or(""), row.field);
+  }
+}
+
+}  // namespace
+}  // namespace orvix::gateway
