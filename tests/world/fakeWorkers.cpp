@@ -36,6 +36,10 @@ void FakeWorker::die() {
 
 namespace orvix::gateway {
 
+const char* wordOf(ModemState state) {
+  return state == ModemState::kReady ? "ready" : state == ModemState::kNotAvailable ? "notAvailable" : "noData";
+}
+
 struct WorkerProcess::State {
   world::FakeWorker* fake;
 };
