@@ -6,6 +6,7 @@
 #include "gateway/http/handlers.h"
 #include "gateway/http/openapi.h"
 #include "gateway/http/target.h"
+#include "gateway/page/page.h"
 
 namespace orvix::gateway {
 namespace {
@@ -19,7 +20,15 @@ struct Route {
 };
 
 Response showPage(const Call& /*call*/) {
-  return refusalResponse(404, "there is no page yet");
+  const Page& page = statusPage();
+  Response response;
+  response.body = page.html;
+  response.contentType = "text/html; charset=utf-8";
+  response.headers = {{"Content-Security-Policy", page.contentSecurityPolicy},
+                      {"X-Content-Type-Options", "nosniff"},
+                      {"Referrer-Policy", "no-referrer"},
+                      {"Cache-Control", "no-cache"}};
+  return response;
 }
 
 Response showOpenApi(const Call& /*call*/) {
