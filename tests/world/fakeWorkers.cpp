@@ -45,7 +45,7 @@ struct WorkerProcess::State {
 };
 
 WorkerProcess::WorkerProcess(const ModemConfig& modem, const std::string& /*plugin*/, int /*lateSeconds*/,
-                             WorkerListener* listener)
+                             WorkerListener* listener, const std::string& /*program*/)
     : state(std::make_unique<State>()) {
   world::FakeWorker& fake = workers[modem.name];
   fake = {};
