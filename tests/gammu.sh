@@ -9,7 +9,7 @@ printf '[gammu]\ndevice = %s\nconnection = at115200\n' "$folder/modem" >"$folder
 start_modem --link "$folder/modem" --messages "$folder/messages.txt" -v
 
 client() {
-  timeout 30 gammu -c "$folder/gammurc" "$@" >"$folder/gammu.txt" 2>&1 </dev/null || fail "gammu $1 ended with $?"
+  timeout 300 gammu -c "$folder/gammurc" "$@" >"$folder/gammu.txt" 2>&1 </dev/null || fail "gammu $1 ended with $?"
 }
 sent() { grep -qF -- "$1" "$folder/messages.txt" || fail "no message $1"; }
 

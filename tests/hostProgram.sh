@@ -5,7 +5,7 @@
 
 # The slow ones run side by side, each on a simulated modem of its own.
 host json 0 --simulate --json report &
-jobs=($!)
+jobs+=($!)
 host monitor 0 --simulate --json monitor --interval 0.1 --count 2 &
 jobs+=($!)
 (printf 'from a pipe\n' | host stdin 0 --simulate --trace sms 123 -) &
@@ -60,9 +60,7 @@ until_true grep -q 'dBm' "$folder/interrupted.txt"
 kill -INT "$interrupted"
 wait "$interrupted" || fail "an interrupted monitor ended with $?"
 expect interrupted "status  stopped"
-for job in "${jobs[@]}"; do
-  wait "$job" || fail "job $job ended with $?"
-done
+all_done
 
 jq -e '.GSMModem.report.signalQuality.percent == 53' "$folder/json.txt" >/dev/null || fail "report --json"
 jq -se 'map(.kind) == ["status", "report", "report", "status"] and .[1].changed and (.[2].changed | not)' \

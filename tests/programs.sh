@@ -15,14 +15,14 @@ finish() {
 trap finish EXIT
 fail() {
   echo "FAILED: $1"
-  tail -n 50 "$folder"/*.txt
+  tail -n 50 "$folder"/*.txt 2>/dev/null || true
   exit 1
 }
 # expect NAME TEXT: the output NAME holds the text.
 expect() { grep -qF -- "$2" "$folder/$1.txt" || fail "no \"$2\" in $1"; }
-# until COMMAND...: waits for it to succeed, 10 s at most.
+# until_true COMMAND...: waits for it to succeed, two minutes at most.
 until_true() {
-  for _ in $(seq 200); do
+  for _ in $(seq 2400); do
     "$@" 2>/dev/null && return
     sleep 0.05
   done
@@ -46,6 +46,21 @@ modem_ends() {
 stop_modem() {
   kill "$modem"
   modem_ends "$1"
+}
+# beside COMMAND...: runs it in the background, with a folder and a modem of its own; all_done waits for all of them.
+jobs=()
+beside() {
+  (
+    folder=$(mktemp -d) modem=
+    trap finish EXIT
+    "$@"
+  ) &
+  jobs+=($!)
+}
+all_done() {
+  for job in "${jobs[@]}"; do
+    wait "$job" || fail "job $job ended with $?"
+  done
 }
 # host NAME STATUS ARGUMENT...: runs gsm-host, its output and errors into NAME, and checks how it ended.
 host() {

@@ -7,12 +7,8 @@ gsm-host() { "${emulator[@]}" "$bin/gsm-host" "$@"; }
 
 shown=$(grep -hE '^    gsm-host --simulate ' README.md docs/*.md | sed 's/^ *//' | sort -u)
 [[ -n $shown ]] || fail "no commands found"
-pids=()
 while read -r command; do
-  eval "$command" >"$folder/${#pids[@]}.txt" 2>&1 </dev/null &
-  pids+=($!)
+  beside eval "$command </dev/null"
 done <<<"$shown"
-for pid in "${pids[@]}"; do
-  wait "$pid" || fail "one of these did not succeed: $shown"
-done
+all_done
 echo PASSED

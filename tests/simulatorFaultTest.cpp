@@ -298,7 +298,7 @@ Descriptor connectTo(const std::string& name) {
 // What comes until so many bytes are there or the line ends.
 std::string hear(const Descriptor& client, std::size_t size) {
   std::string heard;
-  for (pollfd event{client.get(), POLLIN, 0}; heard.size() < size && ::poll(&event, 1, 5000) == 1;) {
+  for (pollfd event{client.get(), POLLIN, 0}; heard.size() < size && ::poll(&event, 1, 60000) == 1;) {
     char buffer[64];
     const ssize_t count = ::recv(client.get(), buffer, sizeof buffer, 0);
     if (count <= 0) {
@@ -327,7 +327,7 @@ TEST(TcpLine, ServesOneClientAtATime) {
   EXPECT_EQ(::send(client.get(), "ATZ\r", 4, 0), 4);
   EXPECT_EQ(hear(client, 1), "");
   pollfd event{returned.descriptor(), POLLIN, 0};
-  EXPECT_EQ(::poll(&event, 1, 5000), 1);
+  EXPECT_EQ(::poll(&event, 1, 60000), 1);
   const Descriptor next = connectTo(name);
   EXPECT_EQ(::send(next.get(), "AT\r", 3, 0), 3);
   EXPECT_EQ(hear(next, kOk.size()), kOk);

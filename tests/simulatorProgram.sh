@@ -4,20 +4,21 @@
 . "$(dirname "$0")/programs.sh"
 examples=$(cd "$(dirname "$0")/../examples" && pwd)
 
-# Sends $1 and shows what comes within $2 seconds after it.
-talk() { printf '%b' "$1" | timeout 20 socat -t "$2" - "TCP:$line" | tr -d '\r' >"$folder/talk.txt" || fail "socat"; }
+# talk BYTES TEXT: sends the bytes and stays until the text has come.
+talk() {
+  { printf '%b' "$1" && until_true grep -qF -- "$2" "$folder/talk.txt"; } | socat - "TCP:$line" >"$folder/talk.txt"
+  expect talk "$2"
+}
 refuses() {
   local status=0
-  timeout 20 "${emulator[@]}" "$bin/gsm-modem-simulator" "${@:2}" >"$folder/refused.txt" 2>&1 || status=$?
+  timeout 120 "${emulator[@]}" "$bin/gsm-modem-simulator" "${@:2}" >"$folder/refused.txt" 2>&1 || status=$?
   [[ $status == 2 ]] || fail "${*:2} ended with $status, not 2"
   expect refused "$1"
 }
 
 start_modem --listen 0 --messages "$folder/messages.txt" --signal 20
-talk 'AT+CSQ\r' 0.2
-expect talk "+CSQ: 20,99"
-talk 'AT+CMGF=1\rAT+CMGS="0170"\rsay "hi"\x1a' 0.2
-expect talk "+CMGS: 1"
+talk 'AT+CSQ\r' "+CSQ: 20,99"
+talk 'AT+CMGF=1\rAT+CMGS="0170"\rsay "hi"\x1a' "+CMGS: 1"
 expect messages '{"number":"0170","text":"say \"hi\"","mode":"text","reference":1,"at":"'
 grep -qE '"at":"[0-9]{4}(-[0-9]{2}){2}T([0-9]{2}:){2}[0-9]{2}[+-][0-9]{2}:[0-9]{2}"}$' "$folder/messages.txt" ||
   fail "no ISO 8601 time"
@@ -29,8 +30,7 @@ for scenario in "$examples"/scenarios/*.json; do
 done
 echo '{"faults": [{"command": "AT", "cmsError": 500}]}' >"$folder/good"
 start_modem --listen 0 --scenario "$folder/good"
-talk 'AT\r' 0.2
-expect talk "+CMS ERROR: 500"
+talk 'AT\r' "+CMS ERROR: 500"
 stop_modem 0
 echo '{"faults": [{"command": "AT", "silense": true}]}' >"$folder/bad"
 refuses "faults[0].silense: unknown key" --scenario "$folder/bad"
@@ -47,11 +47,10 @@ record() { printf '{"us": %s, "kind": "%s", "hex": "%s"}\n' "$1" "$2" "$(hex "$3
   record 50000 received 'yes\r\n'
 } >"$folder/fits"
 start_modem --listen 0 --replay "$folder/fits"
-talk 'AT\r' 2
-expect talk "yes"
+talk 'AT\r' "yes"
 modem_ends 0
 start_modem --listen 0 --replay "$folder/fits"
-talk 'ATI\r' 2
+printf 'ATI\r' | socat - "TCP:$line" >/dev/null
 modem_ends 1
 expect errors 'expected line 2: "AT\r", received "ATI\r"'
 start_modem --listen 0 --replay "$folder/fits"

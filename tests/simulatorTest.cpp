@@ -159,7 +159,7 @@ class LineTest : public testing::Test {
     std::string heard;
     ssize_t count = 1;
     pollfd event{client.get(), POLLIN, 0};
-    while (count > 0 && heard.size() < expectedSize && ::poll(&event, 1, 5000) == 1) {
+    while (count > 0 && heard.size() < expectedSize && ::poll(&event, 1, 60000) == 1) {
       char buffer[256];
       count = ::read(client.get(), buffer, sizeof buffer);
       heard.append(buffer, static_cast<std::size_t>(std::max<ssize_t>(count, 0)));

@@ -21,6 +21,7 @@ using world::openDescriptors;
 namespace {
 
 constexpr unsigned kSeed = 27005;
+constexpr std::size_t kRounds = ORVIX_SOAK_ROUNDS;
 
 const std::regex kDocumented(
     "OK|std::out_of_range|Failed: (received NO reply!|received reply did not match expected reply|ERROR: 500.*|"
@@ -111,7 +112,7 @@ class SoakTest : public world::ModemDevice {
 TEST_F(SoakTest, ExchangesWithAModemThatMisbehaves) {
   const int closed = openDescriptors();
   configure();
-  soak(100000, [&] {
+  soak(10 * kRounds, [&] {
     modem->script = world::healthyModem();
     std::for_each(modem->script.begin(), modem->script.end(), [this](auto& row) { spoil(&row); });
     std::string said;
@@ -131,19 +132,19 @@ TEST_F(SoakTest, ExchangesWithAModemThatMisbehaves) {
 
 TEST_F(SoakTest, CyclesLeaveNothingBehind) {
   configure();
-  soak(10000, [this] {
+  soak(kRounds, [this] {
     EXPECT_EQ(device.Start().toString(), "OK");
     EXPECT_EQ(device.Stop().toString(), "OK");
     EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4", "status 0"}));
     return 1;
   });
-  soak(10000, [this] {
+  soak(kRounds, [this] {
     GsmDevice other;
     other.LoadConfig(fromJson(R"({"cfgfile":")" + folder.file("modem.json") + R"("})"));
     EXPECT_EQ(other.Start().toString(), "OK");
     return 1;
   });
-  soak(10000, [this] {
+  soak(kRounds, [this] {
     const std::string comstr = "/dev/tty" + std::to_string(pick(1000)) + ":9600,n,8,1";
     EXPECT_EQ(device.SetConfig(fromJson(configurationText(comstr))).toString(), "OK");
     EXPECT_EQ(device.LoadConfig({}).toString(), "OK");
@@ -172,7 +173,7 @@ TEST_F(SoakTest, EightDevicesTakeTurnsOnSevenPorts) {
     devices.back()->LoadConfig(fromJson(R"({"cfgfile":")" + file + R"("})"));
   }
   const auto isReady = [](const auto& each) { return each->GetStatus() == DeviceStatus::kReady; };
-  soak(1000, [&] {
+  soak(kRounds / 10, [&] {
     world::VirtualClock::instance().listener = &modems;
     for (const std::size_t stopped : {pick(8), devices.size()}) {
       std::shuffle(devices.begin(), devices.end(), random);

@@ -48,7 +48,7 @@ class Station : public world::ClockListener {
   // Sleeps until the answer is there, and leaves the others a while to break in.
   void afterSleep(std::int64_t /*nowMs*/) override {
     std::unique_lock<std::mutex> lock(mutex);
-    EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(10), [this] { return answers > 0 || isMixed; }));
+    EXPECT_TRUE(changed.wait_for(lock, std::chrono::seconds(60), [this] { return answers > 0 || isMixed; }));
     changed.wait_for(lock, std::chrono::milliseconds(1), [this] { return isMixed; });
     --answers;
     --asleep;
@@ -146,7 +146,7 @@ TEST(ThreadTest, LineClosesBehindTheMessage) {
       station.listen();
       EXPECT_EQ(station.device.sendSms().toString(), "OK");
     });
-    EXPECT_TRUE(station.hears("AT+CMGF=1", 10));
+    EXPECT_TRUE(station.hears("AT+CMGF=1", 60));
     EXPECT_EQ(station.device.terminate().toString(), "OK");
     EXPECT_TRUE(station.hears(kMessage, 0));
   }

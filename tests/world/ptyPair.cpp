@@ -39,7 +39,7 @@ void PtyPair::send(const std::string& bytes) {
   int before = 0;
   ioctl(slave, FIONREAD, &before);
   ASSERT_EQ(write(master, bytes.data(), bytes.size()), static_cast<ssize_t>(bytes.size()));
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
   constexpr int kLineHolds = 4095;  // the rest of a flood waits behind it
   const int expected = std::min(before + static_cast<int>(bytes.size()), kLineHolds);
   for (int waiting = 0; waiting < expected;) {
