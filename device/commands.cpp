@@ -63,14 +63,14 @@ Status GsmDevice::getSignalQuality(std::string* value) {
     const std::lock_guard<std::mutex> lock(commandLock);
     sendAtCommand("AT+CSQ\r\n", "", kCommandWaitMs, &reply);  // Only the text counts.
   }
-  const std::optional<std::string> strength = findCsq(reply);
-  if (!strength) {
+  const std::optional<std::string> csq = findCsq(reply);
+  if (!csq) {
     return Status::failed("getSignalQuality");
   }
   if (value != nullptr) {
-    *value = *strength;
+    *value = *csq;
   }
-  logDevice(3, "GSM SignalStrength is [" + *strength + "]", kSignalLine);
+  logDevice(3, "GSM SignalStrength is [" + *csq + "]", kSignalLine);
   return {};
 }
 
@@ -80,12 +80,12 @@ Status GsmDevice::getNetworkRegistrationStatus(std::string* value) {
     const std::lock_guard<std::mutex> lock(commandLock);
     sendAtCommand("AT+CREG?\r\n", "", kCommandWaitMs, &reply);  // Only the text counts.
   }
-  const std::optional<std::size_t> stat = findCregStat(reply);
-  if (!stat) {
+  const std::optional<std::size_t> cregStat = findCregStat(reply);
+  if (!cregStat) {
     return Status::failed("getNetworkRegistrationStatus");
   }
   if (value != nullptr) {
-    *value = reply.substr(*stat, 1);  // Hosts know the std::out_of_range of an answer that breaks off before it.
+    *value = reply.substr(*cregStat, 1);  // Hosts know the std::out_of_range of an answer that breaks off before it.
   }
   return {};
 }

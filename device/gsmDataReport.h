@@ -40,9 +40,9 @@ class GsmDataReport : public IDeviceDataReport {
   static bool isSignalValid(std::int32_t csq);
 
   // "none", "home", "searching", "denied", "unknown" or "roaming" for 0 to 5, "unknown" for all else.
-  static const char* registrationWord(std::int32_t registration);
+  static const char* registrationWord(std::int32_t cregStat);
   // True for 0 to 6. Hosts rely on 6, which has no word of its own, being valid.
-  static bool isRegistrationValid(std::int32_t registration);
+  static bool isRegistrationValid(std::int32_t cregStat);
 
  private:
   BSONObject buildDocument() const;

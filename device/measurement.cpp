@@ -39,12 +39,12 @@ bool GsmDataReport::isSignalValid(std::int32_t csq) {
   return signalPercent(csq) > 0 && signalDbm(csq) > kOutOfRangeDbm;
 }
 
-const char* GsmDataReport::registrationWord(std::int32_t registration) {
-  return registration >= 0 && registration < kWordCount ? kRegistrationWords[registration] : "unknown";
+const char* GsmDataReport::registrationWord(std::int32_t cregStat) {
+  return cregStat >= 0 && cregStat < kWordCount ? kRegistrationWords[cregStat] : "unknown";
 }
 
-bool GsmDataReport::isRegistrationValid(std::int32_t registration) {
-  return registration >= 0 && registration <= kWordCount;  // Hosts rely on the 6 that has no word.
+bool GsmDataReport::isRegistrationValid(std::int32_t cregStat) {
+  return cregStat >= 0 && cregStat <= kWordCount;  // Hosts rely on the 6 that has no word.
 }
 
 }  // namespace orvix::gsm

@@ -74,17 +74,17 @@ Status GsmDevice::makeReport(DeviceState target, IDeviceDataReport** ppReport) {
     OnStateChanged(target);
     return Status::invalidPointer("ppReport");
   }
-  std::string strength;
-  std::string stat;
-  Status measured = getSignalQuality(&strength);
+  std::string csq;
+  std::string cregStat;
+  Status measured = getSignalQuality(&csq);
   if (measured.isOk()) {
-    measured = getNetworkRegistrationStatus(&stat);
+    measured = getNetworkRegistrationStatus(&cregStat);
   }
   if (!measured.isOk()) {
     OnStateChanged(DeviceState::kNotAvailable);
     return measured;
   }
-  auto* const report = new (std::nothrow) GsmDataReport({numberOf(strength), numberOf(stat)});
+  auto* const report = new (std::nothrow) GsmDataReport({numberOf(csq), numberOf(cregStat)});
   if (report == nullptr) {
     OnStateChanged(DeviceState::kNotAvailable);
     return Status::outOfMemory("failed to create GsmDataReport");

@@ -126,6 +126,9 @@ TEST_F(SoakTest, ExchangesWithAModemThatMisbehaves) {
     if (isDead && pick(3) == 0) {
       connect({});
     }
+    if (modem->isWaitingForText && pick(3) == 0) {
+      modem->isWaitingForText = false;  // somebody sends an Escape
+    }
     return exchanges;
   });
 }

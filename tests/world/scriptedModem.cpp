@@ -73,7 +73,10 @@ void ScriptedModem::afterSleep(std::int64_t nowMs) {
     if (!piece.text.empty()) {
       line.send(piece.text);
     }
-    isWaitingForText = isWaitingForText || piece.isPrompt;
+    if (piece.isPrompt) {
+      isWaitingForText = true;
+      text.clear();
+    }
     if (piece.act) {
       piece.act();
     }
