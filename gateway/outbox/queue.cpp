@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <vector>
 
 namespace orvix::gateway {
 namespace {
@@ -47,15 +48,16 @@ void Queue::rebuild(std::int64_t nowMs) {
   database->run(
       "INSERT INTO turn SELECT sequence, recipient, priority, wanted, charsets, sequence, expires, due, due"
       " FROM message WHERE state = 0 AND due IS NOT NULL");
-  std::string recipient;
-  while (true) {
-    {
-      Rows rows = database->rows("SELECT min(recipient) FROM turn WHERE recipient > ?", recipient);
-      if (!rows.next() || rows.isNull(0)) {
-        return;
-      }
-      recipient = rows.text(0);
+  std::vector<std::string> recipients;
+  {
+    Rows rows = database->rows(
+        "SELECT DISTINCT recipient FROM attempt WHERE weight > ? AND recipient IN (SELECT recipient FROM turn)",
+        nowMs - perRecipient.seconds * kMsInSecond);
+    while (rows.next()) {
+      recipients.push_back(rows.text(0));
     }
+  }
+  for (const std::string& recipient : recipients) {
     onAttempt(recipient, nowMs);
   }
 }
