@@ -39,7 +39,7 @@ void addLineOptions(CLI::App* app, LineOptions* options) {
   line->add_option("--device", options->device, "Modem on a serial line: PATH[:baud,parity,databits,stopbits]")
       ->type_name("LINE");
   line->add_option("--config", options->configFile, "Modem of a device configuration file")->type_name("FILE");
-  line->add_option("--tcp", options->tcp, "Modem behind TCP: ADDRESS:PORT[:settings], see tcp-line")
+  line->add_option("--tcp", options->tcp, "Modem behind TCP: ADDRESS:PORT[:settings], see gsm-tcp-line(8)")
       ->type_name("ADDRESS:PORT");
   line->add_flag("--simulate", options->simulate, "A simulated modem in this process");
   line->require_option(0, 1);
