@@ -7,6 +7,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <functional>
 #include <thread>
 #include <utility>
@@ -39,12 +40,20 @@ std::int64_t realMs() {
 // One simulated modem with its worker; the test is the service.
 class Bench final : public gateway::WorkerListener {
  public:
-  explicit Bench(const ModemOptions& options, int lateSeconds = 60)
-      : modem(options), line(folder.file("line")), worker(config(), ORVIX_MODULE, lateSeconds, this) {
+  enum Begin { kAtOnce, kAtItsPrompt, kAtItsPromptKnown };
+
+  explicit Bench(const ModemOptions& options, int lateSeconds = 60, Begin begin = kAtOnce)
+      : modem(options), line(folder.file("line")), worker(config(), ORVIX_MODULE, lateSeconds, this, executable()) {
     modem.onMessage([this](const simulator::Message&) { ++messages; });
     modem.onTrace([this](simulator::Direction, std::string_view bytes) {
       begunMs = bytes == "AT+CMGF=1" ? realMs() : begunMs.load();
     });
+    if (begin != kAtOnce) {
+      modem.receive("AT+CMGF=1\rAT+CMGS=\"+49170\"\rhalf a te", 0);
+    }
+    if (begin == kAtItsPromptKnown) {
+      worker.escapeFirst();
+    }
     runner = std::thread([this] { simulator::run(modem, line, stop); });
     worker.start(realMs());
   }
@@ -101,6 +110,17 @@ class Bench final : public gateway::WorkerListener {
     config.line = folder.file("line") + ":115200,n,8,1";
     config.configFile = folder.write("modem.json", world::configurationText(config.line));
     return config;
+  }
+
+  // An emulator does not follow a program into another: a script brings it along.
+  std::string executable() const {
+    if (std::string(ORVIX_EMULATOR).empty()) {
+      return "/proc/self/exe";
+    }
+    const std::string test = std::filesystem::read_symlink("/proc/self/exe");
+    const std::string script = folder.write("worker", "#!/bin/sh\nexec " ORVIX_EMULATOR " '" + test + "' worker\n");
+    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
+    return script;
   }
 
   void onState(const std::string&, ModemState now, const std::string& reason) override {
@@ -250,6 +270,30 @@ void healsAfterALatePrompt() {
   EXPECT_EQ(1, bench.messages);
 }
 
+// Left there by somebody else, and found by two probes without a result.
+void healsWhatItFindsAtThePrompt() {
+  Bench bench({}, 60, Bench::kAtItsPrompt);
+  EXPECT_TRUE(bench.untilSays("[healed][ready")) << bench.said;
+  EXPECT_EQ(0, bench.messages);
+}
+
+void escapesFirstWhenTold() {
+  Bench bench({}, 60, Bench::kAtItsPromptKnown);
+  EXPECT_TRUE(bench.untilSays("[healed][ready")) << bench.said;
+  EXPECT_EQ(0U, bench.said.find("[healing]")) << bench.said;
+  EXPECT_EQ(0, bench.messages);
+}
+
+// The old device stays: nothing hangs up.
+void followsTheLink() {
+  Bench bench({});
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  const simulator::PtyLine other;
+  std::filesystem::create_symlink(other.slavePath(), bench.folder.file("new"));
+  std::filesystem::rename(bench.folder.file("new"), bench.folder.file("line"));
+  EXPECT_TRUE(bench.untilSays("[notAvailable: the line leads to another device now]")) << bench.said;
+}
+
 // By the clock that the supervisor gives, here ahead of the real one.
 void isKilledWhenStuck() {
   Bench bench({});
@@ -288,6 +332,9 @@ TEST(WorkerProcessTest, KeepsItsPromise) {
                                                       {"healsAfterAKillAtThePrompt", healsAfterAKillAtThePrompt},
                                                       {"writesNothingWithoutLeave", writesNothingWithoutLeave},
                                                       {"healsAfterALatePrompt", healsAfterALatePrompt},
+                                                      {"healsWhatItFindsAtThePrompt", healsWhatItFindsAtThePrompt},
+                                                      {"escapesFirstWhenTold", escapesFirstWhenTold},
+                                                      {"followsTheLink", followsTheLink},
                                                       {"isKilledWhenStuck", isKilledWhenStuck}};
   std::vector<std::thread> threads;
   for (const auto& [name, work] : cases) {
