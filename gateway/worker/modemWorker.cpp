@@ -4,17 +4,17 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 
 #include "common/printable.h"
 #include "gateway/worker/attemptResult.h"
 #include "gateway/worker/workerTime.h"
 #include "hostkit/connectionString.h"
 #include "hostkit/heal.h"
+#include "hostkit/lineTrouble.h"
 #include "hostkit/messageFit.h"
 #include "hostkit/modemErrors.h"
 #include "hostkit/resultLine.h"
+#include "hostkit/statusText.h"
 
 namespace orvix::gateway {
 namespace {
@@ -150,7 +150,7 @@ void ModemWorker::startDevice() {
     tellReady();
     dueMs = nowMs() + kOrderFirstMs;
   } else {
-    tellNotReady(trouble());
+    tellNotReady(troubleOf(opened));
   }
 }
 
@@ -160,7 +160,7 @@ void ModemWorker::report() {
   const hostkit::Answer answer = device.report();
   countProbe();
   if (!answer.status.isOk()) {
-    return tellNotReady(trouble());
+    return tellNotReady(troubleOf(answer.status));
   }
   const ModemReport report = reportOf(answer.document);
   link->send(report);
@@ -185,7 +185,7 @@ void ModemWorker::heal() {
     tellReady();
     dueMs = nowMs() + kOrderFirstMs;
   } else {
-    tellNotReady(trouble());
+    tellNotReady(troubleOf(healed));
   }
 }
 
@@ -315,15 +315,19 @@ void ModemWorker::tellNotReady(const std::string& why) {
   }
 }
 
-std::string ModemWorker::trouble() const {
+// What stands in the way, after a call of the device that ended with this status.
+std::string ModemWorker::troubleOf(const Status& status) const {
   const std::string error = modemErrorIn(tap.received());
   if (!error.empty()) {
     return "the modem answers " + error;
   }
   if (!tap.hasSent()) {
-    const std::string path = hostkit::pathOf(device.line());
-    return escaped(path + (hostkit::LineWatch(path).isOpen() ? " is held by another program"
-                                                             : std::string(": ") + std::strerror(errno)));
+    // While the device holds the line itself, only bytes that do not go out are left as the cause.
+    const std::string text =
+        device.status() == DeviceStatus::kNoData || hostkit::kindOf(status) == hostkit::StatusKind::kLineNotOpened
+            ? hostkit::lineTrouble(device.line())
+            : "";
+    return text.empty() ? "the line takes no bytes" : escaped(text);
   }
   return tap.received().empty() ? "the modem does not answer" : "the modem does not answer as it should";
 }

@@ -44,7 +44,7 @@ class ModemWorker {
   void tellDoing(const std::string& what, bool isCall);
   void tellReady();
   void tellNotReady(const std::string& reason);
-  std::string trouble() const;
+  std::string troubleOf(const Status& status) const;
   void countProbe();
 
   SupervisorLink* link;
