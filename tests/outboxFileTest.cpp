@@ -149,7 +149,7 @@ TEST_F(OutboxFileTest, WhatIsRefusedStaysAsItIs) {
       {"empty", [&] { fs::resize_file(file(), 0); }, "/outbox.db: is damaged or no database"},
       {"cut off", [&] { fs::resize_file(file(), 8192); }, "/outbox.db: database: database disk image is malformed"},
       {"overwritten header", [&] { overwrite(0, 100); }, "/outbox.db: is damaged or no database"},
-      {"overwritten pages", [&] { overwrite(8192, 30000); }, "/outbox.db: is damaged"},
+      {"overwritten pages", [&] { overwrite(16384, 30000); }, "/outbox.db: is damaged"},
       {"foreign", [&] { sql("PRAGMA application_id = 1"); }, "/outbox.db: belongs to another program"},
       {"newer", [&] { sql("PRAGMA user_version = 1000"); },
        "/outbox.db: was written by a newer version of this program"},
