@@ -147,7 +147,7 @@ TEST_F(OutboxFileTest, WhatIsRefusedStaysAsItIs) {
   const Row rows[] = {
       {"not a database", [&] { std::ofstream(file()) << "hello"; }, "/outbox.db: is damaged or no database"},
       {"empty", [&] { fs::resize_file(file(), 0); }, "/outbox.db: is damaged or no database"},
-      {"cut off", [&] { fs::resize_file(file(), 8192); }, "/outbox.db: database: database disk image is malformed"},
+      {"cut off", [&] { fs::resize_file(file(), 8192); }, "/outbox.db: is damaged"},
       {"overwritten header", [&] { overwrite(0, 100); }, "/outbox.db: is damaged or no database"},
       {"overwritten pages", [&] { overwrite(16384, 30000); }, "/outbox.db: is damaged"},
       {"foreign", [&] { sql("PRAGMA application_id = 1"); }, "/outbox.db: belongs to another program"},

@@ -10,7 +10,8 @@ namespace {
 // The only place that words SQLite's errors. What failed may have left half a group of changes: none of it stays.
 [[noreturn]] void fail(sqlite3* database) {
   const int code = sqlite3_errcode(database);
-  const std::string text = std::string("database: ") + sqlite3_errmsg(database);
+  const bool isDamaged = code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+  const std::string text = std::string(isDamaged ? "is damaged: " : "database: ") + sqlite3_errmsg(database);
   if (sqlite3_get_autocommit(database) == 0) {
     sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
   }
