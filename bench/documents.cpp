@@ -214,7 +214,7 @@ void addTexts(const BSONObject& report) {
 
 void bench::addDocumentRows() {
   const auto build = [] { DoNotOptimize(GsmDataReport({20, 1})); };
-  addRow("build a data report", {2.0, 12}, build, buildOnStack);
+  addRow("build a data report", {2.0, 14}, build, buildOnStack);
   addRow("the same, limit on the heap", {}, build, buildOnHeap);
   const BSONObject report = reportDocument();
   BSONObject configuration;
