@@ -43,21 +43,21 @@ foreach(program gsm-host gsm-modem-simulator)
 endforeach()
 
 # For those who write a host.
-install(TARGETS orvix_api orvix_document orvix_common xdbg EXPORT OrvixGsm
+install(TARGETS orvix_host orvix_api orvix_document orvix_common xpl xdbg EXPORT OrvixGsm
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev INCLUDES DESTINATION include/orvix)
 install(EXPORT OrvixGsm NAMESPACE OrvixGsm:: FILE OrvixGsmTargets.cmake DESTINATION ${ORVIX_CMAKE_DIR} COMPONENT dev)
 include(CMakePackageConfigHelpers)
 configure_package_config_file(packaging/OrvixGsmConfig.cmake.in ${CMAKE_BINARY_DIR}/packaging/OrvixGsmConfig.cmake
   INSTALL_DESTINATION ${ORVIX_CMAKE_DIR} PATH_VARS ORVIX_PLUGIN_DIR)
 install(FILES ${CMAKE_BINARY_DIR}/packaging/OrvixGsmConfig.cmake DESTINATION ${ORVIX_CMAKE_DIR} COMPONENT dev)
-foreach(target api document common)
+foreach(target host api document common)
   set_target_properties(orvix_${target} PROPERTIES EXPORT_NAME ${target})
 endforeach()
 foreach(header plugin/device.h plugin/names.h plugin/plugin.h serial/xpl.h common/status.h common/text.h)
   cmake_path(GET header PARENT_PATH folder)
   install(FILES ${header} DESTINATION include/orvix/${folder} COMPONENT dev)
 endforeach()
-install(DIRECTORY document DESTINATION include/orvix COMPONENT dev FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY document hostkit DESTINATION include/orvix COMPONENT dev FILES_MATCHING PATTERN "*.h")
 install(DIRECTORY examples/host DESTINATION share/doc/orvix-gsm-dev/examples COMPONENT dev)
 
 # The service. /etc and what systemd and udev read lie where they look, whatever the prefix of the programs.
@@ -107,7 +107,8 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libbson-dev (>= 1.23), libgoogle-glog-dev"
 set(CPACK_DEBIAN_DEV_PACKAGE_RECOMMENDS "orvix-gsm")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "development files for hosts of the GSM modem device plug-in
 Headers, static libraries and a CMake package for programs that load the
-GSMModem device plug-in: status, documents and the device interface.")
+GSMModem device plug-in: the device interface, documents, and a kit that loads
+the module, keeps its thread rules and judges what became of a message.")
 
 set(CPACK_DEBIAN_GATEWAY_PACKAGE_NAME orvix-gsm-gateway)
 set(CPACK_DEBIAN_GATEWAY_PACKAGE_SECTION comm)

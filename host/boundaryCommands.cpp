@@ -14,6 +14,7 @@
 #include "hostkit/modemErrors.h"
 #include "hostkit/scratchConfig.h"
 #include "hostkit/statusText.h"
+#include "plugin/names.h"
 #include "program/complaint.h"
 #include "program/terminal.h"
 
@@ -73,7 +74,7 @@ void checkConfiguration(const CommonOptions& common, const std::string& file) {
   onScratch.plugin = common.plugin;
   onScratch.line.configFile = scratch.path();
   DeviceSession session(onScratch);
-  if (const Status status = session.device().setProperty("config.current", document); !status.isOk()) {
+  if (const Status status = session.device().setProperty(names::kCurrentConfiguration, document); !status.isOk()) {
     refuse(file, hostkit::parameterIn(status), status.toString());
   }
   if (const hostkit::ConfigProblem problem = hostkit::configProblem(document); problem.isThere()) {

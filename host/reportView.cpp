@@ -2,12 +2,11 @@
 
 #include <ostream>
 
+#include "plugin/names.h"
 #include "program/terminal.h"
 
 namespace orvix::host {
 namespace {
-
-constexpr char kReport[] = "GSMModem.report";
 
 std::string signalBar(int percent) {
   constexpr int kCells = 10;
@@ -19,17 +18,16 @@ std::string signalBar(int percent) {
 }  // namespace
 
 std::string shownSignal(const BSONObject& report) {
-  const BSONObject signal = report.getObject(std::string(kReport) + ".signalQuality", false);
   if (!hasSignal(report)) {
     return signalBar(0) + "  unknown";
   }
-  const int percent = signal.getInt32("percent", 0);
-  return signalBar(percent) + "  " + std::to_string(signal.getInt32("dBm", 0)) + " dBm, " + std::to_string(percent) +
-         " %";
+  const int percent = report.getInt32(names::kSignalPercent, 0);
+  return signalBar(percent) + "  " + std::to_string(report.getInt32(names::kSignalDbm, 0)) + " dBm, " +
+         std::to_string(percent) + " %";
 }
 
 std::string shownRegistration(const BSONObject& report) {
-  return report.getString(std::string(kReport) + ".NetworkRegistration.status", "unknown");
+  return report.getString(names::kRegistrationStatus, "unknown");
 }
 
 bool isRegistered(const BSONObject& report) {
@@ -38,7 +36,7 @@ bool isRegistered(const BSONObject& report) {
 }
 
 bool hasSignal(const BSONObject& report) {
-  return report.getBool(std::string(kReport) + ".signalQuality.valid", false);
+  return report.getBool(names::kSignalValid, false);
 }
 
 void printReport(std::ostream& out, const BSONObject& report) {
@@ -46,7 +44,7 @@ void printReport(std::ostream& out, const BSONObject& report) {
   out << "  Signal        " << program::bold(out, shownSignal(report)) << "\n"
       << "  Registration  "
       << (isRegistered(report) ? program::green(out, registration) : program::yellow(out, registration)) << "\n"
-      << "  Measured      " << report.getString(std::string(kReport) + ".time", "") << std::endl;
+      << "  Measured      " << report.getString(names::kReportTime, "") << std::endl;
 }
 
 }  // namespace orvix::host

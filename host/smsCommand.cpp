@@ -11,6 +11,7 @@
 #include "hostkit/heal.h"
 #include "hostkit/lineWatch.h"
 #include "hostkit/verdict.h"
+#include "plugin/names.h"
 #include "program/stopSignals.h"
 #include "program/terminal.h"
 
@@ -100,7 +101,7 @@ Json fieldsOf(const hostkit::Judgement& judgement, const Attempt& attempt) {
           {"reference", orNull(judgement.reference)},
           {"code", orNull(judgement.code)},
           {"reason", judgement.reason},
-          {"TransmissionResult", attempt.answer.status.toString()}};
+          {names::kTransmissionResult, attempt.answer.status.toString()}};
 }
 
 [[noreturn]] void tellFailure(const hostkit::Judgement& judgement, const Attempt& attempt) {

@@ -4,6 +4,7 @@
 
 #include "document/builder.h"
 #include "hostkit/error.h"
+#include "plugin/names.h"
 
 namespace orvix::hostkit {
 namespace {
@@ -19,13 +20,13 @@ void requireUtf8(const std::string& text) {
 }  // namespace
 
 std::string connectionString(const BSONObject& config) {
-  std::string comstr = config.getString("config.comstr", std::string());
-  if (config.getString("config.mode", std::string()) != "ip") {
+  std::string comstr = config.getString(names::kComstrPath, std::string());
+  if (config.getString(names::kModePath, std::string()) != names::kNetworkMode) {
     return comstr;
   }
   const std::size_t colon = comstr.find(':');
-  return "/dev/tcp/" + config.getString("config.ip.address", std::string()) + "/" +
-         std::to_string(config.getInt32("config.ip.port", 0)) +
+  return "/dev/tcp/" + config.getString(names::kAddressPath, std::string()) + "/" +
+         std::to_string(config.getInt32(names::kPortPath, 0)) +
          (colon == std::string::npos ? std::string() : comstr.substr(colon));
 }
 
@@ -50,7 +51,7 @@ LineChoice tcpLine(const std::string& tcp) {
   if (colon == 0 || error != std::errc() || stop != port.data() + port.size() || line.port < 1 || line.port > 65535) {
     throw Error("\"" + tcp + "\" is no TCP line; give ADDRESS:PORT, for example 192.168.1.10:2233");
   }
-  line.mode = "ip";
+  line.mode = names::kNetworkMode;
   line.address = tcp.substr(0, colon);
   line.comstr = "/dev/tcp:" + (end == std::string::npos ? kUsualSettings : tcp.substr(end + 1));
   return line;
@@ -60,14 +61,14 @@ BSONObject configurationOf(const LineChoice& line) {
   BSONBuilder root;
   BSONBuilder connection;
   BSONBuilder ip;
-  root.appendString("id", "GSMModem");
-  root.appendString("name", "GSMMODEMConfiguration");
-  root.appendDocumentBegin("config", &connection);
-  connection.appendString("mode", line.mode);
-  connection.appendString("comstr", line.comstr);
-  connection.appendDocumentBegin("ip", &ip);
-  ip.appendString("address", line.address);
-  ip.appendInt32("port", line.port);
+  root.appendString(names::kId, names::kType);
+  root.appendString(names::kName, names::kConfigurationName);
+  root.appendDocumentBegin(names::kConfig, &connection);
+  connection.appendString(names::kMode, line.mode);
+  connection.appendString(names::kComstr, line.comstr);
+  connection.appendDocumentBegin(names::kIp, &ip);
+  ip.appendString(names::kAddress, line.address);
+  ip.appendInt32(names::kPort, line.port);
   connection.appendDocumentEnd(&ip);
   root.appendDocumentEnd(&connection);
   return root.getObject(false);

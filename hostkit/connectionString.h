@@ -5,6 +5,7 @@
 #include <string>
 
 #include "document/object.h"
+#include "plugin/names.h"
 
 namespace orvix::hostkit {
 
@@ -19,8 +20,8 @@ std::string pathOf(const std::string& connectionString);
 
 // Which line a configuration is for.
 struct LineChoice {
-  std::string mode = "com";  // or "ip"
-  std::string comstr;        // "PATH:baud,parity,databits,stopbits"; in mode "ip" the settings count alone
+  std::string mode = names::kSerialMode;  // or kNetworkMode
+  std::string comstr;                     // "PATH:baud,parity,databits,stopbits"; in mode "ip" the settings count alone
   std::string address = "127.0.0.1";
   std::int32_t port = 0;
 };

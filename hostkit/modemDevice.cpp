@@ -8,6 +8,7 @@
 #include "document/document.h"
 #include "hostkit/connectionString.h"
 #include "hostkit/error.h"
+#include "plugin/names.h"
 
 namespace orvix::hostkit {
 namespace {
@@ -29,7 +30,7 @@ void refuseFromListeners() {
 BSONObject creationArguments(const std::string& configFile) {
   BSONBuilder args;
   // A bare name could be read but not saved.
-  args.appendString("cfgfile", std::filesystem::absolute(configFile).string());
+  args.appendString(names::kConfigurationFile, std::filesystem::absolute(configFile).string());
   return args.getObject(false);
 }
 
@@ -95,7 +96,7 @@ ModemDevice::ModemDevice(std::shared_ptr<const PluginLibrary> plugin, const std:
   }
   device->SetEventSink(this);
   BSONObject config;
-  device->GetProperty("config.current", &config);
+  device->GetProperty(names::kCurrentConfiguration, &config);
   refuseDefault(config, configFile);
   connection = connectionString(config);
 }
@@ -145,10 +146,10 @@ Answer ModemDevice::report() {
 
 Answer ModemDevice::sendSms(const std::string& phone, const std::string& text) {
   BSONBuilder message;
-  message.appendString("phone", phone);
-  message.appendString("text", text);
+  message.appendString(names::kPhone, phone);
+  message.appendString(names::kText, text);
   const BSONObject input = message.getObject(false);
-  return ioControl("sendSMS", &input);
+  return ioControl(names::kSendSms, &input);
 }
 
 Answer ModemDevice::property(const std::string& name) {
@@ -159,12 +160,12 @@ Answer ModemDevice::property(const std::string& name) {
 }
 
 Status ModemDevice::setProperty(const std::string& name, const BSONObject& value) {
-  const Turn turn(this, name == "config.current" ? Turn::kAllLines : Turn::kDeviceAlone);
+  const Turn turn(this, name == names::kCurrentConfiguration ? Turn::kAllLines : Turn::kDeviceAlone);
   return device->SetProperty(name, value);
 }
 
 Answer ModemDevice::ioControl(const std::string& code, const BSONObject* input) {
-  const Turn turn(this, code == "sendSMS" ? Turn::kDeviceAlone : Turn::kAllLines);
+  const Turn turn(this, code == names::kSendSms ? Turn::kDeviceAlone : Turn::kAllLines);
   BSONObject document;
   Status status = device->IoControl(code, input, &document);
   return {std::move(status), document.copy()};
