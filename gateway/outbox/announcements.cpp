@@ -1,4 +1,4 @@
-// Notes of changes, kept until the MQTT door got rid of them, and the doors of measurements.
+// Notes of changes, kept until the MQTT door is rid of them, and the way of reports in and out.
 #include <stdexcept>
 
 #include "gateway/outbox/store.h"

@@ -1,6 +1,4 @@
 // What time does to messages: they expire, and those that ended are not kept for ever.
-#include <stdexcept>
-
 #include "gateway/outbox/store.h"
 
 namespace orvix::gateway {
@@ -8,6 +6,14 @@ namespace {
 
 constexpr std::int64_t kDayMs = 86400000;
 constexpr int kMostAtOnce = 200;  // nobody else gets a turn meanwhile
+
+std::string expiryReason(const Record& record) {
+  if (record.isInDoubt) {
+    return "expired after an attempt that may have gone out";
+  }
+  const std::string& before = record.message.reason;
+  return before.empty() ? "expired before a modem could take it" : "expired; before: " + before;
+}
 
 }  // namespace
 
@@ -24,9 +30,7 @@ std::vector<Message> Outbox::expire(std::int64_t nowMs) {
   std::vector<Message> messages;
   for (Record& record : records) {
     record.message.dueMs.reset();
-    record.message.reason = record.isInDoubt                ? "expired after an attempt that may have gone out"
-                            : record.message.reason.empty() ? "expired before a modem could take it"
-                                                            : "expired; before: " + record.message.reason;
+    record.message.reason = expiryReason(record);
     store->move(&record, Cause::kTimeIsOver);
     messages.push_back(store->shown(record));
   }

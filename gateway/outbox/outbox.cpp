@@ -40,7 +40,7 @@ std::optional<Record> Outbox::Store::record(const std::string& id) {
 Record Outbox::Store::recordAt(std::int64_t sequence) {
   Rows rows = database->rows("SELECT * FROM message WHERE sequence = ?", sequence);
   if (!rows.next()) {
-    throw std::logic_error("no message of this sequence");
+    throw std::logic_error("there is no such message");
   }
   return recordOf(rows);
 }
