@@ -10,7 +10,7 @@ const ModemConfig kModem;
 
 template <typename Decode>
 auto accepted(const Frame& frame, Decode&& decode) {
-  const auto message = decode(frame);
+  auto message = decode(frame);
   fuzz::require(encoded(message) == bytesOf(frame), "what is accepted is what it would be written as");
   return message;
 }

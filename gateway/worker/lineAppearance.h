@@ -17,7 +17,7 @@ class LineAppearance {
   static constexpr int kLookEveryMs = 2000;
 
   // The device path, without a connection string's settings. What is there now counts as seen.
-  explicit LineAppearance(std::string path);
+  explicit LineAppearance(std::string linePath);
   ~LineAppearance();
   LineAppearance(const LineAppearance&) = delete;
   LineAppearance& operator=(const LineAppearance&) = delete;
@@ -30,8 +30,8 @@ class LineAppearance {
 
  private:
   struct FreeUdev {
-    void operator()(udev* library) const { udev_unref(library); }
-    void operator()(udev_monitor* monitor) const { udev_monitor_unref(monitor); }
+    void operator()(udev* context) const { udev_unref(context); }
+    void operator()(udev_monitor* listener) const { udev_monitor_unref(listener); }
   };
 
   void listenToUdev();

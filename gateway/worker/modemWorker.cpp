@@ -257,6 +257,7 @@ void ModemWorker::listen(const std::string& what, std::int64_t seconds, const st
 // What the modem needs before its next message.
 void ModemWorker::prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result) {
   awaitsNetwork = awaitsNetwork || result.errorClass == hostkit::ErrorClass::kNetwork;
+  isSuspect = result.errorClass == hostkit::ErrorClass::kModem;
   needsHealing = judgement.mayWaitAtPrompt;
   if (needsHealing) {
     tellNotReady("the modem may wait for a text");
@@ -292,7 +293,7 @@ void ModemWorker::tellDoing(const std::string& what, bool isCall) {
 }
 
 void ModemWorker::tellReady() {
-  delayMs = kFirstDelayMs;
+  delayMs = isSuspect ? delayMs : kFirstDelayMs;
   if (state == ModemState::kReady) {
     return;
   }

@@ -17,8 +17,8 @@ namespace orvix::gateway {
 
 class ModemWorker {
  public:
-  // `link` is borrowed. Throws hostkit::Error when the plug-in or the configuration is not fit to work with.
-  ModemWorker(SupervisorLink* link, const StartOrder& order);
+  // `supervisor` is borrowed. Throws hostkit::Error when the plug-in or the configuration is not fit to work with.
+  ModemWorker(SupervisorLink* supervisor, const StartOrder& order);
 
   // Returns when the supervisor wishes a stop, with the line closed.
   void run();
@@ -30,7 +30,7 @@ class ModemWorker {
   void startDevice();
   void report();
   void heal();
-  void loseLine(const std::string& reason);
+  void loseLine(const std::string& why);
 
   void attempt(const AttemptOrder& order);
   void refuse(const std::string& why, bool counts);
@@ -43,7 +43,7 @@ class ModemWorker {
   void showLife();
   void tellDoing(const std::string& what, bool isCall);
   void tellReady();
-  void tellNotReady(const std::string& reason);
+  void tellNotReady(const std::string& why);
   std::string troubleOf(const Status& status) const;
   void countProbe();
 
@@ -61,6 +61,7 @@ class ModemWorker {
   bool wasLost = false;
   bool needsHealing;
   bool awaitsNetwork = false;  // a message was refused for want of one
+  bool isSuspect = false;      // it refused a message for itself or its SIM card, whatever its reports say
   int unansweredProbes = 0;
   std::int64_t delayMs;
   std::int64_t dueMs = 0;  // of the next step to keep the modem in service

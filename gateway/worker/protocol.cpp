@@ -35,8 +35,8 @@ constexpr Range rangeOf(XplTraceKind /*type*/) {
 
 template <typename Enum>
 Enum enumOf(int number) {
-  constexpr Range range = rangeOf(Enum{});
-  if (number < range.first || number > range.last) {
+  constexpr Range kRange = rangeOf(Enum{});
+  if (number < kRange.first || number > kRange.last) {
     throw ProtocolError("a number has no meaning");
   }
   return static_cast<Enum>(number);
@@ -115,7 +115,7 @@ class Reader {
   void field(const char* key, std::map<int, hostkit::ErrorClass>& codes) {
     const BSONObject list = object.getObject(key, false);
     for (const BSONPair& pair : list) {
-      codes[std::atoi(pair.keyText())] = enumOf<hostkit::ErrorClass>(pair.getInt32());
+      codes[static_cast<int>(std::strtol(pair.keyText(), nullptr, 10))] = enumOf<hostkit::ErrorClass>(pair.getInt32());
     }
   }
   void bytes(const char* key, std::string& data) {

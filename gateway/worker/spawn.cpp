@@ -45,6 +45,7 @@ Child spawn(const std::string& program, const std::vector<std::string>& argument
     return {};
   }
   std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) {
     words.push_back(const_cast<char*>(argument.c_str()));
   }
