@@ -1,0 +1,75 @@
+#include "gateway/client/commands.h"
+
+#include <iostream>
+
+#include "gateway/client/httpClient.h"
+#include "gateway/client/session.h"
+#include "gateway/client/view.h"
+#include "gateway/exitCode.h"
+#include "gateway/token/token.h"
+
+namespace orvix::gateway::client {
+namespace {
+
+using nlohmann::json;
+
+constexpr char kMostAPage[] = "1000";
+
+int show(const Options& options, const json& answer, std::string (*view)(const json&)) {
+  std::cout << (options.json ? answer.dump() + "\n" : view(answer));
+  return kDone;
+}
+
+int tellState(const json& message) {
+  std::cout << cell(message.at("state")) << "\n";
+  return kDone;
+}
+
+}  // namespace
+
+int listMessages(const Options& options) {
+  const Session session(options);
+  const std::string state = options.state.empty() ? "" : "&state=" + percentEncoded(options.state);
+  json messages = json::array();
+  for (json next = ""; next.is_string();) {
+    const std::string after = next == "" ? "" : "&after=" + percentEncoded(next.get<std::string>());
+    json page = session.get(std::string("/v1/messages?limit=") + kMostAPage + state + after);
+    for (json& message : page.at("messages")) {
+      messages.push_back(std::move(message));
+    }
+    next = page.at("next");
+  }
+  if (options.json) {
+    return show(options, {{"messages", std::move(messages)}, {"next", nullptr}}, nullptr);
+  }
+  return show(options, messages, messagesView);
+}
+
+int showMessage(const Options& options) {
+  return show(options, Session(options).get(messageTarget(options.id)), messageView);
+}
+
+int resolveMessage(const Options& options) {
+  const std::string body = json({{"as", options.resolution}}).dump();
+  return tellState(Session(options).ask("POST", messageTarget(options.id, "/resolve"), body));
+}
+
+int cancelMessage(const Options& options) {
+  return tellState(Session(options).ask("DELETE", messageTarget(options.id), ""));
+}
+
+int showStatus(const Options& options) {
+  return show(options, Session(options).get("/v1/status"), statusView);
+}
+
+int makeToken(const Options& options) {
+  const std::string token = newToken();
+  nlohmann::ordered_json entry;
+  entry["name"] = options.tokenName;
+  entry["sha256"] = sha256Of(token);
+  entry["to"] = {"*"};
+  std::cout << token << "\n" << entry.dump() << "\n";
+  return kDone;
+}
+
+}  // namespace orvix::gateway::client

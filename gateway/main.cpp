@@ -1,0 +1,85 @@
+// The program gsm-gateway: its commands, and how each of them ends.
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <iostream>
+#include <optional>
+
+#include "common/printable.h"
+#include "gateway/client/failure.h"
+#include "gateway/commandLine.h"
+#include "gateway/config/config.h"
+#include "gateway/run.h"
+#include "gateway/worker/workerMain.h"
+#include "logging/logging.h"
+#include "program/complaint.h"
+#include "program/standardStreams.h"
+
+namespace {
+
+using namespace orvix::gateway;
+
+constexpr char kName[] = "gsm-gateway";
+constexpr int kSupervisorsSocket = 3;
+
+int complain(const std::string& text, int exitCode) {
+  orvix::program::complain(kName, text);
+  return exitCode;
+}
+
+// None when the configuration is not fit; every problem is told.
+std::optional<Config> readFitConfig(const Options& options) {
+  const ConfigResult result = readConfig(options.configFile);
+  for (const ConfigProblem& problem : result.problems) {
+    complain(options.configFile + ": " + (problem.key.empty() ? "" : problem.key + ": ") + problem.text, 0);
+  }
+  return result.problems.empty() ? std::optional(result.config) : std::nullopt;
+}
+
+int check(const Options& options) {
+  if (!readFitConfig(options)) {
+    return kBadConfiguration;
+  }
+  std::cout << orvix::shown(options.configFile) << ": fit to run\n";
+  return kDone;
+}
+
+int run(const Options& options) {
+  const std::optional<Config> config = readFitConfig(options);
+  if (!config) {
+    return kBadConfiguration;
+  }
+  orvix::setUpLogging(true, kName, true, 0, options.isVerbose ? 1 : 0, "", "");
+  const int result = runService(*config);
+  orvix::tearDownLogging();
+  return result;
+}
+
+// A reader of a pipe that has seen enough is no failure, a full disk is.
+bool isReaderGone() {
+  struct stat output {};
+  return fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
+}
+
+int execute(const Invocation& invocation) {
+  try {
+    const int result = invocation.command(invocation.options);
+    std::cout.flush();
+    return std::cout || isReaderGone() ? result : complain("the output cannot be written", kFailure);
+  } catch (const Failure& failure) {
+    return complain(failure.what(), failure.exitCode());
+  } catch (const std::exception& error) {
+    return complain(error.what(), kFailure);
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  orvix::program::openStandardStreams();
+  std::signal(SIGPIPE, SIG_IGN);
+  const auto worker = [](const Options&) { return workerMain(kSupervisorsSocket); };
+  const Invocation invocation = readCommandLine(argc, argv, {run, check, worker});
+  return invocation.command ? execute(invocation) : invocation.exitCode;
+}
