@@ -116,7 +116,7 @@ Invocation readCommandLine(int argc, char** argv, const OwnCommands& own) {
   Invocation invocation;
   CLI::App app("Sends text messages through GSM modems and tells the truth about what became of each.", "gsm-gateway");
   app.footer(kFooter);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // a misspelt one is told as such
   app.add_option("--config", invocation.options.configFile, "The service's configuration")
       ->type_name("FILE")
       ->capture_default_str();
@@ -126,6 +126,9 @@ Invocation readCommandLine(int argc, char** argv, const OwnCommands& own) {
   commands.addOthers();
   try {
     app.parse(argc, argv);
+    if (!invocation.command) {
+      throw CLI::RequiredError("A command");
+    }
   } catch (const CLI::Success& request) {
     invocation.command = nullptr;
     invocation.exitCode = app.exit(request);
