@@ -68,6 +68,7 @@ void refuse(const std::string& file, const std::string& key, const std::string& 
 void checkConfiguration(const CommonOptions& common, const std::string& file) {
   BSONObject document;
   require(loadJSON(file, &document), kConfiguration);
+  endInOrderOnSignals();
   // A device on a scratch file: what it accepts it saves there.
   const hostkit::ScratchConfig scratch(hostkit::serialLine("/dev/null"));
   CommonOptions onScratch;
@@ -91,7 +92,7 @@ void getProperty(const CommonOptions& common, const PropertyOptions& options) {
   DeviceSession session(withAnyLine(common));
   const hostkit::Answer property = session.device().property(options.name);
   require(property.status, kUsage);
-  std::cout << shown(property.document.toJSON()) << std::endl;
+  printDocument(property.document);
 }
 
 void setProperty(const CommonOptions& common, const PropertyOptions& options) {
@@ -122,7 +123,7 @@ void sendControlCode(const CommonOptions& common, const ControlOptions& options)
   session.startReady();
   const hostkit::Answer answer = session.device().ioControl(options.code, options.input.empty() ? nullptr : &params);
   if (!answer.document.isEmpty()) {
-    std::cout << shown(answer.document.toJSON()) << std::endl;
+    printDocument(answer.document);
   }
   require(answer.status, hostkit::kindOf(answer.status) == hostkit::StatusKind::kBadInput ? kUsage : kModem);
 }

@@ -139,10 +139,15 @@ std::string complaintOf(const CLI::App& app, const CLI::ParseError& error) {
   return extras.empty() ? error.what() : "\"" + extras.front() + "\" is no command";
 }
 
-Invocation refused(const Invocation& invocation, const std::string& complaint) {
+// A command line that is not understood has not been read to its end.
+bool isJsonWanted(int argc, char** argv) {
+  return std::any_of(argv, argv + argc, [](const char* argument) { return std::string(argument) == "--json"; });
+}
+
+Invocation refused(const std::string& complaint, bool asJson) {
   const std::string text = complaint + "; see gsm-host --help";
   program::complain("gsm-host", text);
-  if (invocation.options.common.json) {
+  if (asJson) {
     printJson({{"error", text}, {"exitCode", kUsage}});
   }
   Invocation result;
@@ -170,9 +175,9 @@ Invocation readCommandLine(int argc, char** argv) {
     said.exitCode = app.exit(request);
     return said;
   } catch (const CLI::ParseError& error) {
-    return refused(invocation, complaintOf(app, error));
+    return refused(complaintOf(app, error), isJsonWanted(argc, argv));
   }
-  return invocation.command ? invocation : refused(invocation, "which command?");
+  return invocation.command ? invocation : refused("which command", isJsonWanted(argc, argv));
 }
 
 }  // namespace orvix::host

@@ -73,17 +73,17 @@ std::unique_ptr<hostkit::ModemDevice> create(const CommonOptions& options, const
   });
 }
 
-bool catchSignals() {
-  program::catchStopSignals();
-  return true;
-}
-
 }  // namespace
+
+void endInOrderOnSignals() {
+  if (program::stopDescriptor() == -1) {
+    program::catchStopSignals();
+  }
+}
 
 DeviceSession::DeviceSession(const CommonOptions& options, EventOutput events, hostkit::TrafficListener* listener)
     : printer(events), trafficPrinter(options.hex) {
-  static const bool isCaught = catchSignals();
-  (void)isCaught;
+  endInOrderOnSignals();
   if (options.line.simulate) {
     simulated = std::make_unique<SimulatedModem>();
   }

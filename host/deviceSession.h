@@ -16,9 +16,12 @@
 
 namespace orvix::host {
 
+// From now on SIGINT, SIGTERM and SIGHUP are wishes to stop (program/stopSignals.h), so that lines are restored and
+// scratch files removed on every way out. To be called when nothing waits for a person's input any more.
+void endInOrderOnSignals();
+
 // Creates the device of the options, with a configuration made for it where they name none; throws Failure. Stops and
-// destroys it at the end. From its creation on SIGINT, SIGTERM and SIGHUP are wishes to stop (program/stopSignals.h),
-// so that lines are restored and scratch files removed on every way out.
+// destroys it at the end. Calls endInOrderOnSignals.
 class DeviceSession {
  public:
   // `listener` is borrowed, sees the line's traffic and may be null.

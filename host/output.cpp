@@ -4,17 +4,27 @@
 #include <iostream>
 
 #include "common/isoTime.h"
+#include "common/printable.h"
 
 namespace orvix::host {
 
 void printJson(const Json& document) {
-  std::cout << document.dump(-1, ' ', false, Json::error_handler_t::replace) << std::endl;
+  std::cout << document.dump(-1, ' ', true, Json::error_handler_t::replace) << std::endl;
 }
 
 void printJsonEvent(const std::string& kind, const Json& fields) {
   Json event = {{"at", isoTime(std::time(nullptr))}, {"kind", kind}};
   event.update(fields);
   printJson(event);
+}
+
+void printDocument(const BSONObject& document) {
+  const Json parsed = jsonOf(document);
+  if (parsed.is_null()) {
+    std::cout << shown(document.toJSON()) << std::endl;
+  } else {
+    printJson(parsed);
+  }
 }
 
 Json jsonOf(const BSONObject& document) {

@@ -8,11 +8,14 @@
 
 namespace orvix::host {
 
-// One document a line. Bytes that are no UTF-8 are replaced.
+// One document a line, in ASCII: nothing in it can steer a terminal. Bytes that are no UTF-8 are replaced.
 void printJson(const Json& document);
 
 // {"at": TIME, "kind": KIND, and the fields}, for what comes over time.
 void printJsonEvent(const std::string& kind, const Json& fields);
+
+// A BSON document likewise.
+void printDocument(const BSONObject& document);
 
 // A BSON document as JSON; null when it has no JSON form.
 Json jsonOf(const BSONObject& document);

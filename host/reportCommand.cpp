@@ -3,6 +3,7 @@
 
 #include "host/commands.h"
 #include "host/deviceSession.h"
+#include "host/output.h"
 #include "host/progress.h"
 #include "host/reportView.h"
 
@@ -19,7 +20,7 @@ void showReport(const CommonOptions& common) {
     throw Failure(cause.exitCode(), std::string("the modem gave no report: ") + cause.what());
   }
   if (common.json) {
-    std::cout << report.document.toJSON() << std::endl;
+    printDocument(report.document);
   } else {
     printReport(std::cout, report.document);
   }

@@ -8,6 +8,11 @@ namespace {
 
 thread_local bool isInListener = false;
 
+struct ListenerMark {
+  ListenerMark() { isInListener = true; }
+  ~ListenerMark() { isInListener = false; }
+};
+
 }  // namespace
 
 std::int64_t monotonicUs() {
@@ -48,11 +53,10 @@ void LineTrace::remove(TrafficListener* listener) {
 void LineTrace::tell(XplTraceKind kind, std::string_view bytes) {
   const TrafficPiece piece{monotonicUs(), kind, std::string(bytes)};
   const std::lock_guard<std::mutex> guard(lock);
-  isInListener = true;
+  const ListenerMark mark;
   for (TrafficListener* const listener : listeners) {
     listener->onTraffic(piece);
   }
-  isInListener = false;
 }
 
 bool LineTrace::isTelling() {

@@ -33,8 +33,14 @@ expect escape 'holds "\x1b", which does not arrive as written'
 if [[ -w /dev/full ]]; then
   "${emulator[@]}" "$bin/gsm-host" get version >/dev/full 2>"$folder/full.txt" && fail "a full disk was no failure"
 fi
+host typo 2 --json --simulate reprot
+expect typo '{"error":"\"reprot\" is no command; see gsm-host --help","exitCode":2}'
+host count 2 --simulate monitor --count 0
+expect count "not from 1 to"
+host interval 2 --simulate monitor --interval nan
+expect interval "not from 0 to 86400"
 host version 0 get version
-expect version '{ "version" : "0.00.1" }'
+expect version '{"version":"0.00.1"}'
 host property 2 get nonsense
 expect property "Unknown Property: nonsense"
 cp "$(dirname "$0")/../packaging/modem.json" "$folder/modem.json"
@@ -45,6 +51,13 @@ jq -e '.config.ip.port == 2233' "$folder/modem.json" >/dev/null || fail "set wro
 jq '.limit = {"$numberDouble": "Infinity"}' "$folder/modem.json" >"$folder/infinite.json"
 host infinite 3 --config "$folder/modem.json" set config.current "$folder/infinite.json"
 jq -e '.config.ip.port == 2233 and .limit == null' "$folder/modem.json" >/dev/null || fail "it was saved all the same"
+ln -s modem.json "$folder/link.json"
+chmod 640 "$folder/modem.json"
+host link 0 --config "$folder/link.json" set config.current "$folder/modem.json"
+[[ -L $folder/link.json && $(stat -c %a "$folder/modem.json") == 640 ]] || fail "set kept neither link nor mode"
+jq '.config.comstr = "/dev/ttyUSB0:12345,n,8,1"' "$folder/modem.json" >"$folder/baud.json"
+"${emulator[@]}" "$bin/gsm-host" --json check "$folder/baud.json" 2>/dev/null |
+  jq -e '.exitCode == 3 and .key == "config.comstr"' >/dev/null || fail "check let a speed pass that no line has"
 echo '{"id":"GSMModem","name":"x"}' >"$folder/bad.json"
 host refused 3 check "$folder/bad.json"
 expect refused "Parameter config missing."

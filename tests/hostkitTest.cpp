@@ -1,8 +1,11 @@
 // What a host asks without a device: fit texts, classes of errors, lines, configurations, kinds of statuses,
 // recordings.
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
+#include <termios.h>
 
+#include <cerrno>
 #include <string>
 #include <vector>
 
@@ -11,6 +14,7 @@
 #include "hostkit/connectionString.h"
 #include "hostkit/error.h"
 #include "hostkit/errorClass.h"
+#include "hostkit/lineTrouble.h"
 #include "hostkit/lineWatch.h"
 #include "hostkit/messageFit.h"
 #include "hostkit/modemErrors.h"
@@ -19,6 +23,7 @@
 #include "hostkit/statusText.h"
 #include "tests/world/host.h"
 #include "tests/world/ptyPair.h"
+#include "tests/world/systemCalls.h"
 
 namespace orvix::hostkit {
 namespace {
@@ -187,6 +192,47 @@ TEST(Recorder, WritesTheFormatForItsOwnerAndKeepsWhatIsThere) {
                                   "\n"
                                   R"({"us":2,"kind":"linesRead","hex":"0003","text":"DTR RTS"})"
                                   "\n");
+}
+
+TEST(LineTrouble, TellsCauseAndRemedy) {
+  const world::TemporaryFolder folder;
+  const world::PtyPair line;
+  struct Row {
+    std::string connection;
+    std::string text;
+  };
+  const std::vector<Row> rows = {
+      {line.connectionString(), ""},
+      {folder.file("none") + ":9600,n,8,1", "none: No such file or directory; is the modem plugged in?"},
+      {"/dev/tcp/127.0.0.1/9:9600,n,8,1", "link one with tcp-line"},
+      {folder.write("file", "") + ":9600,n,8,1", "is not a serial line"},
+      {folder.write("usb-0:2:1.0", "") + ":9600,n,8,1", "usb-0:2:1.0 holds a colon"},
+  };
+  for (const Row& row : rows) {
+    const std::string trouble = lineTrouble(row.connection);
+    EXPECT_NE(trouble.find(row.text), std::string::npos) << trouble;
+    EXPECT_EQ(trouble.empty(), row.text.empty()) << trouble;
+  }
+  {
+    const world::Fault denied("open", 1, EACCES);
+    chmod(folder.file("file").c_str(), 0600);
+    EXPECT_NE(lineTrouble(rows[3].connection).find("its mode 600 lets no group in; a udev rule"), std::string::npos);
+  }
+  const LineWatch holder(line.path());
+  flock(holder.descriptor(), LOCK_EX);
+  EXPECT_NE(lineTrouble(line.connectionString()).find("is held by "), std::string::npos);
+  EXPECT_NE(openerAdvice("process 7 (ModemManager)").find("ID_MM_DEVICE_IGNORE"), std::string::npos);
+}
+
+TEST(LineTrouble, ASpeedThatWasNotTaken) {
+  const world::PtyPair line;
+  const LineWatch watch(line.path());
+  termios settings{};
+  tcgetattr(watch.descriptor(), &settings);
+  cfsetspeed(&settings, B9600);
+  tcsetattr(watch.descriptor(), TCSANOW, &settings);
+  EXPECT_EQ(speedTrouble(line.path() + ":9600,n,8,1"), "");
+  EXPECT_NE(speedTrouble(line.path() + ":115200,n,8,1").find("does not run at 115200 baud"), std::string::npos);
 }
 
 TEST(LineWatch, HearsAndNoticesAHangUpWithoutASound) {

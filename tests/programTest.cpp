@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <optional>
 
 #include "program/complaint.h"
 #include "program/standardStreams.h"
@@ -60,23 +59,6 @@ TEST(ProgramTest, SignalsAreAWishToStopAndTheFirstIsTold) {
               _exit(isQuiet && isWished && isAwake ? 0 : 1);
             }),
             0);
-}
-
-TEST(ProgramTest, HeldSignalsTakeEffectAtTheEnd) {
-  for (const bool isCaught : {false, true}) {
-    const int status = endOf([isCaught] {
-      if (isCaught) {
-        program::catchStopSignals();
-      }
-      std::optional<program::HeldStopSignals> held(std::in_place);
-      raise(SIGHUP);  // blocked in this thread
-      kill(getpid(), SIGHUP);
-      const bool isHeld = !program::isStopWished();
-      held.reset();
-      _exit(isHeld && program::stopSignal() == SIGHUP ? 0 : 1);
-    });
-    EXPECT_EQ(isCaught ? WEXITSTATUS(status) : WTERMSIG(status), isCaught ? 0 : SIGHUP);
-  }
 }
 
 TEST(ProgramTest, AComplaintIsOneLineWithoutControls) {
