@@ -92,7 +92,7 @@ std::string hostName() {
 }
 
 std::string readFile(StrictObject* object, const std::string& key) {
-  const std::string file = object->text(key, "");
+  std::string file = object->text(key, "");
   refuseUnreadable(object, key, file);
   return file;
 }

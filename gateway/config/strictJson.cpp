@@ -7,7 +7,10 @@ namespace {
 
 using nlohmann::json;
 
-const json kNothing = json::object();
+const json& nothing() {
+  static const json object = json::object();
+  return object;
+}
 
 // Follows the parser down the document to tell the path of a key that stands twice: the parser itself would silently
 // keep the last one.
@@ -90,11 +93,11 @@ std::optional<json> parseStrictly(const std::string& text, Problems* problems) {
   }
 }
 
-StrictObject::StrictObject(const json& json, std::string pathOfIt, Problems* found)
-    : fields(&json), path(std::move(pathOfIt)), problems(found) {
-  if (!json.is_object()) {
+StrictObject::StrictObject(const json& object, std::string pathOfIt, Problems* found)
+    : fields(&object), path(std::move(pathOfIt)), problems(found) {
+  if (!object.is_object()) {
     problems->push_back({path, "must be an object"});
-    fields = &kNothing;
+    fields = &nothing();
   }
 }
 
@@ -149,7 +152,7 @@ std::string StrictObject::needed(const std::string& key) {
     complain(key, "is missing");
     return "";
   }
-  const std::string value = text(key, "-");
+  std::string value = text(key, "-");
   if (value.empty()) {
     complain(key, "must not be empty");
   }
@@ -176,7 +179,7 @@ std::vector<std::string> StrictObject::texts(const std::string& key, const std::
 
 StrictObject StrictObject::object(const std::string& key) {
   const json* const found = find(key);
-  return {found == nullptr ? kNothing : *found, pathTo(key), problems};
+  return {found == nullptr ? nothing() : *found, pathTo(key), problems};
 }
 
 std::vector<StrictObject> StrictObject::objects(const std::string& key) {

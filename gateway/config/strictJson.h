@@ -20,7 +20,7 @@ std::optional<nlohmann::json> parseStrictly(const std::string& text, Problems* p
 class StrictObject {
  public:
   // Borrows all of them. An empty path is the document's own.
-  StrictObject(const nlohmann::json& json, std::string path, Problems* problems);
+  StrictObject(const nlohmann::json& object, std::string pathOfIt, Problems* found);
 
   bool has(const std::string& key);
   int whole(const std::string& key, int fallback, int least, int most);
