@@ -16,6 +16,13 @@ expect sms '> two  words\x1a\r\n\r'
 expect modem "SMS to 0123456789"
 expect modem "  two  words"
 
+# A host that died in the middle of a message leaves the modem waiting for the text.
+printf 'AT+CMGF=1\rAT+CMGS="123"\r' >"$folder/modem"
+host waiting 5 --device "$line" report
+expect waiting "doctor"
+host doctor 0 --device "$line" doctor
+expect doctor "an Escape brought it back"
+
 host missing 4 --device "$folder/none:9600,n,8,1" report
 expect missing "$folder/none: No such file or directory"
 host settings 4 --device "$folder/modem:9600,x,8,1" report
