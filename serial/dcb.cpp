@@ -43,8 +43,8 @@ constexpr BitCount kDataBits[] = {{5, CS5}, {6, CS6}, {7, CS7}, {8, CS8}};
 constexpr BitCount kStopBits[] = {{1, 0}, {2, CSTOPB}};
 
 // The row of that value; null when the table has none.
-template <typename Row, std::size_t N, typename Value>
-const Row* findRow(const Row (&table)[N], Value value) {
+template <typename Row, std::size_t kCount, typename Value>
+const Row* findRow(const Row (&table)[kCount], Value value) {
   const auto found =
       std::find_if(std::begin(table), std::end(table), [=](const Row& row) { return row.value == value; });
   return found != std::end(table) ? found : nullptr;

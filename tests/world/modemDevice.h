@@ -52,7 +52,7 @@ class ModemDevice : public testing::Test {
 
   std::string report() {
     orvix::IDeviceDataReport* raw = nullptr;
-    const std::string status = device.GetDataReport(&raw).toString();
+    std::string status = device.GetDataReport(&raw).toString();
     lastReport.reset(raw);
     return status;
   }
