@@ -18,7 +18,7 @@ const std::vector<FromWorker> kNews = {
     ModemReport{-79, 53, "home"},
     ModemReport{{}, {}, "none"},
     DoingNews{"waiting", true},
-    TrafficNews{-1, kXplTraceSent, std::string("\0\xff", 2)},
+    TrafficNews{1, kXplTraceSent, std::string("\0\xff", 2)},
     PromptNews{},
     EndNews{{hostkit::Verdict::kRefused, {}, 42, hostkit::ErrorClass::kNetwork, false, "why", ""}},
     HealedNews{},
@@ -67,6 +67,7 @@ TEST(WorkerProtocolTest, RefusesWhatHasNoMeaning) {
       ModemReport{0, 101, "home"},
       ModemReport{0, 0, "at home"},
       TrafficNews{0, static_cast<XplTraceKind>(0), ""},
+      TrafficNews{-1, kXplTraceSent, ""},
   };
   for (const FromWorker& row : rows) {
     EXPECT_THROW(fromWorkerOf(frameOf(encoded(row))), ProtocolError) << row.index();

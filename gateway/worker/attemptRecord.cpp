@@ -6,6 +6,12 @@
 #include "hostkit/recording.h"
 
 namespace orvix::gateway {
+namespace {
+
+// The plug-in reads 128 bytes at a time, and few where they come slowly.
+constexpr std::size_t kMostPieces = 4096;
+
+}  // namespace
 
 std::string AttemptRecord::recording() const {
   return hostkit::recordingOf(traffic, modem->line);
@@ -13,7 +19,7 @@ std::string AttemptRecord::recording() const {
 
 void AttemptRecord::take(const TrafficNews& news) {
   trafficBytes += news.bytes.size();
-  if (trafficBytes <= kMostTrafficBytes) {
+  if (trafficBytes <= kMostTrafficBytes && traffic.size() < kMostPieces) {
     traffic.push_back({news.us, news.kind, news.bytes});
   }
 }

@@ -211,6 +211,13 @@ void check(const ModemReport& m) {
   }
 }
 
+// The difference of two times then has room.
+void check(const TrafficNews& m) {
+  if (m.us < 0) {
+    throw ProtocolError("a time is out of range");
+  }
+}
+
 template <typename Variant>
 Frame frameOf(const Variant& message) {
   Writer writer;
