@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "simulator/commands.h"
 #include "simulator/scenario.h"
 
 namespace orvix::simulator {
@@ -12,8 +13,8 @@ namespace {
 constexpr char kLineGroup[] = "The line";
 constexpr char kModemGroup[] = "The modem";
 // What a recording decides by itself.
-constexpr const char* kModemOptions[] = {"--scenario", "--signal",  "--registration", "--sms",
-                                         "--delay",    "--no-echo", "--messages"};
+constexpr const char* kModemOptions[] = {"--scenario", "--signal",       "--registration", "--sim",     "--sms",
+                                         "--delay",    "--prompt-delay", "--result-delay", "--no-echo", "--messages"};
 
 // None unless the text is a decimal number from 0 to the largest.
 std::optional<int> numberIn(const std::string& text, int largest) {
@@ -26,101 +27,128 @@ std::optional<int> numberIn(const std::string& text, int largest) {
   return number;
 }
 
-void setSignal(const std::string& text, ModemOptions& options) {
+void setSignal(const std::string& text, ModemOptions* options) {
   const std::optional<int> rssi = numberIn(text, kUnknownRssi);
   if (!rssi || !isRssi(*rssi)) {
     throw CLI::ValidationError("--signal", "must be 0 to 31, or 99");
   }
-  options.rssi = *rssi;
+  options->rssi = *rssi;
 }
 
-void setSmsOutcome(const std::string& text, ModemOptions& options) {
+void setSmsOutcome(const std::string& text, ModemOptions* options) {
   if (const std::optional<SmsOutcome> outcome = smsOutcomeOf(text)) {
-    options.smsOutcome = *outcome;
+    options->smsOutcome = *outcome;
   } else if (const std::optional<int> code = numberIn(text, kMaxErrorCode)) {
-    options.smsOutcome = SmsOutcome::kRefused;
-    options.smsErrorCode = *code;
+    options->smsOutcome = SmsOutcome::kRefused;
+    options->smsErrorCode = *code;
   } else {
     throw CLI::ValidationError("--sms", "must be ok, silent, no-prompt or an error code from 0 to 999");
   }
 }
 
-void setScenario(const std::string& path, ModemOptions& options) {
+void setSim(const std::string& text, ModemOptions* options) {
+  const std::optional<SimState> state = simStateOf(text);
+  if (!state) {
+    throw CLI::ValidationError("--sim", "must be ready, missing or locked");
+  }
+  options->sim = *state;
+}
+
+void setScenario(const std::string& path, ModemOptions* options) {
   try {
-    options = scenarioOf(contentOf(path));
+    *options = scenarioOf(contentOf(path));
   } catch (const std::runtime_error& error) {
     throw CLI::ValidationError(path, error.what());
   }
 }
 
-void setListen(const std::string& text, std::optional<TcpAddress>& listen) {
+void setListen(const std::string& text, std::optional<TcpAddress>* listen) {
   try {
-    listen.emplace(text);
+    listen->emplace(text);
   } catch (const std::invalid_argument& error) {
     throw CLI::ValidationError("--listen", error.what());
   }
 }
 
-void describeLine(CLI::App& app, Arguments& arguments) {
-  app.add_option("--link", arguments.link, "Make PATH a symbolic link to the line; it is removed at the end")
+void describeLine(CLI::App& app, Arguments* arguments) {
+  app.add_option("--link", arguments->link, "Make PATH a symbolic link to the line; it is removed at the end")
       ->type_name("PATH")
       ->group(kLineGroup);
+  app.add_flag("--renumber", arguments->isRenumbered, "After an unplug come back as another terminal for certain")
+      ->group(kLineGroup);
   auto* const listen = app.add_option_function<std::string>(
-                              "--listen", [&arguments](const std::string& text) { setListen(text, arguments.listen); },
+                              "--listen", [arguments](const std::string& text) { setListen(text, &arguments->listen); },
                               "Serve one client at a time over TCP instead of a pseudo-terminal;\n"
                               "without an address on 127.0.0.1, port 0 picks one")
                            ->type_name("[ADDRESS:]PORT")
                            ->group(kLineGroup);
-  app.add_flag("--allow-remote", arguments.allowRemote, "Let --listen take an address that other machines can reach")
+  app.add_flag("--allow-remote", arguments->allowRemote, "Let --listen take an address that other machines can reach")
       ->needs(listen)
       ->group(kLineGroup);
 }
 
+void describeDelay(CLI::App& app, const char* name, std::int64_t* delayMs, const char* description) {
+  app.add_option(name, *delayMs, description)
+      ->type_name("MS")
+      ->check(CLI::Range(0, kMaxDelayMs).description(""))
+      ->capture_default_str();
+}
+
 // Options are applied in the order of this list, so that those after --scenario overrule the file.
-void describeModem(CLI::App& app, Arguments& arguments) {
-  ModemOptions& modem = arguments.modem;
-  app.add_option_function<std::string>(
-         "--scenario", [&modem](const std::string& path) { setScenario(path, modem); },
-         "Take the modem and its faults from FILE; the options below overrule it")
+void describeModem(CLI::App& app, Arguments* arguments) {
+  ModemOptions* const modem = &arguments->modem;
+  const auto add = [&app](const char* name, const auto& set, const char* description) {
+    return app.add_option_function<std::string>(name, set, description);
+  };
+  add(
+      "--scenario", [modem](const std::string& path) { setScenario(path, modem); },
+      "Take the modem and its faults from FILE; the options below overrule it")
       ->type_name("FILE");
-  app.add_option_function<std::string>(
-         "--signal", [&modem](const std::string& text) { setSignal(text, modem); },
-         "Signal strength that AT+CSQ reports: 0 to 31 (default 17), or 99 for unknown")
+  add(
+      "--signal", [modem](const std::string& text) { setSignal(text, modem); },
+      "Signal strength that AT+CSQ reports: 0 to 31 (default 17), or 99 for unknown")
       ->type_name("N");
-  app.add_option("--registration", modem.registration,
+  app.add_option("--registration", modem->registration,
                  "Registration that AT+CREG? reports: 0 none, 1 home, 2 searching,\n3 denied, 4 unknown, 5 roaming")
       ->type_name("N")
       ->check(CLI::Range(0, kMaxRegistration).description(""))
       ->capture_default_str();
-  app.add_option_function<std::string>(
-         "--sms", [&modem](const std::string& text) { setSmsOutcome(text, modem); },
-         "Fate of a message: ok (default), silent (no answer after the text),\n"
-         "no-prompt (no answer to AT+CMGS), or the code of a +CMS ERROR")
+  add(
+      "--sim", [modem](const std::string& text) { setSim(text, modem); },
+      "SIM card: ready (default), missing (+CME ERROR: 10) or locked (11)")
+      ->type_name("STATE");
+  add(
+      "--sms", [modem](const std::string& text) { setSmsOutcome(text, modem); },
+      "Fate of a message: ok (default), silent (no answer after the text),\n"
+      "no-prompt (no answer to AT+CMGS), or the code of a +CMS ERROR")
       ->type_name("OUTCOME");
-  app.add_option("--delay", modem.replyDelayMs, "Milliseconds before each reply")
-      ->type_name("MS")
-      ->check(CLI::Range(0, kMaxDelayMs).description(""))
-      ->capture_default_str();
+  describeDelay(app, "--delay", &modem->replyDelayMs, "Milliseconds before each reply");
+  describeDelay(app, "--prompt-delay", &modem->promptDelayMs, "More milliseconds before the prompt for a text");
+  describeDelay(app, "--result-delay", &modem->resultDelayMs, "More milliseconds before the result of a message");
   app.add_flag_callback(
-      "--no-echo", [&modem] { modem.echo = false; }, "Begin with command echo off, as after ATE0");
-  app.add_option("--messages", arguments.messagesFile, "Append every message to FILE, one line of JSON each")
+      "--no-echo", [modem] { modem->echo = false; }, "Begin with command echo off, as after ATE0");
+  app.add_option("--messages", arguments->messagesFile,
+                 "Append every message that is sent to FILE, one line of JSON each")
       ->type_name("FILE");
   for (const char* name : kModemOptions) {
     app.get_option(name)->group(kModemGroup);
   }
 }
 
-void describeRest(CLI::App& app, Arguments& arguments) {
-  app.add_option("--replay", arguments.replayFile,
+void describeRest(CLI::App& app, Arguments* arguments) {
+  app.add_option("--replay", arguments->replayFile,
                  "Play the modem's side of the recording in FILE once; the options above have no\n"
                  "place then")
       ->type_name("FILE")
       ->group("A recording instead");
-  app.add_flag("-v,--verbose", arguments.verbose, "Show the dialogue of the modem on standard error");
+  app.add_flag("-v,--verbose", arguments->verbose, "Show the dialogue of the modem on standard error");
+  app.set_version_flag("--version", "gsm-modem-simulator " ORVIX_VERSION);
   app.footer(
       "The first line of output names the line, for example \"modem on /dev/pts/5\", with --link followed by\n"
-      "\" linked from PATH\", or \"modem on 127.0.0.1:4000\". Every message sent is shown with its number and text.\n"
-      "Ctrl-C ends the modem.");
+      "\" linked from PATH\", or \"modem on 127.0.0.1:4000\". Every message is shown with its number and text.\n"
+      "Ctrl-C ends the modem; SIGUSR1 unplugs its line, SIGUSR2 plugs it in again.\n"
+      "It understands the commands\n" +
+      knownCommands() + ".\nAny other one answers ERROR.");
 }
 
 void refuseTogether(const CLI::App& app, const std::string& one, const std::string& other) {
@@ -131,7 +159,7 @@ void refuseTogether(const CLI::App& app, const std::string& one, const std::stri
 
 }  // namespace
 
-void describe(CLI::App& app, Arguments& arguments) {
+void describe(CLI::App& app, Arguments* arguments) {
   describeLine(app, arguments);
   describeModem(app, arguments);
   describeRest(app, arguments);
@@ -139,6 +167,7 @@ void describe(CLI::App& app, Arguments& arguments) {
 
 void check(const CLI::App& app, const Arguments& arguments) {
   refuseTogether(app, "--link", "--listen");
+  refuseTogether(app, "--renumber", "--listen");
   for (const char* name : kModemOptions) {
     refuseTogether(app, name, "--replay");
   }
@@ -147,6 +176,23 @@ void check(const CLI::App& app, const Arguments& arguments) {
                                                " can be reached from other machines, and whoever connects is served; "
                                                "say --allow-remote if that is meant");
   }
+}
+
+std::string knownCommands() {
+  constexpr std::size_t kWidth = 100;
+  std::string text;
+  std::size_t lineBegin = 0;
+  for (const std::string& name : commandNames()) {
+    text += text.empty() ? "" : ",";
+    if (text.size() + name.size() - lineBegin > kWidth) {
+      text += "\n";
+      lineBegin = text.size();
+    } else if (!text.empty()) {
+      text += " ";
+    }
+    text += name;
+  }
+  return text;
 }
 
 std::string contentOf(const std::string& path) {

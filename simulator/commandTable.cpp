@@ -7,7 +7,7 @@ Answer labelled(const Request& request, const std::string& text) {
 }
 
 Answer numberSetting(const Request& request, int Settings::*value, int largest, const std::string& details) {
-  int& current = request.settings.*value;
+  int& current = request.settings->*value;
   if (request.argument == "?") {
     return labelled(request, std::to_string(current) + details);
   }
@@ -19,7 +19,7 @@ Answer numberSetting(const Request& request, int Settings::*value, int largest, 
   }
   const int wanted = request.argument[1] - '0';
   if (request.argument.size() > 2 || wanted < 0 || wanted > largest) {
-    return incorrectParameters(request.settings);
+    return incorrectParameters(*request.settings);
   }
   current = wanted;
   return ok();
@@ -28,15 +28,15 @@ Answer numberSetting(const Request& request, int Settings::*value, int largest, 
 Answer storedSetting(const Request& request, std::string Settings::*value, const std::string& range) {
   constexpr std::string_view kAllowed = "0123456789,\"+*#ABCDEFGHIJKLMNOPQRSTUVWXYZ";
   if (request.argument == "?") {
-    return labelled(request, request.settings.*value);
+    return labelled(request, request.settings->*value);
   }
   if (request.argument == "=?") {
     return labelled(request, range);
   }
   if (request.argument.size() < 2 || request.argument.find_first_not_of(kAllowed, 1) != std::string_view::npos) {
-    return incorrectParameters(request.settings);
+    return incorrectParameters(*request.settings);
   }
-  request.settings.*value = request.argument.substr(1);
+  request.settings->*value = request.argument.substr(1);
   return ok();
 }
 

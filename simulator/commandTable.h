@@ -15,11 +15,12 @@ struct Request {
   std::string_view name;      // in upper case, without AT
   std::string_view argument;  // what follows the name: "", "?", "=?" or "=value"
   const ModemOptions& options;
-  Settings& settings;
+  Settings* settings;  // borrowed
 };
 
 struct Command {
   std::string_view name;  // in upper case, without AT
+  bool needsSim;
   Answer (*execute)(const Request& request);
 };
 

@@ -31,11 +31,14 @@ bool beginsWithAt(std::string_view line) {
   return toUpper(std::string(line.substr(0, 2))) == "AT";
 }
 
-Answer answerCommand(std::string_view line, const ModemOptions& options, Settings& settings) {
+Answer answerCommand(std::string_view line, const ModemOptions& options, Settings* settings) {
   const std::string_view command = line.substr(2);
   const std::string name = toUpper(std::string(command.substr(0, command.find_first_of("=?"))));
   const Command* const found = findCommand(name);
-  return found == nullptr ? error() : found->execute({name, command.substr(name.size()), options, settings});
+  if (found != nullptr && found->needsSim && options.sim != SimState::kReady) {
+    return simError(options.sim, *settings);
+  }
+  return found != nullptr ? found->execute({name, command.substr(name.size()), options, settings}) : error();
 }
 
 std::vector<std::string> commandNames() {

@@ -24,7 +24,7 @@ bool beginsWithAt(std::string_view line);
 
 // Executes a line that begins with AT and comes without its CR, and keeps in `settings` what it changes. Unknown and
 // malformed commands answer ERROR; a refused parameter of a known command answers as AT+CMEE asks.
-Answer answerCommand(std::string_view line, const ModemOptions& options, Settings& settings);
+Answer answerCommand(std::string_view line, const ModemOptions& options, Settings* settings);
 
 // All that are understood, "AT+CSQ".
 std::vector<std::string> commandNames();

@@ -27,6 +27,9 @@ class Dce {
   // As of the latest takeOutput: whether it holds the line or has hung up.
   virtual bool isOnLine() const { return true; }
 
+  // Its line is pulled by somebody: what was to be sent is lost, and it forgets what a modem without power forgets.
+  virtual void unplug() {}
+
   // As of the latest call: whether nothing will happen any more.
   virtual bool isOver() const { return false; }
 };

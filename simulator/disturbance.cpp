@@ -35,6 +35,14 @@ std::size_t lastLine(const std::string& reply) {
   return border == std::string::npos ? border : border + 2;
 }
 
+std::string withoutLostLine(const std::string& reply, Fault::LostLine lost) {
+  const std::size_t last = lastLine(reply);
+  if (lost == Fault::LostLine::kNone || last == std::string::npos) {
+    return reply;
+  }
+  return lost == Fault::LostLine::kFirst ? reply.substr(last) : reply.substr(0, last);
+}
+
 std::string inside(const Fault& fault, std::string reply) {
   if (reply.empty()) {
     return reply;
@@ -75,7 +83,8 @@ const Fault& FaultSelector::select(Fault::Trigger trigger, std::string_view text
 
 std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply) {
   const std::string bytes = std::string(fault.nulsBefore, '\0') + fault.garbage + framedAll(fault.linesBefore) +
-                            inside(fault, fault.isSilent ? "" : reply) + framedAll(fault.linesAfter);
+                            inside(fault, fault.isSilent ? "" : withoutLostLine(reply, fault.lostLine)) +
+                            framedAll(fault.linesAfter);
   const std::size_t size = fault.pieceSize == 0 ? bytes.size() : fault.pieceSize;
   std::vector<ReplyPiece> pieces;
   for (std::size_t begin = 0; begin < bytes.size(); begin += size) {

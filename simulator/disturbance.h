@@ -15,7 +15,7 @@ class FaultSelector {
   explicit FaultSelector(std::vector<Fault> listed);
 
   // The first fault on the list that fits and whose turn it is, otherwise a fault without any effect. Commands fit in
-  // any mixture of cases, bodies byte for byte. Valid as long as the counter.
+  // any mixture of cases, bodies byte for byte. Valid as long as the selector.
   const Fault& select(Fault::Trigger trigger, std::string_view text);
 
  private:
@@ -28,8 +28,9 @@ struct ReplyPiece {
   std::string bytes;
 };
 
-// The reply, empty for none, as it leaves the modem: NUL bytes, garbage, unsolicited lines in front, the reply itself,
-// unsolicited lines after it. Lines between stand in front of the last line of a reply that has several.
+// The reply, empty for none, as it leaves the modem, without the line that is lost: NUL bytes, garbage, unsolicited
+// lines in front, the reply itself, unsolicited lines after it. Lines between stand in front of the last line of a
+// reply that has several.
 std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply);
 
 }  // namespace orvix::simulator

@@ -1,8 +1,5 @@
 // The commands of ITU-T V.250 and 3GPP TS 27.007: the modem itself, its SIM card and the network.
 
-#include <algorithm>
-#include <iterator>
-
 #include "simulator/commandTable.h"
 
 namespace orvix::simulator {
@@ -16,7 +13,7 @@ Answer setEcho(const Request& request, bool on) {
   if (!request.argument.empty()) {
     return error();
   }
-  request.settings.echo = on;
+  request.settings->echo = on;
   return ok();
 }
 
@@ -28,8 +25,8 @@ Answer restoreSettings(const Request& request) {
   if (!request.argument.empty()) {
     return error();
   }
-  request.settings = Settings{};
-  request.settings.echo = request.options.echo;
+  *request.settings = Settings{};
+  request.settings->echo = request.options.echo;
   return ok();
 }
 
@@ -48,13 +45,18 @@ Answer signalQuality(const Request& request) {
 }
 
 Answer simCard(const Request& request) {
-  return request.argument == "?" ? labelled(request, "READY") : error();
-}
-
-// The values of <stat> with which a modem knows its cell: home and roaming, on any kind of network.
-bool isRegistered(int registration) {
-  constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
-  return std::find(std::begin(kRegistered), std::end(kRegistered), registration) != std::end(kRegistered);
+  if (request.argument != "?") {
+    return error();
+  }
+  switch (request.options.sim) {
+    case SimState::kMissing:
+      return simError(request.options.sim, *request.settings);
+    case SimState::kLocked:
+      return labelled(request, "SIM PIN");
+    case SimState::kReady:
+      break;
+  }
+  return labelled(request, "READY");
 }
 
 // Always switched on.
@@ -65,7 +67,7 @@ Answer functionality(const Request& request) {
   if (request.argument == "=?") {
     return labelled(request, "(1),(0)");
   }
-  return request.argument == "=1" || request.argument == "=1,0" ? ok() : incorrectParameters(request.settings);
+  return request.argument == "=1" || request.argument == "=1,0" ? ok() : incorrectParameters(*request.settings);
 }
 
 Answer networkOperator(const Request& request) {
@@ -77,14 +79,13 @@ Answer networkOperator(const Request& request) {
 
 Answer registration(const Request& request) {
   return numberSetting(request, &Settings::registrationReport, 2,
-                       "," + registrationText(request.options, request.settings));
+                       "," + registrationText(request.options, *request.settings));
 }
 
-// Texts pass through the modem as they are, so the sets that it offers differ by name alone.
 Answer characterSet(const Request& request) {
   const bool isListed = request.argument == "=\"IRA\"" || request.argument == "=\"GSM\"";
   if (!isListed && request.argument != "?" && request.argument != "=?") {
-    return incorrectParameters(request.settings);
+    return incorrectParameters(*request.settings);
   }
   return storedSetting(request, &Settings::characterSet, "(\"IRA\",\"GSM\")");
 }
@@ -98,26 +99,26 @@ std::string registrationText(const ModemOptions& options, const Settings& settin
 
 const std::vector<Command>& generalCommands() {
   static const std::vector<Command> kCommands = {
-      {"", attention},
-      {"E", echoOff},
-      {"E0", echoOff},
-      {"E1", [](const Request& request) { return setEcho(request, true); }},
-      {"I", [](const Request& request) { return fixedText(request, "Orvix development modem"); }},
-      {"Z", restoreSettings},
-      {"Z0", restoreSettings},
-      {"&F", restoreSettings},
-      {"+CGMI", [](const Request& request) { return fixedText(request, "Orvix"); }},
-      {"+CGMM", [](const Request& request) { return fixedText(request, "development modem"); }},
-      {"+CGMR", [](const Request& request) { return fixedText(request, "1"); }},
-      {"+CGSN", [](const Request& request) { return fixedText(request, "001010123456780"); }},
-      {"+CIMI", [](const Request& request) { return fixedText(request, "001010123456789"); }},
-      {"+CMEE", [](const Request& request) { return numberSetting(request, &Settings::errorReport, 2); }},
-      {"+CFUN", functionality},
-      {"+CPIN", simCard},
-      {"+COPS", networkOperator},
-      {"+CREG", registration},
-      {"+CSCS", characterSet},
-      {"+CSQ", signalQuality},
+      {"", false, attention},
+      {"E", false, echoOff},
+      {"E0", false, echoOff},
+      {"E1", false, [](const Request& request) { return setEcho(request, true); }},
+      {"I", false, [](const Request& request) { return fixedText(request, "Orvix development modem"); }},
+      {"Z", false, restoreSettings},
+      {"Z0", false, restoreSettings},
+      {"&F", false, restoreSettings},
+      {"+CGMI", false, [](const Request& request) { return fixedText(request, "Orvix"); }},
+      {"+CGMM", false, [](const Request& request) { return fixedText(request, "development modem"); }},
+      {"+CGMR", false, [](const Request& request) { return fixedText(request, "1"); }},
+      {"+CGSN", false, [](const Request& request) { return fixedText(request, "001010123456780"); }},
+      {"+CIMI", true, [](const Request& request) { return fixedText(request, "001010123456789"); }},
+      {"+CMEE", false, [](const Request& request) { return numberSetting(request, &Settings::errorReport, 2); }},
+      {"+CFUN", false, functionality},
+      {"+CPIN", false, simCard},
+      {"+COPS", true, networkOperator},
+      {"+CREG", true, registration},
+      {"+CSCS", false, characterSet},
+      {"+CSQ", true, signalQuality},
   };
   return kCommands;
 }

@@ -56,12 +56,12 @@ class JsonDocument {
 template <class Target>
 struct JsonField {
   std::string_view key;
-  void (*read)(const JsonValue& value, Target& target);
+  void (*read)(const JsonValue& value, Target* target);
 };
 
 // Refuses a key that the table does not know.
 template <class Target, std::size_t kSize>
-void readFields(const std::vector<JsonValue>& members, const JsonField<Target> (&table)[kSize], Target& target) {
+void readFields(const std::vector<JsonValue>& members, const JsonField<Target> (&table)[kSize], Target* target) {
   for (const JsonValue& member : members) {
     const auto isMeant = [&member](const JsonField<Target>& field) { return field.key == member.key(); };
     const auto field = std::find_if(std::begin(table), std::end(table), isMeant);

@@ -1,15 +1,20 @@
 // gsm-modem-simulator: a GSM modem on a pseudo-terminal or on the network, for developing without hardware.
 
+#include <unistd.h>
+
 #include <csignal>
 #include <ctime>
-#include <iostream>
 #include <memory>
 #include <sstream>
 
 #include "common/printable.h"
+#include "program/complaint.h"
+#include "program/standardStreams.h"
+#include "program/stopSignals.h"
 #include "simulator/arguments.h"
 #include "simulator/messageLog.h"
 #include "simulator/modem.h"
+#include "simulator/output.h"
 #include "simulator/ptyLine.h"
 #include "simulator/replay.h"
 #include "simulator/runLoop.h"
@@ -21,54 +26,65 @@ constexpr char kProgram[] = "gsm-modem-simulator";
 constexpr int kFailure = 1;
 constexpr int kUsageError = 2;
 
-const StopEvent* signalledStop = nullptr;
+Plug* signalledPlug = nullptr;
 
-void requestStop(int) {
-  signalledStop->request();
+void movePlug(int signal) {
+  if (signal == SIGUSR1) {
+    signalledPlug->pull();
+  } else {
+    signalledPlug->putIn();
+  }
 }
 
-// A reader of our output that goes away must not end us either: the link would stay behind.
-void stopOnSignals(const StopEvent& stop) {
-  signalledStop = &stop;
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    std::signal(signal, requestStop);
-  }
+// A reader of our output that goes away must not end us either: the link would stay.
+void catchSignals(Plug* plug) {
+  program::catchStopSignals();
+  signalledPlug = plug;
+  std::signal(SIGUSR1, movePlug);
+  std::signal(SIGUSR2, movePlug);
   std::signal(SIGPIPE, SIG_IGN);
 }
 
+Output standardOutput() {
+  return {STDOUT_FILENO, program::stopDescriptor()};
+}
+
+Output standardError() {
+  return {STDERR_FILENO, program::stopDescriptor()};
+}
+
 void showMessage(const Message& message) {
-  std::cout << "\nSMS to " << escaped(message.destination) << "\n  " << escaped(message.text) << std::endl;
+  standardOutput().write("\nSMS to " + escaped(message.destination) + (message.reference ? "" : ", not sent") + "\n  " +
+                         shown(message.text) + "\n");
 }
 
 void showDialogue(Direction direction, std::string_view bytes) {
-  std::cerr << (direction == Direction::kToModem ? "-> " : "<- ") << escaped(bytes) << std::endl;
+  standardError().write((direction == Direction::kToModem ? "-> " : "<- ") + escaped(bytes) + "\n");
 }
 
 void announce(const Line& line, const std::string& link) {
-  std::cout << "modem on " << line.name();
-  if (!link.empty()) {
-    std::cout << " linked from " << escaped(link);
-  }
-  std::cout << std::endl;
+  standardOutput().write("modem on " + line.name() + (link.empty() ? "" : " linked from " + escaped(link)) + "\n");
 }
 
 int complain(const std::string& complaint, int exitCode) {
-  std::cerr << kProgram << ": " << complaint << std::endl;
+  program::complain(kProgram, complaint);
   return exitCode;
 }
 
-void runOnLine(Dce& dce, const Arguments& arguments) {
-  static const StopEvent stop;  // outlives this call, since a signal may arrive until the process is gone
-  stopOnSignals(stop);
+// The greeting follows the line that names the line, once.
+void runOnLine(Dce& dce, const Arguments& arguments, const std::string& greeting = {}) {
+  static Plug plug;  // outlives this call, since a signal may arrive until the process is gone
+  catchSignals(&plug);
   std::unique_ptr<Line> line;
   if (arguments.listen) {
     line = std::make_unique<TcpLine>(*arguments.listen);
   } else {
-    line = std::make_unique<PtyLine>(arguments.link);
+    line = std::make_unique<PtyLine>(arguments.link, arguments.isRenumbered);
   }
   const auto announceLine = [&] { announce(*line, arguments.link); };
   announceLine();
-  run(dce, *line, stop, announceLine);
+  standardOutput().write(greeting);
+  run(dce, *line, program::stopDescriptor(), {announceLine, &plug});
 }
 
 int serve(const Arguments& arguments) {
@@ -78,15 +94,15 @@ int serve(const Arguments& arguments) {
     log.emplace(arguments.messagesFile);
   }
   modem.onMessage([&log](const Message& message) {
-    showMessage(message);
-    if (log) {
+    if (log && message.reference) {
       log->append(message, std::time(nullptr));
     }
+    showMessage(message);
   });
   if (arguments.verbose) {
     modem.onTrace(showDialogue);
   }
-  runOnLine(modem, arguments);
+  runOnLine(modem, arguments, "commands: " + knownCommands() + "\n");
   return 0;
 }
 
@@ -109,9 +125,10 @@ int play(const Arguments& arguments) {
 }
 
 int mainProgram(int argc, char** argv) {
+  program::openStandardStreams();
   Arguments arguments;
   CLI::App app("A GSM modem on a pseudo-terminal or on the network, for developing without hardware.", kProgram);
-  describe(app, arguments);
+  describe(app, &arguments);
   try {
     app.parse(argc, argv);
     check(app, arguments);

@@ -48,14 +48,14 @@ std::size_t pduOctets(std::string_view argument) {
 }
 
 Answer prompt(Submission submission) {
-  return {"\r\n> ", std::move(submission)};
+  return {kPrompt, std::move(submission)};
 }
 
 Answer sendMessage(const Request& request) {
   if (request.argument == "=?") {
     return ok();
   }
-  if (request.settings.messageFormat == 0) {
+  if (request.settings->messageFormat == 0) {
     const std::size_t octets = pduOctets(request.argument);
     return octets == 0 ? messageError(kInvalidPduModeParameter) : prompt({MessageMode::kPdu, {}, octets});
   }
@@ -68,7 +68,7 @@ Answer serviceCentre(const Request& request) {
     return ok();
   }
   if (request.argument != "?" && quotedNumber(request.argument).empty()) {
-    return incorrectParameters(request.settings);
+    return incorrectParameters(*request.settings);
   }
   return storedSetting(request, &Settings::serviceCentre, "");
 }
@@ -76,7 +76,7 @@ Answer serviceCentre(const Request& request) {
 // Sending is supported, receiving and broadcasts are not.
 Answer messageService(const Request& request) {
   constexpr const char* kServices = "0,1,0";
-  int& service = request.settings.messageService;
+  int& service = request.settings->messageService;
   if (request.argument == "=?") {
     return labelled(request, "(0,1)");
   }
@@ -84,7 +84,7 @@ Answer messageService(const Request& request) {
     return labelled(request, std::to_string(service) + "," + kServices);
   }
   if (request.argument != "=0" && request.argument != "=1") {
-    return incorrectParameters(request.settings);
+    return incorrectParameters(*request.settings);
   }
   service = request.argument[1] - '0';
   return labelled(request, kServices);
@@ -94,12 +94,14 @@ Answer messageService(const Request& request) {
 
 const std::vector<Command>& messageCommands() {
   static const std::vector<Command> kCommands = {
-      {"+CMGF", [](const Request& request) { return numberSetting(request, &Settings::messageFormat, 1); }},
-      {"+CMGS", sendMessage},
-      {"+CNMI", [](const Request& request) { return storedSetting(request, &Settings::indications, kIndications); }},
-      {"+CSCA", serviceCentre},
-      {"+CSMP", [](const Request& request) { return storedSetting(request, &Settings::textParameters, kParameters); }},
-      {"+CSMS", messageService},
+      {"+CMGF", true, [](const Request& request) { return numberSetting(request, &Settings::messageFormat, 1); }},
+      {"+CMGS", true, sendMessage},
+      {"+CNMI", true,
+       [](const Request& request) { return storedSetting(request, &Settings::indications, kIndications); }},
+      {"+CSCA", true, serviceCentre},
+      {"+CSMP", true,
+       [](const Request& request) { return storedSetting(request, &Settings::textParameters, kParameters); }},
+      {"+CSMS", true, messageService},
   };
   return kCommands;
 }

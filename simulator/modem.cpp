@@ -17,9 +17,9 @@ bool isControl(char byte) {
 }
 
 // One byte above the limit is kept: its presence says that the input was too long.
-void appendBounded(std::string& text, char byte, std::size_t limit) {
-  if (text.size() <= limit) {
-    text += byte;
+void appendBounded(std::string* text, char byte, std::size_t limit) {
+  if (text->size() <= limit) {
+    *text += byte;
   }
 }
 
@@ -44,7 +44,7 @@ void Modem::onTrace(TraceHandler handler) {
 
 void Modem::receive(std::string_view bytes, std::int64_t nowMs) {
   walk(nowMs);
-  if (!isOnLine()) {
+  if (absence) {
     return;
   }
   for (const char byte : bytes) {
@@ -67,7 +67,7 @@ void Modem::takeCommandByte(char byte, std::int64_t nowMs) {
     return;
   }
   echo(byte, nowMs);
-  appendBounded(input, byte, kMaxLineLength);
+  appendBounded(&input, byte, kMaxLineLength);
 }
 
 void Modem::takeBodyByte(char byte, std::int64_t nowMs) {
@@ -77,8 +77,11 @@ void Modem::takeBodyByte(char byte, std::int64_t nowMs) {
   if (byte == kEscape) {
     return abandonBody(nowMs);
   }
-  echo(byte, nowMs);
-  appendBounded(input, byte, kMaxBodyLength);
+  echoText(byte, nowMs);
+  if (byte == '\r' && options.promptsEachLine) {
+    outputs.add(kPrompt, nowMs);
+  }
+  appendBounded(&input, byte, kMaxBodyLength);
 }
 
 void Modem::endLine(std::int64_t nowMs) {
@@ -98,7 +101,7 @@ void Modem::execute(const std::string& line, std::int64_t nowMs) {
     return reply(error().reply, nowMs);
   }
   const Fault& fault = faults.select(Fault::Trigger::kCommand, line);
-  Answer answer = fault.error.empty() ? answerCommand(line, options, settings) : Answer{framed(fault.error)};
+  Answer answer = fault.error.empty() ? answerCommand(line, options, &settings) : Answer{framed(fault.error)};
   settings.echo = fault.echo.value_or(settings.echo);
   if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::kNoPrompt)) {
     answer = {};
@@ -106,6 +109,7 @@ void Modem::execute(const std::string& line, std::int64_t nowMs) {
   if (answer.submission) {
     submission = *std::move(answer.submission);
     state = State::kBody;
+    nowMs += options.promptDelayMs;
   }
   reply(answer.reply, nowMs, fault);
 }
@@ -114,16 +118,17 @@ void Modem::endBody(std::int64_t nowMs) {
   state = State::kCommand;
   const std::string body = std::exchange(input, {});
   trace(Direction::kToModem, body + kCtrlZ);
+  const std::int64_t doneMs = nowMs + options.resultDelayMs;
   std::optional<Message> message = messageOf(body);
   if (!message) {
     const bool isText = submission.mode == MessageMode::kText;
-    return reply(messageError(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter).reply, nowMs);
+    return reply(messageError(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter).reply, doneMs);
   }
   const Fault& fault = faults.select(Fault::Trigger::kBody, message->text);
   settings.echo = fault.echo.value_or(settings.echo);
-  const std::string result = sendResult(*message, fault);
+  const std::string result = sendResult(&*message, fault);
   keep(*std::move(message));
-  reply(result, nowMs, fault);
+  reply(result, doneMs, fault);
 }
 
 std::optional<Message> Modem::messageOf(const std::string& body) const {
@@ -131,11 +136,21 @@ std::optional<Message> Modem::messageOf(const std::string& body) const {
     return std::nullopt;
   }
   if (submission.mode == MessageMode::kText) {
-    const bool isGsm = settings.characterSet == "\"GSM\"";
-    return Message{submission.destination, utf8OfGsm(isGsm ? septetsOfGsmText(body) : septetsOfIraText(body))};
+    const std::optional<std::string> text = textOf(body);
+    return text ? std::optional<Message>({submission.destination, *text}) : std::nullopt;
   }
   const std::optional<SmsSubmit> submit = decodeSubmit(body, submission.pduOctets);
   return submit ? std::optional<Message>({submit->number, submit->text, MessageMode::kPdu}) : std::nullopt;
+}
+
+// None when it does not fit into one message.
+std::optional<std::string> Modem::textOf(const std::string& body) const {
+  const bool isGsm = settings.characterSet == "\"GSM\"";
+  const std::string septets = isGsm ? septetsOfGsmText(body) : septetsOfIraText(body);
+  if (septets.size() > kMaxTextSeptets && !options.cutsLongText) {
+    return std::nullopt;
+  }
+  return utf8OfGsm(septets.substr(0, kMaxTextSeptets));
 }
 
 void Modem::abandonBody(std::int64_t nowMs) {
@@ -154,14 +169,25 @@ void Modem::keep(Message message) {
   }
 }
 
-std::string Modem::sendResult(Message& message, const Fault& fault) {
+std::string Modem::sendResult(Message* message, const Fault& fault) {
+  const bool isServed = isRegistered(options.registration);
+  const bool isAccepted = fault.error.empty() && isServed && options.smsOutcome == SmsOutcome::kAccepted;
+  const bool isSent = fault.isSent.value_or(isAccepted);
+  if (isSent || isAccepted) {
+    ++messageReference;
+  }
+  if (isSent) {
+    message->reference = messageReference;
+  }
   if (!fault.error.empty()) {
     return framed(fault.error);
   }
+  if (!isServed) {
+    return messageError(kNoNetworkService).reply;
+  }
   switch (options.smsOutcome) {
     case SmsOutcome::kAccepted:
-      message.reference = ++messageReference;
-      return acceptedReply(*message.reference);
+      return acceptedReply(messageReference);
     case SmsOutcome::kRefused:
       return messageError(options.smsErrorCode).reply;
     case SmsOutcome::kSilent:
@@ -173,19 +199,24 @@ std::string Modem::sendResult(Message& message, const Fault& fault) {
 
 void Modem::echo(char byte, std::int64_t nowMs) {
   if (settings.echo) {
-    queue({&byte, 1}, nowMs);
+    outputs.add({&byte, 1}, nowMs);
+  }
+}
+
+void Modem::echoText(char byte, std::int64_t nowMs) {
+  if (options.textEcho.value_or(settings.echo)) {
+    outputs.add({&byte, 1}, nowMs);
   }
 }
 
 void Modem::reply(const std::string& bytes, std::int64_t nowMs, const Fault& fault) {
   const std::int64_t dueMs = nowMs + options.replyDelayMs + fault.delayMs;
   if (fault.hangUpMs) {
-    outputs.push_back({lastDueMs(dueMs), {}, fault.hangUpMs});
-    return;
+    return outputs.addHangUp(dueMs, *fault.hangUpMs);
   }
   std::string whole;
   for (const ReplyPiece& piece : disturbed(fault, bytes)) {
-    queue(piece.bytes, dueMs + piece.afterMs);
+    outputs.add(piece.bytes, dueMs + piece.afterMs);
     whole += piece.bytes;
   }
   if (!whole.empty()) {
@@ -193,75 +224,64 @@ void Modem::reply(const std::string& bytes, std::int64_t nowMs, const Fault& fau
   }
 }
 
-// Output keeps its order: an echo never overtakes a reply that is still to come.
-void Modem::queue(std::string_view bytes, std::int64_t dueMs) {
-  if (pendingBytes + bytes.size() > kMaxPendingOutput) {
-    return;
-  }
-  pendingBytes += bytes.size();
-  if (outputs.empty() || outputs.back().dueMs < dueMs || outputs.back().hangUpMs) {
-    outputs.push_back({lastDueMs(dueMs), {}});
-  }
-  outputs.back().bytes += bytes;
-}
-
-std::int64_t Modem::lastDueMs(std::int64_t dueMs) const {
-  return outputs.empty() ? dueMs : std::max(dueMs, outputs.back().dueMs);
-}
-
+// A hang-up and the return from it each end a call, so that whoever holds the line sees both.
 std::string Modem::takeOutput(std::int64_t nowMs) {
   walk(nowMs);
-  if (returnMs && *returnMs <= nowMs) {
-    returnMs.reset();
-    return {};
-  }
-  std::string due;
-  while (!outputs.empty() && outputs.front().dueMs <= nowMs) {
-    const Output output = std::move(outputs.front());
-    outputs.pop_front();
-    due += output.bytes;
-    pendingBytes -= output.bytes.size();
-    if (output.hangUpMs) {
-      hangUp(output.dueMs + *output.hangUpMs);
+  if (!absence) {
+    const OutputQueue::Due due = outputs.take(nowMs);
+    if (due.returnMs) {
+      hangUp({*due.hungUpMs, *due.returnMs});
+      isUp = false;
     }
+    return due.bytes;
   }
-  return due;
+  if (!isUp && absence->endMs <= nowMs) {
+    absence.reset();
+  }
+  isUp = !absence;
+  return {};
 }
 
-void Modem::hangUp(std::int64_t untilMs) {
-  returnMs = untilMs;
+void Modem::hangUp(const Absence& wanted) {
+  absence = wanted;
+  unplug();
+}
+
+void Modem::unplug() {
   outputs.clear();
-  pendingBytes = 0;
   input.clear();
   state = State::kCommand;
   restoreSettings();
 }
 
 bool Modem::isOnLine() const {
-  return !returnMs;
+  return isUp;
 }
 
 void Modem::walk(std::int64_t nowMs) {
   for (; stepsWalked < options.walk.size() && options.walk[stepsWalked].ms <= nowMs; ++stepsWalked) {
     const WalkStep& step = options.walk[stepsWalked];
     options.rssi = step.rssi.value_or(options.rssi);
+    options.sim = step.sim.value_or(options.sim);
     if (step.registration && *step.registration != std::exchange(options.registration, *step.registration) &&
-        isOnLine()) {
-      queue(registrationChange(options, settings), step.ms);
+        !absence) {
+      outputs.add(registrationChange(options, settings), step.ms);
+    }
+    if (step.unplugMs) {
+      hangUp({step.ms, step.ms + *step.unplugMs});
     }
   }
 }
 
 std::optional<std::int64_t> Modem::nextDueMs() const {
-  if (returnMs) {
-    return returnMs;
+  if (absence) {
+    return isUp ? absence->beginMs : absence->endMs;
   }
-  const bool reportsWalk = settings.registrationReport != 0 && stepsWalked < options.walk.size();
-  if (outputs.empty()) {
-    return reportsWalk ? std::optional(options.walk[stepsWalked].ms) : std::nullopt;
+  const std::optional<std::int64_t> dueMs = outputs.nextDueMs();
+  if (stepsWalked == options.walk.size()) {
+    return dueMs;
   }
-  const std::int64_t dueMs = outputs.front().dueMs;
-  return reportsWalk ? std::min(dueMs, options.walk[stepsWalked].ms) : dueMs;
+  return std::min(dueMs.value_or(options.walk[stepsWalked].ms), options.walk[stepsWalked].ms);
 }
 
 const std::deque<Message>& Modem::messages() const {

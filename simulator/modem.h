@@ -4,7 +4,8 @@
 // Dialogue after ITU-T V.250: a command line begins with AT and ends with CR. Any other line is echoed and ignored.
 // Control characters and empty lines are swallowed without echo or answer, so what a client sends after a Ctrl-Z does
 // no harm. After the prompt of AT+CMGS (3GPP TS 27.005) everything is body until Ctrl-Z (0x1A) sends or Escape (0x1B)
-// abandons it: the text itself in text mode, an SMS-SUBMIT in hexadecimal in PDU mode.
+// abandons it, however long that takes and whoever sends it: the text itself in text mode, an SMS-SUBMIT in hexadecimal
+// in PDU mode. A body that the modem cannot send answers +CMS ERROR: 304 or 305, without a network 331.
 //
 // Nothing grows without limit: see the constants. What exceeds them answers an error (lines, bodies), is lost as on an
 // overrun line (output nobody takes) or pushes out the oldest (messages).
@@ -22,20 +23,21 @@
 #include "simulator/dce.h"
 #include "simulator/disturbance.h"
 #include "simulator/modemOptions.h"
+#include "simulator/outputQueue.h"
 
 namespace orvix::simulator {
 
-constexpr std::size_t kMaxLineLength = 1024;      // bytes without CR; a longer line answers ERROR
-constexpr std::size_t kMaxBodyLength = 1024;      // bytes without Ctrl-Z; a longer body answers +CMS ERROR: 304 or 305
-constexpr std::size_t kMaxPendingOutput = 65536;  // bytes
+constexpr std::size_t kMaxLineLength = 1024;  // bytes without CR; a longer line answers ERROR
+constexpr std::size_t kMaxBodyLength = 1024;  // bytes without Ctrl-Z
+constexpr std::size_t kMaxTextSeptets = 160;  // of a body in text mode
 constexpr std::size_t kMaxMessages = 1000;
 
-// A body that ended with Ctrl-Z, whatever the modem then answered.
+// A body that ended with Ctrl-Z and that the modem could read.
 struct Message {
   std::string destination;
-  std::string text;  // text mode: the body byte for byte; PDU mode: the text of its PDU as UTF-8
+  std::string text;  // UTF-8, as the network carries it
   MessageMode mode = MessageMode::kText;
-  std::optional<int> reference{};  // that of "+CMGS: <reference>"; none when the modem gave none
+  std::optional<int> reference{};  // that of "+CMGS: <reference>", present when the message was sent
 };
 
 enum class Direction { kToModem, kFromModem };
@@ -47,8 +49,9 @@ class Modem : public Dce {
 
   explicit Modem(const ModemOptions& initialOptions = {});
 
-  // One handler each, replaced by the next call. The trace sees whole command lines (without CR), bodies and replies,
-  // never echo; a reply shows when it is decided, replyDelayMs before it is due.
+  // One handler each, replaced by the next call. A message is handed over before its result is due. The trace sees
+  // whole command lines (without CR), bodies and replies, never echo; a reply shows when it is decided, replyDelayMs
+  // before it is due.
   void onMessage(MessageHandler handler);
   void onTrace(TraceHandler handler);
 
@@ -56,9 +59,10 @@ class Modem : public Dce {
   std::string takeOutput(std::int64_t nowMs) override;
   std::optional<std::int64_t> nextDueMs() const override;
 
-  // False from a fault's hang-up to its return. What was still to be sent is lost then, and the modem that comes back
-  // has forgotten input and settings, as one that was switched off and on.
+  // False from a hang-up to its return. What was still to be sent is lost then, and the modem that comes back has
+  // forgotten input and settings, as one that was switched off and on.
   bool isOnLine() const override;
+  void unplug() override;
 
   // The latest messages, oldest first; valid until the next call of receive.
   const std::deque<Message>& messages() const;
@@ -66,10 +70,10 @@ class Modem : public Dce {
  private:
   enum class State { kCommand, kBody };
 
-  struct Output {
-    std::int64_t dueMs;
-    std::string bytes;
-    std::optional<std::int64_t> hangUpMs{};  // after the bytes: how long the line is gone
+  // Of a hang-up that takeOutput may still have to show.
+  struct Absence {
+    std::int64_t beginMs;
+    std::int64_t endMs;
   };
 
   void takeCommandByte(char byte, std::int64_t nowMs);
@@ -79,28 +83,28 @@ class Modem : public Dce {
   void endBody(std::int64_t nowMs);
   void abandonBody(std::int64_t nowMs);
   std::optional<Message> messageOf(const std::string& body) const;
+  std::optional<std::string> textOf(const std::string& body) const;
   void keep(Message message);
-  std::string sendResult(Message& message, const Fault& fault);
+  std::string sendResult(Message* message, const Fault& fault);
   void echo(char byte, std::int64_t nowMs);
+  void echoText(char byte, std::int64_t nowMs);
   void reply(const std::string& bytes, std::int64_t nowMs, const Fault& fault = {});
-  void queue(std::string_view bytes, std::int64_t dueMs);
-  std::int64_t lastDueMs(std::int64_t dueMs) const;
-  void hangUp(std::int64_t untilMs);
+  void hangUp(const Absence& wanted);
   void restoreSettings();
   void walk(std::int64_t nowMs);
   void trace(Direction direction, std::string_view bytes) const;
 
-  ModemOptions options;  // the walk changes the network's part
+  ModemOptions options;  // the walk changes the network's part and the SIM
   FaultSelector faults;
   std::size_t stepsWalked = 0;
-  std::optional<std::int64_t> returnMs;  // while hung up
+  std::optional<Absence> absence;  // while hung up
+  bool isUp = true;                // as takeOutput showed it
   Settings settings;
   State state = State::kCommand;
   std::string input;  // the line or body so far, cut one byte above its limit
   Submission submission{};
   std::uint8_t messageReference = 0;
-  std::deque<Output> outputs;  // due times never fall from front to back
-  std::size_t pendingBytes = 0;
+  OutputQueue outputs;
   std::deque<Message> received;
   MessageHandler messageHandler;
   TraceHandler traceHandler;

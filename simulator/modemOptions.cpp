@@ -1,27 +1,49 @@
 #include "simulator/modemOptions.h"
 
-namespace orvix::simulator {
+#include <algorithm>
+#include <iterator>
 
-std::optional<SmsOutcome> smsOutcomeOf(std::string_view name) {
-  constexpr struct {
-    std::string_view name;
-    SmsOutcome outcome;
-  } kOutcomes[] = {
-      {"ok", SmsOutcome::kAccepted},
-      {"silent", SmsOutcome::kSilent},
-      {"no-prompt", SmsOutcome::kNoPrompt},
-  };
-  for (const auto& row : kOutcomes) {
+namespace orvix::simulator {
+namespace {
+
+template <class Value>
+struct Named {
+  std::string_view name;
+  Value value;
+};
+
+template <class Value, std::size_t kSize>
+std::optional<Value> find(const Named<Value> (&table)[kSize], std::string_view name) {
+  for (const Named<Value>& row : table) {
     if (row.name == name) {
-      return row.outcome;
+      return row.value;
     }
   }
   return std::nullopt;
 }
 
+}  // namespace
+
+std::optional<SmsOutcome> smsOutcomeOf(std::string_view name) {
+  static constexpr Named<SmsOutcome> kOutcomes[] = {
+      {"ok", SmsOutcome::kAccepted}, {"silent", SmsOutcome::kSilent}, {"no-prompt", SmsOutcome::kNoPrompt}};
+  return find(kOutcomes, name);
+}
+
+std::optional<SimState> simStateOf(std::string_view name) {
+  static constexpr Named<SimState> kStates[] = {
+      {"ready", SimState::kReady}, {"missing", SimState::kMissing}, {"locked", SimState::kLocked}};
+  return find(kStates, name);
+}
+
 bool isRssi(int number) {
   constexpr int kMaxRssi = 31;
   return (number >= 0 && number <= kMaxRssi) || number == kUnknownRssi;
+}
+
+bool isRegistered(int registration) {
+  constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
+  return std::find(std::begin(kRegistered), std::end(kRegistered), registration) != std::end(kRegistered);
 }
 
 }  // namespace orvix::simulator

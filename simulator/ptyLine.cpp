@@ -53,6 +53,30 @@ Descriptor openRaw(const std::string& path) {
   return terminal;
 }
 
+// A byte that no client's lock is likely to mean, since those cover a beginning or use flock(2).
+struct flock lineLock() {
+  struct flock lock {};
+  lock.l_type = F_WRLCK;
+  lock.l_whence = SEEK_SET;
+  lock.l_start = 0x4F52;
+  lock.l_len = 1;
+  return lock;
+}
+
+// The lock goes with the last descriptor of the process that holds it, however that ends.
+void markAsLine(int slave) {
+  struct flock lock = lineLock();
+  if (::fcntl(slave, F_OFD_SETLK, &lock) < 0) {
+    throwErrno("cannot lock the pseudo-terminal");
+  }
+}
+
+bool isLine(const std::string& path) {
+  const Descriptor terminal(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+  struct flock lock = lineLock();
+  return terminal.get() >= 0 && ::fcntl(terminal.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
+
 bool isStale(const std::string& link) {
   std::error_code notALink;
   const std::string target = fs::read_symlink(link, notALink).string();
@@ -60,15 +84,17 @@ bool isStale(const std::string& link) {
     return false;
   }
   std::error_code unknown;
-  return target.rfind("/dev/pts/", 0) == 0 || fs::status(link, unknown).type() == fs::file_type::not_found;
+  return (target.rfind("/dev/pts/", 0) == 0 && !isLine(target)) ||
+         fs::status(link, unknown).type() == fs::file_type::not_found;
 }
 
 }  // namespace
 
 PtyLine::Terminal::Terminal() : master(openMaster()), slaveName(nameOfSlave(master.get())), slave(openRaw(slaveName)) {
+  markAsLine(slave.get());
 }
 
-PtyLine::PtyLine(std::string link) : linkPath(std::move(link)) {
+PtyLine::PtyLine(std::string link, bool isRenumbered) : linkPath(std::move(link)), renumbered(isRenumbered) {
   reconnect();
 }
 
@@ -139,11 +165,15 @@ bool PtyLine::isDrained() const {
 
 void PtyLine::hangUp() {
   removeLink();
+  if (renumbered && terminal) {
+    formerSlave = std::move(terminal->slave);
+  }
   terminal.reset();
 }
 
 void PtyLine::reconnect() {
   terminal.emplace();
+  formerSlave = Descriptor();
   slaveName = terminal->slaveName;
   createLink();
 }

@@ -16,9 +16,10 @@ namespace orvix::simulator {
 
 class PtyLine final : public Line {
  public:
-  // A path that is not empty becomes a symbolic link to the slave. A stale link of an earlier run (it dangles or
-  // points below /dev/pts/) is replaced; whatever else is there stays, and the constructor throws EEXIST.
-  explicit PtyLine(std::string link = {});
+  // A path that is not empty becomes a symbolic link to the slave. A stale link of an earlier run (it dangles, or
+  // points below /dev/pts/ to a terminal of no PtyLine) is replaced; whatever else is there stays, and the constructor
+  // throws EEXIST. A line that is renumbered comes back from a hang-up as another terminal for certain.
+  explicit PtyLine(std::string link = {}, bool isRenumbered = false);
 
   // Removes the link, unless it leads elsewhere by now.
   ~PtyLine() override;
@@ -31,8 +32,8 @@ class PtyLine final : public Line {
   void send(std::string_view bytes) override;
   bool isDrained() const override;
 
-  // The terminal goes, and its link with it; clients read what a removed device reads. A new terminal comes back, most
-  // likely under another path, and the same link.
+  // The terminal goes, and its link with it; clients read what a removed device reads. A new terminal comes back under
+  // the same link, and under another path unless every client has let go of the old one.
   void hangUp() override;
   void reconnect() override;
 
@@ -42,7 +43,7 @@ class PtyLine final : public Line {
 
     const Descriptor master;
     const std::string slaveName;
-    const Descriptor slave;  // never read: while it is open, the master sees no hang-up between clients
+    Descriptor slave;  // never read: while it is open, the master sees no hang-up between clients
   };
 
   void createLink() const;
@@ -51,6 +52,8 @@ class PtyLine final : public Line {
   std::optional<Terminal> terminal;  // none while hung up
   std::string slaveName;             // of the latest terminal
   const std::string linkPath;
+  const bool renumbered;
+  Descriptor formerSlave;  // keeps the number of the terminal that went
 };
 
 }  // namespace orvix::simulator

@@ -1,7 +1,7 @@
 #include "simulator/recording.h"
 
-#include <limits>
 #include <optional>
+#include <utility>
 
 #include "common/printable.h"
 #include "simulator/json.h"
@@ -11,7 +11,8 @@ namespace {
 
 constexpr std::string_view kFormat = "orvix-gsm-recording";
 constexpr std::int64_t kVersion = 1;
-constexpr std::int64_t kLargest = std::numeric_limits<std::int64_t>::max();
+// 31 years: far above any recording, and far below what overflows in a sum of two.
+constexpr std::int64_t kLargestUs = 1'000'000'000'000'000;
 
 JsonValue find(const std::vector<JsonValue>& members, std::string_view key) {
   for (const JsonValue& member : members) {
@@ -41,27 +42,25 @@ bool isTraffic(const JsonValue& kind) {
   return false;
 }
 
-void readRecord(const std::vector<JsonValue>& record, std::size_t line, Recording& recording) {
+// None for a record of modem lines.
+std::optional<RecordedPiece> pieceOf(const std::vector<JsonValue>& record, std::size_t line, std::int64_t earliestUs) {
   const JsonValue kind = find(record, "kind");
   const JsonValue hex = find(record, "hex");
-  const std::int64_t earliest = recording.empty() ? 0 : recording.back().us;
-  const std::int64_t us = find(record, "us").integer(earliest, kLargest);
+  const std::int64_t us = find(record, "us").integer(earliestUs, kLargestUs);
   const std::optional<std::string> bytes = bytesOfHex(hex.text());
   if (!bytes) {
     hex.refuse("must be two hexadecimal digits a byte");
   }
-  if (isTraffic(kind)) {
-    recording.push_back({line, us, kind.text() == "sent", *bytes});
-  }
+  return isTraffic(kind) ? std::optional<RecordedPiece>({line, us, kind.text() == "sent", *bytes}) : std::nullopt;
 }
 
-void readLine(const std::string& text, std::size_t line, Recording& recording) {
+std::optional<RecordedPiece> readLine(const std::string& text, std::size_t line, std::int64_t earliestUs) {
   const JsonDocument document(text);
   if (line == 1) {
     checkHeader(document.members());
-  } else {
-    readRecord(document.members(), line, recording);
+    return std::nullopt;
   }
+  return pieceOf(document.members(), line, earliestUs);
 }
 
 }  // namespace
@@ -72,7 +71,9 @@ Recording readRecording(std::istream& file) {
   for (std::string text; std::getline(file, text);) {
     ++line;
     try {
-      readLine(text, line, recording);
+      if (std::optional<RecordedPiece> piece = readLine(text, line, recording.empty() ? 0 : recording.back().us)) {
+        recording.push_back(*std::move(piece));
+      }
     } catch (const JsonError& error) {
       throw std::runtime_error("line " + std::to_string(line) + ": " + error.what());
     }

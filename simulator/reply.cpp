@@ -22,6 +22,14 @@ Answer messageError(int code) {
   return {framed("+CMS ERROR: " + std::to_string(code))};
 }
 
+Answer simError(SimState sim, const Settings& settings) {
+  const bool isMissing = sim == SimState::kMissing;
+  if (settings.errorReport == 2) {
+    return {framed(isMissing ? "+CME ERROR: SIM not inserted" : "+CME ERROR: SIM PIN required")};
+  }
+  return {framed(isMissing ? "+CME ERROR: 10" : "+CME ERROR: 11")};
+}
+
 Answer incorrectParameters(const Settings& settings) {
   switch (settings.errorReport) {
     case 1:

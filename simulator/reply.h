@@ -6,13 +6,18 @@
 #include <string>
 #include <string_view>
 
+#include "simulator/modemOptions.h"
 #include "simulator/settings.h"
 
 namespace orvix::simulator {
 
-// Codes of +CMS ERROR for a message that the modem itself cannot take.
+// Codes of +CMS ERROR for a message that the modem itself cannot send.
 constexpr int kInvalidPduModeParameter = 304;
 constexpr int kInvalidTextModeParameter = 305;
+constexpr int kNoNetworkService = 331;
+
+// Answers AT+CMGS; the body follows.
+constexpr char kPrompt[] = "\r\n> ";
 
 // The values of AT+CMGF.
 enum class MessageMode { kPdu, kText };
@@ -37,5 +42,8 @@ Answer error();
 Answer information(std::string_view text);             // the text, then OK
 Answer messageError(int code);                         // +CMS ERROR: <code>
 Answer incorrectParameters(const Settings& settings);  // as AT+CMEE asks
+
+// +CME ERROR of a SIM that is not ready: in words after AT+CMEE=2, otherwise as a number, also without AT+CMEE=1.
+Answer simError(SimState sim, const Settings& settings);
 
 }  // namespace orvix::simulator

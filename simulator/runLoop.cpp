@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <chrono>
 #include <limits>
+#include <utility>
 
 namespace orvix::simulator {
 namespace {
@@ -25,68 +26,99 @@ class Clock {
   const std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
 };
 
-// For poll: the time left in milliseconds, or -1 to wait for events alone.
-int timeoutMs(const Dce& dce, const Clock& clock) {
-  const std::optional<std::int64_t> dueMs = dce.nextDueMs();
-  if (!dueMs) {
-    return dce.isOver() ? kDrainPollMs : -1;
-  }
-  return static_cast<int>(std::clamp<std::int64_t>(*dueMs - clock.nowMs(), 0, std::numeric_limits<int>::max()));
-}
+class Loop {
+ public:
+  Loop(Dce& looped, Line& itsLine, const RunOptions& wanted) : dce(looped), line(itsLine), options(wanted) {}
 
-bool isRead(const Line& line, std::int64_t overForMs) {
-  return line.isDrained() || overForMs > kDrainLimitMs;
-}
+  // False when stop is wished.
+  bool step(int stopDescriptor) {
+    const int plugDescriptor = options.plug != nullptr ? options.plug->moved().descriptor() : -1;
+    pollfd events[] = {{stopDescriptor, POLLIN, 0}, {line.descriptor(), POLLIN, 0}, {plugDescriptor, POLLIN, 0}};
+    if (::poll(events, 3, timeoutMs()) < 0 && errno != EINTR) {
+      throwErrno("cannot wait for the line");
+    }
+    if (events[0].revents != 0) {
+      return false;
+    }
+    if (events[1].revents != 0) {
+      dce.receive(line.receive(), clock.nowMs());
+    }
+    if (events[2].revents != 0) {
+      options.plug->moved().clear();
+    }
+    line.send(dce.takeOutput(clock.nowMs()));
+    followHangUp();
+    activeMs = dce.isOver() ? activeMs : clock.nowMs();
+    return true;
+  }
 
-void followHangUp(const Dce& dce, Line& line, bool& isUp, const std::function<void()>& onReturn) {
-  if (dce.isOnLine() == isUp) {
-    return;
+  // Nothing will happen any more, and clients have read everything, or read nothing at all.
+  bool isOver() const { return dce.isOver() && (line.isDrained() || clock.nowMs() - activeMs > kDrainLimitMs); }
+
+ private:
+  // For poll: the time left, or -1 to wait for events alone.
+  int timeoutMs() const {
+    const std::optional<std::int64_t> dueMs = dce.nextDueMs();
+    if (!dueMs) {
+      return dce.isOver() ? kDrainPollMs : -1;
+    }
+    return static_cast<int>(std::clamp<std::int64_t>(*dueMs - clock.nowMs(), 0, std::numeric_limits<int>::max()));
   }
-  isUp = !isUp;
-  if (!isUp) {
-    return line.hangUp();
+
+  void followHangUp() {
+    const unsigned pulls = options.plug != nullptr ? options.plug->pulls() : 0;
+    if (pulls != seenPulls) {
+      seenPulls = pulls;
+      dce.unplug();
+      setUp(false);  // also when it is in again already
+    }
+    setUp(dce.isOnLine() && (options.plug == nullptr || options.plug->isIn()));
   }
-  line.reconnect();
-  if (onReturn) {
-    onReturn();
+
+  void setUp(bool isWanted) {
+    if (std::exchange(isUp, isWanted) == isWanted) {
+      return;
+    }
+    if (!isWanted) {
+      return line.hangUp();
+    }
+    line.reconnect();
+    if (options.onReturn) {
+      options.onReturn();
+    }
   }
-}
+
+  const Clock clock;
+  Dce& dce;
+  Line& line;
+  const RunOptions& options;
+  bool isUp = true;
+  unsigned seenPulls = 0;
+  std::int64_t activeMs = 0;
+};
 
 }  // namespace
 
-StopEvent::StopEvent() : event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+Event::Event() : event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
   if (event.get() < 0) {
-    throwErrno("cannot create the stop event");
+    throwErrno("cannot create an event");
   }
 }
 
-void StopEvent::request() const noexcept {
+void Event::signal() const noexcept {
   const int savedErrno = errno;
   ::eventfd_write(event.get(), 1);
   errno = savedErrno;
 }
 
-int StopEvent::descriptor() const noexcept {
-  return event.get();
+void Event::clear() const noexcept {
+  eventfd_t count = 0;
+  ::eventfd_read(event.get(), &count);
 }
 
-void run(Dce& dce, Line& line, const StopEvent& stop, const std::function<void()>& onReturn) {
-  const Clock clock;
-  bool isUp = true;
-  for (std::int64_t activeMs = 0; !dce.isOver() || !isRead(line, clock.nowMs() - activeMs);) {
-    activeMs = dce.isOver() ? activeMs : clock.nowMs();
-    pollfd events[] = {{stop.descriptor(), POLLIN, 0}, {line.descriptor(), POLLIN, 0}};
-    if (::poll(events, 2, timeoutMs(dce, clock)) < 0 && errno != EINTR) {
-      throwErrno("cannot wait for the line");
-    }
-    if (events[0].revents != 0) {
-      return;
-    }
-    if (events[1].revents != 0) {
-      dce.receive(line.receive(), clock.nowMs());
-    }
-    line.send(dce.takeOutput(clock.nowMs()));
-    followHangUp(dce, line, isUp, onReturn);
+void run(Dce& dce, Line& line, int stopDescriptor, const RunOptions& options) {
+  Loop loop(dce, line, options);
+  while (!loop.isOver() && loop.step(stopDescriptor)) {
   }
 }
 

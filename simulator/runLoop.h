@@ -1,6 +1,7 @@
 // Joins a station and its line in real time, in a program or in a thread of a test.
 #pragma once
 
+#include <atomic>
 #include <functional>
 
 #include "simulator/dce.h"
@@ -9,25 +10,67 @@
 
 namespace orvix::simulator {
 
-// Ends run(). Any thread and any signal handler may request it, before, during or after run(); once requested it stays.
-class StopEvent {
+// A file descriptor that becomes readable. Any thread and any signal handler may signal it.
+class Event {
  public:
   // Throws std::system_error.
-  StopEvent();
+  Event();
 
-  void request() const noexcept;
+  void signal() const noexcept;
+  void clear() const noexcept;
 
-  // Readable, for poll, once requested. Borrowed.
-  int descriptor() const noexcept;
+  // For poll. Borrowed.
+  int descriptor() const noexcept { return event.get(); }
 
  private:
   Descriptor event;
 };
 
-// Switches the modem on and returns when stop is requested, or when the modem is over and clients have read what it
-// sent; throws std::system_error when the line fails. Modem and line belong to the calling thread meanwhile, and the
-// modem's handlers run in it, as does onReturn, after each return from a hang-up: other threads look at the modem after
-// run() returned.
-void run(Dce& dce, Line& line, const StopEvent& stop, const std::function<void()>& onReturn = {});
+// Ends run(), before, during or after it began; once requested it stays.
+class StopEvent {
+ public:
+  void request() const noexcept { event.signal(); }
+  int descriptor() const noexcept { return event.descriptor(); }
+
+ private:
+  Event event;
+};
+
+// The plug of a line, which is in at first. Any thread and any signal handler may pull it and put it in again.
+class Plug {
+ public:
+  void pull() noexcept {
+    in = false;
+    ++pullCount;
+    event.signal();
+  }
+  void putIn() noexcept {
+    in = true;
+    event.signal();
+  }
+
+  bool isIn() const noexcept { return in; }
+  unsigned pulls() const noexcept { return pullCount; }
+  const Event& moved() const noexcept { return event; }
+
+ private:
+  std::atomic<bool> in{true};
+  std::atomic<unsigned> pullCount{0};
+  Event event;
+};
+
+struct RunOptions {
+  std::function<void()> onReturn{};  // after each return from a hang-up
+  Plug* plug = nullptr;              // borrowed
+};
+
+// Switches the modem on and returns when the stop descriptor is readable, or when the modem is over and clients have
+// read what it sent; throws std::system_error when the line fails. Modem and line belong to the calling thread
+// meanwhile, and the modem's handlers run in it, as does onReturn: other threads look at the modem after run()
+// returned.
+void run(Dce& dce, Line& line, int stopDescriptor, const RunOptions& options = {});
+inline void run(Dce& dce, Line& line, const StopEvent& stop, const RunOptions& options = {}) {
+  run(dce, line, stop.descriptor(), options);
+}
 
 }  // namespace orvix::simulator

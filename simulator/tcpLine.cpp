@@ -1,6 +1,7 @@
 #include "simulator/tcpLine.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <linux/sockios.h>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -16,7 +17,8 @@ namespace orvix::simulator {
 namespace {
 
 constexpr std::size_t kReadSize = 512;
-constexpr int kBacklog = 4;
+// Clients that come and go quickly wait here: one too many would wait for a second to try again.
+constexpr int kBacklog = SOMAXCONN;
 constexpr int kOn = 1;
 
 sockaddr* generic(sockaddr_storage& address) {
@@ -30,6 +32,10 @@ const sockaddr* generic(const sockaddr_storage& address) {
 std::string withoutBrackets(const std::string& host) {
   const bool inBrackets = host.size() > 2 && host.front() == '[' && host.back() == ']';
   return inBrackets ? host.substr(1, host.size() - 2) : host;
+}
+
+Descriptor openSpare() {
+  return Descriptor(::open("/dev/null", O_RDONLY | O_CLOEXEC));
 }
 
 bool isPort(const std::string& text) {
@@ -68,7 +74,7 @@ bool TcpAddress::isLoopback() const {
   return shown.rfind("127.", 0) == 0 || shown.rfind("[::1]:", 0) == 0;
 }
 
-TcpLine::TcpLine(const TcpAddress& wanted) : address(wanted) {
+TcpLine::TcpLine(const TcpAddress& wanted) : address(wanted), spare(openSpare()) {
   bind();
   reconnect();
 }
@@ -93,8 +99,20 @@ void TcpLine::watch(int socket) const {
   }
 }
 
+// Without a free descriptor the caller would wait for ever, and the line be readable as long: the spare one is given up
+// for a moment to let it go.
+void TcpLine::letGo() {
+  spare = Descriptor();
+  Descriptor caller(::accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  caller = Descriptor();
+  spare = openSpare();
+}
+
 void TcpLine::accept() {
   Descriptor caller(::accept4(listener.get(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC));
+  if (caller.get() < 0 && (errno == EMFILE || errno == ENFILE)) {
+    return letGo();
+  }
   if (caller.get() < 0 || (client.get() >= 0 && !clientEnded)) {
     return;  // gone again, or one too many
   }

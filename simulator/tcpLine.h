@@ -46,12 +46,14 @@ class TcpLine final : public Line {
   void bind();
   void watch(int socket) const;
   void accept();
+  void letGo();
   void endClient();
 
   TcpAddress address;
   Descriptor events;         // an epoll of the next two; none while hung up
   Descriptor listener;       // while hung up bound, but not listening
   Descriptor client;         // none until somebody connected
+  Descriptor spare;          // see letGo
   bool clientEnded = false;  // it sends no more, and makes room for the next
 };
 

@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 
+#include <chrono>
 #include <sstream>
 #include <thread>
 #include <utility>
@@ -79,6 +81,9 @@ TEST(Scenario, DisturbsReplies) {
       {cmgs + R"("noPrompt": true)", send, ""},
       {cmgs + R"("silence": true)", send, "0:\\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
       {body + R"("cmsError": 38)", send, "0:\\r\\n> \\r\\n+CMS ERROR: 38\\r\\n|"},
+      {body + R"("lostLine": "last")", send, "0:\\r\\n> \\r\\n+CMGS: 1\\r\\n|"},
+      {body + R"("lostLine": "first")", send, "0:\\r\\n> \\r\\nOK\\r\\n|"},
+      {body + R"("answer": "+CMS ERROR: SIM busy")", send, "0:\\r\\n> \\r\\n+CMS ERROR: SIM busy\\r\\n|"},
       {R"("body": "H*", "silence": true)", send, "0:\\r\\n> \\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
   };
   for (const auto& row : rows) {
@@ -88,6 +93,55 @@ TEST(Scenario, DisturbsReplies) {
     modem.receive(row.sent, 0);
     EXPECT_EQ(timeline(modem), row.heard) << row.fault;
   }
+}
+
+TEST(Scenario, DecidesWhatIsSent) {
+  const std::pair<const char*, bool> rows[] = {
+      {R"("silence": true)", true},
+      {R"("hangUpMs": 0)", true},
+      {R"("cmsError": 500)", false},
+      {R"("cmsError": 500, "sent": true)", true},
+      {R"("silence": true, "sent": false)", false},
+  };
+  for (const auto& [fault, isSent] : rows) {
+    Modem modem(scenarioOf(withFault(std::string(R"("body": "*", )") + fault)));
+    modem.receive("AT+CMGF=1\rAT+CMGS=\"1\"\rhi\x1a", 0);
+    ASSERT_EQ(modem.messages().size(), 1u);
+    EXPECT_EQ(modem.messages()[0].reference, isSent ? std::optional(1) : std::nullopt) << fault;
+  }
+}
+
+TEST(Scenario, SetsTheModem) {
+  const std::string send = "AT+CMGF=1\rAT+CMGS=\"1\"\rh\ri\x1a";
+  const std::string ok = "\\r\\nOK\\r\\n";
+  const std::string prompt = "\\r\\n> ";
+  const std::string result = "\\r\\n+CMGS: 1\\r\\n" + ok + "|";
+  const struct {
+    const char* scenario;
+    std::string sent;
+    std::string heard;
+  } rows[] = {
+      {R"({"echo": false, "promptDelayMs": 4000, "resultDelayMs": 5000})", send,
+       "0:" + ok + "|4000:" + prompt + "|5000:" + result},
+      {R"({"echo": false, "textEcho": true})", send, "0:" + ok + prompt + "h\\ri" + result},
+      {R"({"textEcho": false})", send, "0:AT+CMGF=1\\r" + ok + "AT+CMGS=\"1\"\\r" + prompt + result},
+      {R"({"echo": false, "linePrompt": true})", send, "0:" + ok + prompt + prompt + result},
+      {R"({"echo": false, "sim": "missing"})", "AT\rAT+CPIN?\rAT+CSQ\r",
+       "0:" + ok + "\\r\\n+CME ERROR: 10\\r\\n\\r\\n+CME ERROR: 10\\r\\n|"},
+      {R"({"echo": false, "sim": "locked"})", "AT+CPIN?\rAT+CMEE=2\rAT+CMGF=1\r",
+       "0:\\r\\n+CPIN: SIM PIN\\r\\n" + ok + ok + "\\r\\n+CME ERROR: SIM PIN required\\r\\n|"},
+      {R"({"echo": false, "walk": [{"ms": 5, "sim": "missing", "unplugMs": 0}, {"ms": 7, "unplugMs": 900}]})", "AT\r",
+       "0:" + ok + "|5:gone|5:back|7:gone|907:back|"},
+  };
+  for (const auto& row : rows) {
+    Modem modem(scenarioOf(row.scenario));
+    modem.receive(row.sent, 0);
+    EXPECT_EQ(timeline(modem), row.heard) << row.scenario;
+  }
+  Modem cutting(scenarioOf(R"({"cutLongText": true})"));
+  cutting.receive("AT+CMGF=1\rAT+CMGS=\"1\"\r" + std::string(200, 'x') + "\x1a", 0);
+  ASSERT_EQ(cutting.messages().size(), 1u);
+  EXPECT_EQ(cutting.messages()[0].text, std::string(160, 'x'));
 }
 
 TEST(Scenario, ForgetsEverythingWhileTheLineIsGone) {
@@ -126,14 +180,18 @@ TEST(Scenario, NamesTheKeyThatIsWrong) {
       {R"({"faults": [{"silence": true}]})", "faults[0]: command or body is missing"},
       {R"({"faults": [{"command": "AT", "body": "x"}]})", "faults[0].body: a fault has one command or one body"},
       {R"({"faults": [{"command": "AT", "cmsError": 1, "cmeError": 2}]})",
-       "faults[0].cmeError: a fault has one cmsError or one cmeError"},
+       "faults[0].cmeError: a fault has one cmsError, cmeError or answer"},
       {R"({"faults": [{"command": "AT", "silence": 1}]})", "faults[0].silence: must be true or false"},
       {R"({"faults": [{"command": "AT", "garbage": "f"}]})",
        "faults[0].garbage: must be two hexadecimal digits a byte"},
-      {R"({"faults": [{"command": "AT"}, {"command": "AT", "pieces": {"siz": 1}}]})",
+      {R"({"faults": [{"command": "AT", "echo": true}, {"command": "AT", "pieces": {"siz": 1}}]})",
        "faults[1].pieces.siz: unknown key"},
       {R"({"faults": [{"command": "AT", "unsolicited": {"after": [1]}}]})",
        "faults[0].unsolicited.after[0]: must be a text"},
+      {R"({"faults": [{"command": "AT", "delayMs": 0, "silence": false}]})", "faults[0]: has no effect"},
+      {R"({"faults": [{"command": "AT+CM", "noPrompt": true}]})", "faults[0]: noPrompt has no effect but"},
+      {R"({"faults": [{"command": "AT*", "sent": true}]})", "faults[0]: sent has no effect but"},
+      {R"({"sim": "gone"})", "sim: must be ready, missing or locked"},
       {R"({"walk": [{"ms": 5}, {"ms": 4}]})", "walk[1]: ms must not fall from step to step"},
   };
   for (const auto& [json, complaint] : rows) {
@@ -246,6 +304,8 @@ TEST(Recording, NamesTheLineThatIsBroken) {
       {header + R"({"us": 5, "kind": "lost", "hex": "41"})", "line 2: kind: must be"},
       {header + R"({"us": 5, "kind": "sent", "hex": "4"})", "line 2: hex: must be"},
       {header + R"({"us": 5, "kind": "sent"})", "line 2: hex: missing"},
+      {header + R"({"us": 9223372036854775807, "kind": "sent", "hex": "41"})", "line 2: us: must be"},
+      {header + R"({"us": 18446744073709551615, "kind": "sent", "hex": "41"})", "line 2: us: must be"},
       {header + record + "\n" + R"({"us": 4, "kind": "sent", "hex": "41"})", "line 3: us: must be"},
   };
   for (const auto& [text, complaint] : rows) {
@@ -314,7 +374,7 @@ TEST(TcpLine, ServesOneClientAtATime) {
   TcpLine line(TcpAddress("0"));
   const StopEvent stop;
   const StopEvent returned;
-  std::thread loop([&] { run(modem, line, stop, [&] { returned.request(); }); });
+  std::thread loop([&] { run(modem, line, stop, {[&] { returned.request(); }}); });
   const std::string name = line.name();
   for (int round = 0; round < 20; ++round) {
     const Descriptor client = connectTo(name);
@@ -335,6 +395,34 @@ TEST(TcpLine, ServesOneClientAtATime) {
   loop.join();
   line.hangUp();
   EXPECT_LT(connectTo(name).get(), 0) << "a line that is gone refuses";
+}
+
+TEST(TcpLine, BearsManyQuickClientsAndNoFreeDescriptor) {
+  Modem modem(scenarioOf(R"({"echo": false})"));
+  TcpLine line(TcpAddress("0"));
+  const StopEvent stop;
+  std::thread loop([&] { run(modem, line, stop); });
+  const auto begin = std::chrono::steady_clock::now();
+  for (int i = 0; i < 1000; ++i) {
+    ASSERT_GE(connectTo(line.name()).get(), 0) << i;
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20)) << "a lost one tries again after 1 s";
+  const Descriptor client = connectTo(line.name());
+  EXPECT_EQ(::send(client.get(), "AT\r", 3, 0), 3);
+  EXPECT_EQ(hear(client, kOk.size()), kOk);
+  stop.request();
+  loop.join();
+
+  const Descriptor late = connectTo(line.name());
+  rlimit limit{};
+  ::getrlimit(RLIMIT_NOFILE, &limit);
+  const rlimit full{static_cast<rlim_t>(late.get()) + 1, limit.rlim_max};
+  ::setrlimit(RLIMIT_NOFILE, &full);
+  EXPECT_EQ(line.receive(), "");
+  ::setrlimit(RLIMIT_NOFILE, &limit);
+  EXPECT_EQ(hear(late, 1), "") << "it is let go";
+  pollfd event{line.descriptor(), POLLIN, 0};
+  EXPECT_EQ(::poll(&event, 1, 0), 0) << "nothing is left to do";
 }
 
 TEST(PtyLine, ComesBackUnderItsLink) {

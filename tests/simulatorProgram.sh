@@ -24,6 +24,49 @@ grep -qE '"at":"[0-9]{4}(-[0-9]{2}){2}T([0-9]{2}:){2}[0-9]{2}[+-][0-9]{2}:[0-9]{
   fail "no ISO 8601 time"
 stop_modem 0
 
+# What was sent is in the file before the answer goes out, whatever becomes of the modem; a torn line stays one.
+start_modem --listen 0 --messages "$folder/messages.txt" --result-delay 3600000
+talk 'AT+CMGF=1\rAT+CMGS="0170"\rkilled\x1a' "> killed"
+until_true grep -qF '"text":"killed"' "$folder/messages.txt"
+kill -9 "$modem"
+modem_ends 137
+printf '{"number":"01' >>"$folder/messages.txt"
+start_modem --listen 0 --messages "$folder/messages.txt"
+talk 'AT+CMGF=1\rAT+CMGS="0170"\rnext\x1a' "+CMGS: 1"
+[[ $(jq -rR 'fromjson? | .text' "$folder/messages.txt") == $'say "hi"\nkilled\nnext' ]] || fail "the messages are others"
+stop_modem 0
+
+# A signal ends it although its output is a pipe that nobody reads.
+mkfifo "$folder/full"
+exec 9<>"$folder/full"
+dd if=/dev/zero of="$folder/full" bs=4096 count=999 oflag=nonblock 2>/dev/null || true
+"${emulator[@]}" "$bin/gsm-modem-simulator" --link "$folder/stuck" >&9 2>&1 &
+modem=$!
+until_true test -L "$folder/stuck"
+stop_modem 0
+[[ ! -e $folder/stuck ]] || fail "its link stayed"
+exec 9>&-
+
+# Unplugged and plugged in again.
+start_modem --link "$folder/link" --renumber
+kill -USR1 "$modem"
+until_true test ! -L "$folder/link"
+kill -USR2 "$modem"
+until_true test -L "$folder/link"
+[[ $(readlink "$folder/link") != "$line" ]] || fail "it came back as the same terminal"
+stop_modem 0
+
+# Nothing is written into the line of a program that was started without standard streams.
+"${emulator[@]}" "$bin/gsm-modem-simulator" --link "$folder/link" <&- >&- 2>&- &
+modem=$!
+until_true test -L "$folder/link"
+stop_modem 0
+"${emulator[@]}" "$bin/gsm-modem-simulator" --version | grep -q '^gsm-modem-simulator [0-9.]*$' || fail "no version"
+"${emulator[@]}" "$bin/gsm-modem-simulator" --help | grep -oE 'AT[+&]?[A-Z0-9]*[,.]$|AT[+&]?[A-Z0-9]*,' | tr -d ',.' |
+  while read -r command; do
+    grep -qF "\`$command\`" "$examples/../docs/simulator.md" || fail "docs/simulator.md lacks $command"
+  done
+
 for scenario in "$examples"/scenarios/*.json; do
   start_modem --listen 0 --scenario "$scenario"
   stop_modem 0

@@ -109,6 +109,28 @@ TEST(Modem, DecidesTheFateOfAMessage) {
   }
 }
 
+TEST(Modem, SendsTextAsTheNetworkCarriesIt) {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      {"IRA", "@$_ a\n{[~]}^|\\ ", "@$_ a\n{[~]}^|\\ "}, {"IRA", "\u00e4`\t", "C$??"}, {"GSM", "@$[_a", "¡¤Ä§a"}};
+  for (const auto& [set, sent, text] : rows) {
+    Modem modem(kQuiet);
+    talk(modem, "AT+CMGF=1\rAT+CSCS=\"" + set + "\"\rAT+CMGS=\"1\"\r" + sent + "\x1a");
+    ASSERT_EQ(modem.messages().size(), 1u) << sent;
+    EXPECT_EQ(modem.messages().front().text, text);
+  }
+}
+
+TEST(Modem, SendsNothingWithoutANetwork) {
+  ModemOptions options = kQuiet;
+  for (const auto& [registration, answer] : {std::pair(5, "\r\n+CMGS: 1\r\n" + kOk), {2, "\r\n+CMS ERROR: 331\r\n"}}) {
+    options.registration = registration;
+    Modem modem(options);
+    talk(modem, "AT+CMGF=1\r");
+    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rhi\x1a"), kPrompt + answer);
+    EXPECT_EQ(modem.messages().front().reference.has_value(), registration == 5);
+  }
+}
+
 TEST(Modem, RepliesWhenDueInOrder) {
   ModemOptions options;
   options.replyDelayMs = 250;
@@ -126,9 +148,11 @@ TEST(Modem, BoundsLinesBodiesAndOutput) {
   Modem modem(kQuiet);
   EXPECT_EQ(talk(modem, "AT" + std::string(kMaxLineLength - 1, '+') + std::string(100000, 'x') + "\r"), kError);
   talk(modem, "AT+CMGF=1\r");
-  const std::string longest(kMaxBodyLength, 'b');
+  const std::string longest(kMaxTextSeptets, 'b');
   EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\r" + longest + "\x1a"), kPrompt + "\r\n+CMGS: 1\r\n" + kOk);
-  EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\r" + longest + "b\x1a"), kPrompt + "\r\n+CMS ERROR: 305\r\n");
+  for (const std::string& tooLong : {longest + "b", longest.substr(1) + "[", std::string(100000, 'b')}) {
+    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\r" + tooLong + "\x1a"), kPrompt + "\r\n+CMS ERROR: 305\r\n");
+  }
   for (std::size_t i = 0; i < kMaxMessages; ++i) {
     talk(modem, "AT+CMGS=\"2\"\rnew\x1a");
   }
@@ -190,6 +214,36 @@ TEST_F(LineTest, ServesClientsThatComeAndGo) {
   EXPECT_EQ(::waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(converse(link, "AT+CSQ\r", answer.size()), answer);
+
+  // One that leaves at the prompt leaves a modem that takes everything for text.
+  const std::string prompt = "AT+CMGF=1\r" + kOk + "AT+CMGS=\"1\"\r" + kPrompt;
+  EXPECT_EQ(converse(link, "AT+CMGF=1\rAT+CMGS=\"1\"\r", prompt.size()), prompt);
+  EXPECT_EQ(converse(link, "AT\r", 3), "AT\r");
+  EXPECT_EQ(converse(link, "\x1b", kOk.size()), kOk);
+  stop.request();
+  loop.join();
+  EXPECT_EQ(modem.messages().size(), 0u);
+}
+
+TEST_F(LineTest, IsUnpluggedAndComesBackElsewhere) {
+  Modem modem;
+  PtyLine line(link, true);
+  const fs::path before = fs::read_symlink(link);
+  const StopEvent stop;
+  const StopEvent returned;
+  Plug plug;
+  std::thread loop([&] { run(modem, line, stop, {[&] { returned.request(); }, &plug}); });
+  EXPECT_EQ(converse(link, "AT+CMGF=1\r", 10 + kOk.size()), "AT+CMGF=1\r" + kOk);
+  plug.pull();
+  while (fs::is_symlink(link)) {
+    std::this_thread::yield();
+  }
+  plug.putIn();
+  pollfd event{returned.descriptor(), POLLIN, 0};
+  EXPECT_EQ(::poll(&event, 1, 60000), 1);
+  EXPECT_NE(fs::read_symlink(link), before);
+  const std::string answer = "AT+CMGF?\r\r\n+CMGF: 0\r\n" + kOk;
+  EXPECT_EQ(converse(link, "AT+CMGF?\r", answer.size()), answer) << "what a modem without power forgets";
   stop.request();
   loop.join();
 }
@@ -224,6 +278,9 @@ TEST_F(LineTest, LooksAfterItsLink) {
   fs::remove(link);
   {
     std::optional<PtyLine> first(link);
+    EXPECT_THROW(PtyLine{link}, std::system_error) << "a running one keeps its link";
+    EXPECT_EQ(fs::read_symlink(link), first->slavePath());
+    fs::remove(link);
     const PtyLine successor(link);
     first.reset();
     EXPECT_EQ(fs::read_symlink(link), successor.slavePath());

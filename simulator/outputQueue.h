@@ -1,0 +1,46 @@
+// What a modem still has to send, in order, and when. One thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orvix::simulator {
+
+constexpr std::size_t kMaxPendingOutput = 65536;  // bytes; what exceeds them is lost, as on an overrun line
+
+class OutputQueue {
+ public:
+  // Output keeps its order: what is added never overtakes what waits, though it be due sooner.
+  void add(std::string_view bytes, std::int64_t dueMs);
+  void addHangUp(std::int64_t dueMs, std::int64_t forMs);
+  void clear();
+
+  struct Due {
+    std::string bytes;
+    std::optional<std::int64_t> hungUpMs{};  // a hang-up after the bytes, and when
+    std::optional<std::int64_t> returnMs{};  // and its end; nothing waits any more then
+  };
+
+  // Everything due by nowMs, up to the first hang-up.
+  Due take(std::int64_t nowMs);
+
+  std::optional<std::int64_t> nextDueMs() const;
+
+ private:
+  struct Output {
+    std::int64_t dueMs;
+    std::string bytes;
+    std::optional<std::int64_t> hangUpMs{};  // how long the line is gone
+  };
+
+  std::int64_t inOrder(std::int64_t dueMs) const;
+
+  std::deque<Output> outputs;  // due times never fall from front to back
+  std::size_t pendingBytes = 0;
+};
+
+}  // namespace orvix::simulator
