@@ -68,9 +68,9 @@ TEST_F(HostkitDevice, WhatTheBoundaryThrowsIsAStatusHere) {
 
   const std::string ip = R"({"id":"GSMModem","name":"GSMMODEMConfiguration","config":{"mode":"ip","comstr":"x",)"
                          R"("ip":{"address":"127.0.0.1","port":1}}})";
-  ModemDevice withoutSettings(library, folder.write("ip.json", ip));
-  EXPECT_EQ(kindOf(withoutSettings.start()), StatusKind::kNoSettings);
-  EXPECT_EQ(kindOf(withoutSettings.report().status), StatusKind::kNoSettings);
+  const auto withoutSettings = std::make_unique<ModemDevice>(library, folder.write("ip.json", ip));
+  EXPECT_EQ(kindOf(withoutSettings->start()), StatusKind::kNoSettings);
+  EXPECT_EQ(kindOf(withoutSettings->report().status), StatusKind::kNoSettings);
 }
 
 TEST_F(HostkitDevice, NoDeviceOfAConfigurationThatIsNotTaken) {
@@ -146,7 +146,8 @@ TEST_F(HostkitDevice, AnyThreadMayCallAnyDevice) {
   }
   threads.emplace_back([&] {
     for (int round = 0; round < 10; ++round) {
-      ModemDevice(library, folder.write("more.json", world::configurationText("/dev/null:9600,n,8,1"))).start();
+      const std::string file = folder.write("more.json", world::configurationText("/dev/null:9600,n,8,1"));
+      std::make_unique<ModemDevice>(library, file)->start();
       ++done;
     }
   });
