@@ -30,6 +30,7 @@ void AttemptRecord::takePrompt() {
   }
 }
 
+// Without leave no text was written, so nothing can be out.
 AttemptResult AttemptRecord::end(const EndNews& news) const {
   const hostkit::Verdict verdict = news.result.verdict;
   if (!isAllowed && (verdict == hostkit::Verdict::kSent || verdict == hostkit::Verdict::kUncertain)) {

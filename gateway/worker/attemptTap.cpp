@@ -45,6 +45,7 @@ void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
   }
   if (isStreaming && isPrompt(piece)) {
     link->send(PromptNews{});
+    // Ended here, the process cannot write the text; the next one sends an Escape first.
     if (!link->waitForGoAhead(kGoAheadWaitMs)) {
       _exit(kNotAllowed);
     }

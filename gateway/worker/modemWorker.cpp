@@ -115,6 +115,7 @@ void ModemWorker::lookAround() {
   link->receive();
 }
 
+// A device that was plugged in again may get its new node while the old one is still held.
 void ModemWorker::onAppearance() {
   if (watch && !leadsTo(hostkit::pathOf(device.line()), watch->descriptor())) {
     loseLine("the line leads to another device now");
@@ -125,6 +126,7 @@ void ModemWorker::onAppearance() {
   }
 }
 
+// One call into the plug-in, so that an order or a hang-up is met between any two.
 void ModemWorker::takeStep() {
   if (needsHealing) {
     heal();
@@ -141,6 +143,7 @@ void ModemWorker::takeStep() {
   }
 }
 
+// A line that opens says nothing of the modem: the probe that follows it does.
 void ModemWorker::startDevice() {
   tap.begin(false);
   tellDoing("opening the line", true);
@@ -189,6 +192,7 @@ void ModemWorker::heal() {
   }
 }
 
+// Only a Stop brings the device to look for its line again; messages and reports go on with the dead one.
 void ModemWorker::loseLine(const std::string& why) {
   tellNotReady(why);
   tellDoing("closing the line", true);
@@ -229,6 +233,7 @@ hostkit::Judgement ModemWorker::judgementOf(const AttemptOrder& order) const {
   return hostkit::judge(tap.traffic(), order.text, true, settings.okIsSent, settings.codes);
 }
 
+// The plug-in reads for some 10 s; what comes later, up to minutes, only the line itself tells.
 hostkit::Judgement ModemWorker::send(const AttemptOrder& order) {
   tap.begin(true);
   tellDoing("sending a message", true);
@@ -242,6 +247,7 @@ hostkit::Judgement ModemWorker::send(const AttemptOrder& order) {
   return judgementOf(order);
 }
 
+// Some modems abort a message at any byte, so nothing is sent here.
 void ModemWorker::listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough) {
   tellDoing(what, false);
   if (!watch) {
@@ -272,6 +278,7 @@ void ModemWorker::prepareNext(const hostkit::Judgement& judgement, const Attempt
   }
 }
 
+// An Escape before the prompt would be lost, and the modem would wait at it afterwards.
 void ModemWorker::awaitPrompt(const AttemptOrder& order) {
   listen("listening for a late prompt", kLatePromptSeconds,
          [&] { return !judgementOf(order).mayPromptCome || link->isStopWished(); });
@@ -279,12 +286,14 @@ void ModemWorker::awaitPrompt(const AttemptOrder& order) {
   dueMs = nowMs();
 }
 
+// Silence is taken for being stuck.
 void ModemWorker::showLife() {
   if (nowMs() >= link->lastSentMs() + kSignOfLifeMs) {
     link->send(DoingNews{doing, false});
   }
 }
 
+// Each call is told, even one like the last: its time begins anew.
 void ModemWorker::tellDoing(const std::string& what, bool isCall) {
   if (isCall || doing != what) {
     doing = what;

@@ -24,14 +24,17 @@ class ModemWorker {
   void run();
 
  private:
+  // Between two steps.
   void lookAround();
   void onAppearance();
+  // To keep the modem in service.
   void takeStep();
   void startDevice();
   void report();
   void heal();
   void loseLine(const std::string& why);
 
+  // One message, from its order to its result and to what the modem needs behind it.
   void attempt(const AttemptOrder& order);
   void refuse(const std::string& why, bool counts);
   hostkit::Judgement judgementOf(const AttemptOrder& order) const;
@@ -42,6 +45,7 @@ class ModemWorker {
 
   void showLife();
   void tellDoing(const std::string& what, bool isCall);
+  // Both tell the supervisor of a change alone.
   void tellReady();
   void tellNotReady(const std::string& why);
   std::string troubleOf(const Status& status) const;

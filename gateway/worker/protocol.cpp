@@ -198,6 +198,7 @@ template <typename Fields, typename Message, typename = std::enable_if_t<std::is
 void describe(Fields& /*fields*/, Message& /*m*/) {
 }
 
+// What the types alone do not say.
 template <typename Message>
 void check(const Message& /*m*/) {
 }
@@ -225,6 +226,7 @@ Frame frameOf(const Variant& message) {
   return {static_cast<std::uint8_t>(message.index()), writer.text()};
 }
 
+// The message of that place in the variant, with its defaults.
 template <typename Variant, std::size_t kType = 0>
 Variant emptyOf(std::size_t type) {
   if constexpr (kType < std::variant_size_v<Variant>) {

@@ -24,6 +24,7 @@ class Setup {
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     posix_spawn_file_actions_init(&files);
     posix_spawn_file_actions_adddup2(&files, socket, kChildSocket);
+    // Whatever else is open here, a database or another worker's socket, is not the child's.
     posix_spawn_file_actions_addclosefrom_np(&files, kChildSocket + 1);
   }
   ~Setup() {

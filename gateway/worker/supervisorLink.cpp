@@ -69,6 +69,7 @@ std::optional<AttemptOrder> SupervisorLink::takeAttempt() {
   return std::exchange(attempt, std::nullopt);
 }
 
+// Other orders that come meanwhile are kept.
 bool SupervisorLink::waitForGoAhead(int timeoutMs) {
   isAllowed = false;
   const std::int64_t endMs = nowMs() + timeoutMs;

@@ -102,6 +102,7 @@ void WorkerProcess::State::startProcess(std::int64_t nowMs) {
                   config.codes, mayWaitAtPrompt, FLAGS_v});
 }
 
+// A worker that dies again and again before its modem is ready costs little.
 void WorkerProcess::State::delayStart(std::int64_t nowMs) {
   startMs = nowMs + delayMs;
   delayMs = std::min(2 * delayMs, kLongestDelayMs);
@@ -123,7 +124,7 @@ void WorkerProcess::State::flush() {
   }
 }
 
-// False when the worker's end is closed.
+// Reads until there is nothing more. False when the worker's end is closed.
 bool WorkerProcess::State::receive(std::int64_t nowMs) {
   char bytes[16384];
   for (int reads = 0; reads < kMostReads; ++reads) {
@@ -222,6 +223,7 @@ void WorkerProcess::State::end(const std::string& reason, std::int64_t nowMs) {
   tellDeath(reason);
 }
 
+// What the modem said of the text before its worker died still counts: the traffic came over as it happened.
 void WorkerProcess::State::tellDeath(const std::string& reason) {
   if (!isWanted && !running) {
     return;
@@ -238,6 +240,7 @@ void WorkerProcess::State::tellDeath(const std::string& reason) {
   listener->onDied(config.name, last->order(), last->recording(), reason);
 }
 
+// A process may stay for half a minute after its end, until its line has drained.
 void WorkerProcess::State::reap(std::int64_t nowMs) {
   int status = 0;
   const pid_t reaped = waitpid(pid, &status, WNOHANG);
@@ -339,6 +342,7 @@ std::optional<std::int64_t> WorkerProcess::nextTimeMs() const {
   return state->isWanted ? std::optional(state->startMs) : std::nullopt;
 }
 
+// From the order on, until its end is known, the modem may be left at its prompt.
 void WorkerProcess::attempt(const AttemptOrder& order, std::int64_t /*nowMs*/) {
   state->running.emplace(order, &state->config);
   state->mayWaitAtPrompt = true;
