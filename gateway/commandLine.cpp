@@ -115,6 +115,7 @@ class Commands {
 Invocation readCommandLine(int argc, char** argv, const OwnCommands& own) {
   Invocation invocation;
   CLI::App app("Sends text messages through GSM modems and tells the truth about what became of each.", "gsm-gateway");
+  app.set_version_flag("--version", "gsm-gateway " ORVIX_VERSION);
   app.footer(kFooter);
   app.require_subcommand(0, 1);  // a misspelt one is told as such
   app.add_option("--config", invocation.options.configFile, "The service's configuration")

@@ -15,6 +15,7 @@
 #include "logging/logging.h"
 #include "program/complaint.h"
 #include "program/standardStreams.h"
+#include "program/terminal.h"
 
 namespace {
 
@@ -51,6 +52,7 @@ int run(const Options& options) {
     return kBadConfiguration;
   }
   orvix::setUpLogging(true, kName, true, 0, options.isVerbose ? 1 : 0, "", "");
+  FLAGS_colorlogtostderr = orvix::program::isTerminal(std::cerr);  // the journal is none
   const int result = runService(*config);
   orvix::tearDownLogging();
   return result;

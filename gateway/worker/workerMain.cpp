@@ -40,6 +40,7 @@ void serve(SupervisorLink* link, const StartOrder& order) {
 
 int workerMain(int descriptor) {
   prctl(PR_SET_PDEATHSIG, SIGKILL);
+  prctl(PR_SET_NAME, "gsm-gateway");  // executed as /proc/self/exe, it would be called "exe"
   // A terminal's or a service manager's signal reaches the supervisor too, which says when it is time.
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
     std::signal(signal, SIG_IGN);
