@@ -128,6 +128,11 @@ void ModemWorker::onAppearance() {
 
 // One call into the plug-in, so that an order or a hang-up is met between any two.
 void ModemWorker::takeStep() {
+  const bool isNew = watch == nullptr;
+  if (isNew) {
+    // Before the device opens the line: should its link move in between, the two differ, which the next look shows.
+    watch = std::make_unique<hostkit::LineWatch>(hostkit::pathOf(device.line()));
+  }
   if (needsHealing) {
     heal();
   } else if (device.status() == DeviceStatus::kNoData) {
@@ -135,11 +140,8 @@ void ModemWorker::takeStep() {
   } else {
     report();
   }
-  if (!watch && device.status() != DeviceStatus::kNoData) {
-    watch = std::make_unique<hostkit::LineWatch>(hostkit::pathOf(device.line()));
-    if (!watch->isOpen()) {
-      watch.reset();
-    }
+  if (!watch->isOpen() || (isNew && device.status() == DeviceStatus::kNoData)) {
+    watch.reset();
   }
 }
 
