@@ -24,10 +24,7 @@ Response showPage(const Call& /*call*/) {
   Response response;
   response.body = page.html;
   response.contentType = "text/html; charset=utf-8";
-  response.headers = {{"Content-Security-Policy", page.contentSecurityPolicy},
-                      {"X-Content-Type-Options", "nosniff"},
-                      {"Referrer-Policy", "no-referrer"},
-                      {"Cache-Control", "no-cache"}};
+  response.headers = {{"Content-Security-Policy", page.contentSecurityPolicy}, {"Referrer-Policy", "no-referrer"}};
   return response;
 }
 

@@ -29,6 +29,8 @@ struct Server {
   MHD_Daemon* daemon = nullptr;
   int listener = -1;
   std::int64_t nowMs = 0;
+  bool isClosing = false;   // nothing may rest any more
+  bool hasResumed = false;  // the library does not wake a loop that is not its own
   std::map<MHD_Connection*, std::shared_ptr<Client>> clients;
 
   std::int64_t patienceMs() const { return clients.size() > kMostClients / 2 ? kPatienceWhenCrowdedMs : kPatienceMs; }
@@ -79,6 +81,7 @@ struct Client : std::enable_shared_from_this<Client> {
     if (isSuspended) {
       isSuspended = false;
       MHD_resume_connection(connection);
+      server->hasResumed = true;
     }
   }
   // The library sees an end and closes the connection.
@@ -168,7 +171,7 @@ ssize_t Client::giveEvents(char* buffer, std::size_t size) {
   if (pending.empty()) {
     pending = reader->next();
   }
-  if (reader->isTooSlow()) {
+  if (server->isClosing || reader->isTooSlow()) {
     return MHD_CONTENT_READER_END_WITH_ERROR;
   }
   if (pending.empty()) {
@@ -204,6 +207,9 @@ void* onTarget(void* /*server*/, const char* target, MHD_Connection* connection)
 MHD_Result onRequest(void* /*server*/, MHD_Connection* connection, const char* /*path*/, const char* method,
                      const char* /*version*/, const char* data, std::size_t* size, void** /*context*/) {
   Client& client = clientOf(connection);
+  if (client.server->isClosing) {
+    return MHD_NO;
+  }
   if (!client.hasHead) {
     return client.takeHead(method);
   }
@@ -247,6 +253,7 @@ HttpServer::HttpServer(int listener, Handlers handlers) : state(std::make_unique
 
 HttpServer::~HttpServer() {
   stopAccepting();
+  state->isClosing = true;
   for (const auto& [connection, client] : state->clients) {
     client->resume();
   }
@@ -260,6 +267,7 @@ int HttpServer::descriptor() const {
 
 void HttpServer::onReady(std::int64_t nowMs) {
   state->nowMs = nowMs;
+  state->hasResumed = false;
   MHD_run(state->daemon);
   bool hasCutOff = false;
   for (const auto& [connection, client] : state->clients) {
@@ -274,6 +282,9 @@ void HttpServer::onReady(std::int64_t nowMs) {
 }
 
 std::optional<std::int64_t> HttpServer::nextTimeMs() const {
+  if (state->hasResumed) {
+    return state->nowMs;
+  }
   std::int64_t next = std::numeric_limits<std::int64_t>::max();
   MHD_UNSIGNED_LONG_LONG waitMs = 0;
   if (MHD_get_timeout(state->daemon, &waitMs) == MHD_YES) {
