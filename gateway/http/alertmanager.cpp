@@ -13,6 +13,7 @@ namespace {
 using nlohmann::json;
 
 constexpr std::int64_t kRetryMs = 15 * 60 * 1000;
+constexpr std::uint64_t kMostCounted = 999999;
 constexpr std::size_t kLongestHead = 1000;  // bytes, far more than any message holds
 
 Refusal wrong(const char* field, const char* error) {
@@ -55,8 +56,8 @@ std::string headOf(const json& payload) {
 // " (+N more)"; Alertmanager itself may have cut the list.
 std::string tailOf(const json& payload) {
   const json truncated = payload.value("truncatedAlerts", json(0));
-  const std::size_t left = truncated.is_number_unsigned() ? truncated.get<std::size_t>() : 0;
-  const std::size_t rest = payload.at("alerts").size() - 1 + left;
+  const std::uint64_t left = truncated.is_number_unsigned() ? truncated.get<std::uint64_t>() : 0;
+  const std::uint64_t rest = payload.at("alerts").size() - 1 + std::min(left, kMostCounted);
   return rest == 0 ? "" : " (+" + std::to_string(rest) + " more)";
 }
 
