@@ -156,7 +156,7 @@ void Service::State::onAttemptEnded(const std::string& name, const std::string& 
 }
 
 void Service::State::onHealed(const std::string& name) {
-  LOG(INFO) << "modem " << name << ": healed, it waited at its prompt";
+  LOG(INFO) << "modem " << name << ": answers again after an Escape";
   ++metrics.heals[name];
 }
 
