@@ -151,6 +151,10 @@ int runService(const Config& config) {
     std::optional<MqttDoor> mqtt;
     if (config.mqtt) {
       mqtt.emplace(&service, *config.mqtt);
+      http.tellAlso([&] {
+        const char* const state = mqtt->isConnected() ? "connected" : "not connected";
+        return std::vector<DoorState>{{"mqtt", config.mqtt->broker, state}};
+      });
     }
     service.startWorkers();
     sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
