@@ -214,11 +214,11 @@ const loadState = async (state) => (await load('/v1/messages?limit=' + kListed +
 
 function onEvent(name, data) {
   if (name === 'message') take(data);
-  if (name === 'modem' || name === 'report') {
-    const modem = Object.assign(modems.get(data.name) || {}, data);
-    modems.set(data.name, modem);
-    showModem(modem);
-  }
+  if (name === 'modem') modems.set(data.name, data);
+  // A report tells its modem's name alone.
+  const modem = modems.get(name === 'report' ? data.modem : data.name);
+  if (name === 'report' && modem) modem.report = data;
+  if (name !== 'message' && modem) showModem(modem);
 }
 
 async function follow(body) {
