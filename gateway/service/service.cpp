@@ -85,7 +85,10 @@ void Service::beat() {
     state->nextHeartbeatMs = nowMs() + kHeartbeatRetryMs;
     return;
   }
-  state->lastHeartbeat = *date;
+  onCommitted([this, date = *date](bool isCommitted) {
+    state->lastHeartbeat = isCommitted ? date : state->lastHeartbeat;
+    state->nextHeartbeatMs = isCommitted ? state->nextHeartbeatMs : nowMs() + kHeartbeatRetryMs;
+  });
 }
 
 }  // namespace orvix::gateway
