@@ -63,7 +63,7 @@ std::string tailOf(const json& payload) {
 
 // On one line, of what the charset carries.
 std::string carriedBy(hostkit::Charset charset, const std::string& text) {
-  std::string carried = transliterated(text.substr(0, kLongestHead));
+  std::string carried = transliterated(text.substr(0, kLongestHead), " ");
   for (char& character : carried) {
     if (character == '\n' || !hostkit::textFit(std::string(1, character), charset).isFit()) {
       character = ' ';

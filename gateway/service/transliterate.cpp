@@ -92,18 +92,18 @@ char asciiLikeness(char character) {
   return (character < ' ' && character != '\n') || character == '\x7f' ? ' ' : character;
 }
 
-std::string likenessOf(const LikenessTables& tables, std::string_view letter) {
+std::optional<std::string> likenessOf(const LikenessTables& tables, std::string_view letter) {
   for (const Likeness& own : kOwn) {
     if (own.letter == letter) {
       return std::string(own.ascii);
     }
   }
-  return tables.find(letter).value_or(" ");
+  return tables.find(letter);
 }
 
 }  // namespace
 
-std::string transliterated(const std::string& utf8) {
+std::string transliterated(const std::string& utf8, const std::optional<std::string>& unknown) {
   const LikenessTables tables;
   std::string ascii;
   for (std::string_view left = utf8; !left.empty();) {
@@ -111,7 +111,7 @@ std::string transliterated(const std::string& utf8) {
     if (static_cast<unsigned char>(letter[0]) < 0x80) {
       ascii += asciiLikeness(letter[0]);
     } else {
-      ascii += likenessOf(tables, letter);
+      ascii += likenessOf(tables, letter).value_or(unknown.value_or(std::string(letter)));
     }
     left.remove_prefix(letter.size());
   }

@@ -1,12 +1,14 @@
 // Text in UTF-8 as what a modem's text mode carries. Any thread.
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace orvix::gateway {
 
-// The nearest printable ASCII: ü becomes ue, € EUR, é e, Ж ZH, a backquote an apostrophe. Line feeds stay; what has no
-// likeness, other control characters and bytes that are no UTF-8 become a blank each. The same in every locale.
-std::string transliterated(const std::string& utf8);
+// The nearest printable ASCII: ü becomes ue, € EUR, é e, Ж ZH, a backquote an apostrophe. Line feeds stay, other
+// control characters become a blank each. What has no likeness becomes `unknown`; without that it stays, and so is
+// refused later. The same in every locale.
+std::string transliterated(const std::string& utf8, const std::optional<std::string>& unknown = std::nullopt);
 
 }  // namespace orvix::gateway
