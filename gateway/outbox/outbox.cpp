@@ -103,18 +103,19 @@ Outbox::Outbox(const StorageConfig& storage, const SendingConfig& sending)
 
 Outbox::~Outbox() = default;
 
-void Outbox::commit() {
+bool Outbox::commit(bool isTrial) {
   Database& database = *store->database;
   if (store->reports.areDue()) {
     store->reports.write();
   }
-  if (!database.hasChanges()) {
-    return;
+  if (!database.hasChanges() && !isTrial) {
+    return false;
   }
   database.change("UPDATE clock SET time = ?, offset = ?", store->nowMs, store->offsetMs);
   database.commit();
   store->storedTimeMs = store->nowMs;
   store->storedOffsetMs = store->offsetMs;
+  return true;
 }
 
 void Outbox::rollback() {

@@ -103,8 +103,9 @@ class Outbox {
   Outbox(const Outbox&) = delete;
   Outbox& operator=(const Outbox&) = delete;
 
-  // Nothing to commit is success. Throws StoreError.
-  void commit();
+  // Nothing to commit is success, but shows nothing: `isTrial` writes even so. Whether anything was written. Throws
+  // StoreError.
+  bool commit(bool isTrial = false);
   void rollback();
 
   // The highest service time, and the offset to the wall clock, that were committed; see setTime.

@@ -43,10 +43,12 @@ void Service::State::voidRound(const std::string& reason) {
 bool Service::State::commitRound() {
   const bool isAwaited = !waiting.empty() || !news.empty();
   outbox->setTime(clock->nowMs(), clock->offsetMs());
-  if (!onStore([this] { outbox->commit(); })) {
+  const bool isTrial = !storeTrouble.empty() && clock->nowMs() >= storeRetryMs;
+  bool isWritten = false;
+  if (!onStore([&] { isWritten = outbox->commit(isTrial); })) {
     return false;
   }
-  if (!storeTrouble.empty()) {
+  if (isWritten && !storeTrouble.empty()) {
     LOG(INFO) << "outbox: takes messages again";
     storeTrouble.clear();
   }
@@ -111,7 +113,7 @@ void Service::settle() {
 
 std::optional<std::int64_t> Service::nextTimeMs() {
   const std::int64_t nowMs = state->clock->nowMs();
-  std::int64_t next = std::max(state->nextPurgeMs, state->storeRetryMs);
+  std::int64_t next = state->storeTrouble.empty() ? state->nextPurgeMs : state->storeRetryMs;
   if (nowMs >= state->storeRetryMs) {
     state->onStore([&] { next = std::min(next, state->outbox->nextChangeMs(nowMs).value_or(next)); });
   }
