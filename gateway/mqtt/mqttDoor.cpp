@@ -253,6 +253,9 @@ void MqttDoor::onReport(const ModemView& modem) {
 }
 
 void MqttDoor::stop() {
+  if (!taken.empty()) {
+    dropTaken();
+  }
   if (connected) {
     goodbye = broker.publish(base + "/availability", "offline", true);
   }
