@@ -52,6 +52,11 @@ class Page {
   std::string name;
 };
 
+// What a modem reported before it went away is not known of now.
+const ModemReport* reportOf(const ModemView& modem) {
+  return modem.state == ModemState::kReady && modem.report ? &*modem.report : nullptr;
+}
+
 void addModems(Page* page, const std::vector<ModemView>& modems) {
   page->begin("gsm_modem_ready", "gauge", "Whether the modem is in service.");
   for (const ModemView& modem : modems) {
@@ -59,14 +64,14 @@ void addModems(Page* page, const std::vector<ModemView>& modems) {
   }
   page->begin("gsm_registered", "gauge", "Whether the modem is registered in a network, by its last report.");
   for (const ModemView& modem : modems) {
-    if (modem.report) {
-      page->add({{"modem", modem.name}}, modem.report->isRegistered() ? 1 : 0);
+    if (const ModemReport* const report = reportOf(modem)) {
+      page->add({{"modem", modem.name}}, report->isRegistered() ? 1 : 0);
     }
   }
   page->begin("gsm_signal_dbm", "gauge", "Received signal strength by the modem's last report.");
   for (const ModemView& modem : modems) {
-    if (modem.report && modem.report->dBm) {
-      page->add({{"modem", modem.name}}, *modem.report->dBm);
+    if (const ModemReport* const report = reportOf(modem); report != nullptr && report->dBm) {
+      page->add({{"modem", modem.name}}, *report->dBm);
     }
   }
 }
