@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "common/printable.h"
 #include "gateway/http/httpDoor.h"
 #include "gateway/mqtt/mqttDoor.h"
 #include "gateway/outbox/outbox.h"
@@ -21,7 +23,8 @@ namespace {
 
 constexpr std::int64_t kMostIdleMs = 60000;
 constexpr int kListenAfterStopSeconds = 10;
-constexpr std::int64_t kPatienceMs = 25000;  // from the signal until what still runs is killed
+constexpr std::int64_t kPatienceMs = 25000;     // from the signal until what still runs is killed
+constexpr std::int64_t kLongestStopMs = 26500;  // then the broker was told, or never will be
 
 // The service and its doors around one poll. What is ready is asked without a look at which event it was: every part
 // finds out itself and returns at once when there is nothing.
@@ -63,14 +66,14 @@ class Loop {
     if (!stoppedMs) {
       return false;
     }
-    if (service->nowMs() - *stoppedMs >= kPatienceMs) {
+    const std::int64_t stoppingMs = service->nowMs() - *stoppedMs;
+    if (stoppingMs >= kPatienceMs && !std::exchange(haveKilled, true)) {
       for (WorkerProcess* const worker : service->workers()) {
         worker->kill();
       }
-      service->settle();
-      return true;
+      return false;  // what became of their messages is still to be committed
     }
-    return service->isStopped() && isGoodbyeSaid();
+    return ((service->isStopped() || haveKilled) && isGoodbyeSaid()) || stoppingMs >= kLongestStopMs;
   }
 
   // The last thing that leaves, so that nobody takes the gateway for gone while it still sends.
@@ -116,7 +119,9 @@ class Loop {
       next = std::min(next, mqtt->nextTimeMs().value_or(next));
     }
     next = watchdogMs != 0 ? std::min(next, nextWatchdogMs) : next;
-    next = stoppedMs ? std::min(next, *stoppedMs + kPatienceMs) : next;
+    for (const std::int64_t stopMs : {kPatienceMs, kLongestStopMs}) {
+      next = stoppedMs && nowMs < *stoppedMs + stopMs ? std::min(next, *stoppedMs + stopMs) : next;
+    }
     return std::max<std::int64_t>(next - nowMs, 0);
   }
 
@@ -125,14 +130,19 @@ class Loop {
       return;
     }
     nextWatchdogMs = nowMs + watchdogMs;
-    if (service->health().isOk) {
-      sd_notify(0, "WATCHDOG=1");
-    }
+    // A full disk or a dead worker is no reason to be killed: that would end what still works.
+    const Health health = service->health();
+    const Counts counts = service->counts();
+    sd_notifyf(0, "WATCHDOG=1\nSTATUS=%lld queued, %lld uncertain%s%s",
+               static_cast<long long>(counts.of(MessageState::kQueued)),
+               static_cast<long long>(counts.of(MessageState::kUncertain)), health.isOk ? "" : "; ",
+               health.isOk ? "" : escaped(health.reasons.front()).c_str());
   }
 
   Service* const service;
   HttpDoor* const http;
   MqttDoor* const mqtt;
+  bool haveKilled = false;
   bool isGoodbyeBegun = false;
   std::int64_t watchdogMs = 0;
   std::int64_t nextWatchdogMs = 0;
@@ -147,8 +157,8 @@ int runService(const Config& config) {
     Outbox outbox(config.storage, config.sending);
     ServiceClock clock(outbox.storedTimeMs(), outbox.storedOffsetMs());
     Service service(config, &outbox, &clock);
+    std::optional<MqttDoor> mqtt;  // before the door that tells of it, so that it ends behind it
     HttpDoor http(&service, config.http);
-    std::optional<MqttDoor> mqtt;
     if (config.mqtt) {
       mqtt.emplace(&service, *config.mqtt);
       http.tellAlso([&] {
