@@ -443,6 +443,7 @@ TEST(SubmissionTest, RefusesWhatIsNotMeant) {
       {R"({"to": "1234", "text": "t", "onUncertain": "maybe"})", 422, "onUncertain"},
       {R"({"to": "1234", "text": "t", "flash": true})", 422, "flash"},
       {R"({"to": [[[[[[]]]]]], "text": "t"})", 422, ""},
+      {R"({"to": [[[[[[]]]]]], "text": "t")", 400, ""},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.body);

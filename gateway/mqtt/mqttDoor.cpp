@@ -42,6 +42,9 @@ MqttDoor::MqttDoor(Service* served, const MqttConfig& configuration)
       base("gsm/" + config.id),
       caller{"mqtt", config.rights},
       broker(config, {base + "/availability", "offline"}, base + "/send") {
+  if (const std::optional<Message> message = service->lastEnded()) {
+    remember(*message);
+  }
   service->addListener(this);
   broker.start();
 }
@@ -233,10 +236,14 @@ void MqttDoor::onMessage(const Message& message) {
   isQueueChanged = true;
   isMoreToTell = true;
   if (isEnd(message.state)) {
-    lastResult = {{"id", message.id}, {"state", wordOf(message.state)}, {"ended", nullptr}};
-    if (message.endedMs) {
-      lastResult["ended"] = rfc3339(*message.endedMs + service->offsetMs());
-    }
+    remember(message);
+  }
+}
+
+void MqttDoor::remember(const Message& message) {
+  lastResult = {{"id", message.id}, {"state", wordOf(message.state)}, {"ended", nullptr}};
+  if (message.endedMs) {
+    lastResult["ended"] = rfc3339(*message.endedMs + service->offsetMs());
   }
 }
 

@@ -47,6 +47,7 @@ class MqttDoor final : private ServiceListener {
   void show(const std::string& topic, const std::string& payload);
   void showModem(const ModemView& modem);
   void showQueue();
+  void remember(const Message& message);
   void tellMessages();
   void dropTaken();
 

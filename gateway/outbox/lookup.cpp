@@ -66,6 +66,12 @@ std::vector<Message> Outbox::list(const MessageFilter& filter, std::int64_t nowM
   return messages;
 }
 
+std::optional<Message> Outbox::lastEnded() {
+  const auto records = recordsOf(store->database->rows(
+      "SELECT * FROM message WHERE ended IS NOT NULL ORDER BY ended DESC, sequence DESC LIMIT 1"));
+  return records.empty() ? std::nullopt : std::optional(store->shown(records.front()));
+}
+
 Counts Outbox::counts() {
   Counts counts;
   {

@@ -126,6 +126,8 @@ class Outbox {
   std::optional<Message> find(const std::string& id);
   std::vector<Message> list(const MessageFilter& filter, std::int64_t nowMs);
   Counts counts();
+  // The message that ended last.
+  std::optional<Message> lastEnded();
   // Messages that an owner had accepted since then.
   int acceptedSince(const std::string& owner, std::int64_t sinceMs);
   // Of one attempt; none when it has no recording.

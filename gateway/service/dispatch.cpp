@@ -174,6 +174,7 @@ void Service::State::onDied(const std::string& name, const std::optional<Attempt
     end.reason = modem->running->isMarked ? "the worker ended after the text may have been sent: " + reason
                                           : "the worker ended before the text was sent: " + reason;
     end.recording = recording;
+    end.hasAnswered = recording.find(R"("kind":"received")") != std::string::npos;
     modem->running->end = end;
     modem->worker->escapeFirst();
   }

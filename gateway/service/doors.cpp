@@ -32,9 +32,10 @@ bool isAllowed(const std::string& number, const std::vector<std::string>& patter
   });
 }
 
-// What a submission asks for once all that it left open is filled in; the same request again has the same.
-std::string fingerprintOf(const Submission& submission, Priority priority, int expiresSeconds) {
-  return nlohmann::json({submission.to, submission.isList, submission.text, wordOf(priority), expiresSeconds,
+// What a submission asks for, as it was given: the same request again has the same, whatever the defaults are by then.
+std::string fingerprintOf(const Submission& submission) {
+  return nlohmann::json({submission.to, submission.isList, submission.text,
+                         submission.priority ? wordOf(*submission.priority) : "", submission.expiresSeconds.value_or(0),
                          wordOf(submission.onUncertain), submission.modem.value_or("")})
       .dump();
 }
@@ -98,7 +99,7 @@ NewRequest requestOf(const Submission& submission, const std::vector<std::string
   NewRequest request;
   request.id = submission.id ? *submission.id : freshId();
   request.owner = caller.owner;
-  request.fingerprint = fingerprintOf(submission, priority, expiresSeconds);
+  request.fingerprint = fingerprintOf(submission);
   request.isBatch = submission.isList || texts.size() > 1;
   for (const std::string& number : submission.to) {
     for (const std::string& text : texts) {
@@ -267,6 +268,12 @@ Counts Service::counts() {
   Counts counts;
   state->onStore([&] { counts = state->outbox->counts(); });
   return counts;
+}
+
+std::optional<Message> Service::lastEnded() {
+  std::optional<Message> message;
+  state->onStore([&] { message = state->outbox->lastEnded(); });
+  return message;
 }
 
 std::vector<Outbox::Announcement> Service::announcements(std::int64_t afterNumber, int limit) {

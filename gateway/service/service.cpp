@@ -1,7 +1,9 @@
 #include "gateway/service/service.h"
 
+#include <glog/logging.h>
 #include <unistd.h>
 
+#include "common/printable.h"
 #include "gateway/service/serviceState.h"
 
 namespace orvix::gateway {
@@ -84,6 +86,9 @@ void Service::beat() {
   if (refusal != nullptr && refusal->status == 503) {
     state->nextHeartbeatMs = nowMs() + kHeartbeatRetryMs;
     return;
+  }
+  if (refusal != nullptr && refusal->status != 409) {
+    LOG(WARNING) << "heartbeat: " << escaped(refusal->error);
   }
   onCommitted([this, date = *date](bool isCommitted) {
     state->lastHeartbeat = isCommitted ? date : state->lastHeartbeat;

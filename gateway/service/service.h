@@ -75,6 +75,7 @@ class Service {
   // Whether outbox and workers make progress; an unplugged modem is no fault of the service.
   Health health() const;
   Counts counts();
+  std::optional<Message> lastEnded();
   const Metrics& metrics() const;
   const Config& config() const;
   std::int64_t nowMs() const;

@@ -1,7 +1,6 @@
 #include "gateway/service/submission.h"
 
 #include <set>
-#include <stdexcept>
 
 #include "common/isoTime.h"
 
@@ -14,20 +13,28 @@ constexpr std::size_t kMaxRecipients = 100;
 constexpr int kMaxExpiresSeconds = 31 * 86400;
 constexpr int kDeepest = 3;  // an object that holds a list of numbers; nobody needs to nest deeper
 
-// Parses an object of one request. What nests deeper than a submission can is refused before the parser follows it, and
-// so is a key that comes twice: nobody knows which of the two was meant.
-json parseBody(const std::string& body) {
+struct Body {
+  json document;
+  std::string problem;  // of what is JSON, but no request
+};
+
+// What nests deeper than a submission can is left out, and a key that comes twice is told: nobody knows which of the
+// two was meant.
+Body parseBody(const std::string& text) {
+  Body body;
   std::set<std::string> keys;
-  return json::parse(body, [&keys](int depth, json::parse_event_t event, json& parsed) {
+  body.document = json::parse(text, [&](int depth, json::parse_event_t event, json& parsed) {
     using Event = json::parse_event_t;
     if (depth > kDeepest && (event == Event::object_start || event == Event::array_start)) {
-      throw std::invalid_argument("the body is nested too deep");
+      body.problem = "the body is nested too deep";
+      return false;
     }
     if (event == Event::key && depth == 1 && !keys.insert(parsed.get<std::string>()).second) {
-      throw std::invalid_argument("a field comes twice");
+      body.problem = "a field comes twice";
     }
     return true;
   });
+  return body;
 }
 
 Refusal wrong(const std::string& field, const std::string& error) {
@@ -148,15 +155,17 @@ bool isUsableId(const std::string& id) {
   return !id.empty() && id.size() <= 64 && id.find_first_not_of(kFit) == std::string::npos;
 }
 
-std::variant<Submission, Refusal> readSubmission(const std::string& body) {
-  json document;
+std::variant<Submission, Refusal> readSubmission(const std::string& text) {
+  Body body;
   try {
-    document = parseBody(body);
+    body = parseBody(text);
   } catch (const json::exception&) {
     return Refusal{400, "the body is no JSON", std::nullopt, std::nullopt};
-  } catch (const std::invalid_argument& error) {
-    return Refusal{422, error.what(), std::nullopt, std::nullopt};
   }
+  if (!body.problem.empty()) {
+    return Refusal{422, body.problem, std::nullopt, std::nullopt};
+  }
+  const json& document = body.document;
   if (!document.is_object()) {
     return Refusal{422, "the body is no object", std::nullopt, std::nullopt};
   }

@@ -38,7 +38,7 @@ struct Submission {
 };
 
 // The body of POST /v1/messages and of gsm/ID/send. 400 no JSON, 422 no object, a field is wrong or unknown.
-std::variant<Submission, Refusal> readSubmission(const std::string& body);
+std::variant<Submission, Refusal> readSubmission(const std::string& text);
 
 bool isUsableId(const std::string& id);  // 1 to 64 of A-Z a-z 0-9 . _ -
 
