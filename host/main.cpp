@@ -51,6 +51,7 @@ int run(const Invocation& invocation) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): no memory for a complaint ends the process
 int main(int argc, char** argv) {
   orvix::program::openStandardStreams();
   const Invocation invocation = readCommandLine(argc, argv);

@@ -60,7 +60,7 @@ class Monitor {
     const Failure cause = session.explain(status);
     // No wait helps against these.
     if (cause.exitCode() == kConfiguration || hostkit::kindOf(status) == hostkit::StatusKind::kRefusedSettings) {
-      throw cause;
+      throw Failure(cause);
     }
     const bool isNews = failure != cause.what();
     failure = cause.what();

@@ -57,7 +57,7 @@ class Attempt {
   hostkit::Judgement run() {
     answer = session->sendSms(options.phone, text);
     listen();
-    const hostkit::Judgement judgement = judged();
+    hostkit::Judgement judgement = judged();
     if (judgement.mayWaitAtPrompt) {
       isHealed = hostkit::heal(&session->device()).isOk();
     }

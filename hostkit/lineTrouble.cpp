@@ -115,7 +115,7 @@ std::string accessAdvice(const std::string& path) {
 }
 
 std::string openTrouble(const std::string& path, int error) {
-  const std::string text = path + ": " + std::strerror(error);
+  std::string text = path + ": " + std::strerror(error);
   switch (error) {
     case ENOENT:
       if (path.rfind("/dev/tcp/", 0) == 0) {

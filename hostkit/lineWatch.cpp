@@ -10,7 +10,7 @@
 namespace orvix::hostkit {
 namespace {
 
-constexpr std::int64_t kSliceUs = 500 * 1000;
+constexpr std::int64_t kSliceUs = 500000;
 
 }  // namespace
 

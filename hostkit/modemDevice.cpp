@@ -101,6 +101,7 @@ ModemDevice::ModemDevice(std::shared_ptr<const PluginLibrary> plugin, const std:
   connection = connectionString(config);
 }
 
+// NOLINTNEXTLINE(bugprone-exception-escape): a lock that cannot be had ends the process
 ModemDevice::~ModemDevice() {
   if (device != nullptr) {
     const Turn turn(this, Turn::kAllLines);

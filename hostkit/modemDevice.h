@@ -45,11 +45,11 @@ class ModemDevice final : private IDeviceEventSink {
  public:
   // Makes the device of a JSON configuration file (docs/host-guide.md). Throws Error when it cannot be made, and when
   // the device does not take the file: it would run on its built-in default, a line that nobody named.
-  // `trace` and `listener` are borrowed for the device's life and may be null.
-  ModemDevice(std::shared_ptr<const PluginLibrary> library, const std::string& configFile, LineTrace* trace = nullptr,
-              DeviceListener* listener = nullptr);
+  // `trace` and `eventListener` are borrowed for the device's life and may be null.
+  ModemDevice(std::shared_ptr<const PluginLibrary> plugin, const std::string& configFile, LineTrace* trace = nullptr,
+              DeviceListener* eventListener = nullptr);
   // Closes the line. No other call may run or wait.
-  ~ModemDevice();
+  ~ModemDevice();  // NOLINT(bugprone-exception-escape)
   ModemDevice(const ModemDevice&) = delete;
   ModemDevice& operator=(const ModemDevice&) = delete;
 

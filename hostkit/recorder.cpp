@@ -26,9 +26,10 @@ Recorder::Recorder(const std::string& file, const std::string& line, IfThere ifT
   }
   write(recordingHeader(line));
   if (failed) {
-    const Error error = cannotRecord(file);
+    const int cause = errno;
     close(descriptor);
-    throw error;
+    errno = cause;
+    throw cannotRecord(file);
   }
 }
 

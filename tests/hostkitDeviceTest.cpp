@@ -131,6 +131,7 @@ TEST_F(HostkitDevice, AnyThreadMayCallAnyDevice) {
   std::unique_ptr<ModemDevice> devices[] = {make(lines[0].connectionString()), make(lines[1].connectionString())};
   std::atomic<int> done{0};
   std::vector<std::thread> threads;
+  threads.reserve(4);
   for (int number = 0; number < 4; ++number) {
     threads.emplace_back([&, number] {
       for (int round = 0; round < 25; ++round) {

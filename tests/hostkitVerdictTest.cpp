@@ -22,7 +22,7 @@ struct Row {
   std::vector<Step> behindNumber;  // of the traffic behind AT+CMGS
   Verdict verdict;
   std::optional<int> number = {};  // reference of a sent message, code of another
-  std::string flags = "";          // a(nswer), p(rompt may wait), c(an still prompt), r(esult may come), t(ext written)
+  std::string flags;               // a(nswer), p(rompt may wait), c(an still prompt), r(esult may come), t(ext written)
   bool hasReturned = true;
   bool okIsSent = false;
   ClassOverrides overrides = {};
@@ -36,6 +36,7 @@ std::string flagsOf(const Judgement& judgement) {
 
 std::vector<TrafficPiece> piecesOf(const std::vector<Step>& steps) {
   std::vector<TrafficPiece> pieces;
+  pieces.reserve(steps.size());
   for (const Step& step : steps) {
     pieces.push_back({0, step.direction == '>' ? kXplTraceSent : kXplTraceReceived, step.bytes});
   }

@@ -21,7 +21,7 @@ class OutboxTest : public OutboxRoom {
 
   // A fresh message in that state, with an uncertain attempt behind it or not.
   std::string in(MessageState state, bool isInDoubt) {
-    const std::string id = accept("+491");
+    std::string id = accept("+491");
     if (isInDoubt || state == MessageState::kUncertain) {
       attempt(id, uncertain());
       if (state != MessageState::kUncertain) {

@@ -118,7 +118,7 @@ class Bench final : public gateway::WorkerListener {
       return "/proc/self/exe";
     }
     const std::string test = std::filesystem::read_symlink("/proc/self/exe");
-    const std::string script = folder.write("worker", "#!/bin/sh\nexec " ORVIX_EMULATOR " '" + test + "' worker\n");
+    std::string script = folder.write("worker", "#!/bin/sh\nexec " ORVIX_EMULATOR " '" + test + "' worker\n");
     std::filesystem::permissions(script, std::filesystem::perms::owner_all);
     return script;
   }

@@ -12,7 +12,7 @@
 
 namespace orvix::gateway {
 
-inline constexpr std::size_t kMaxBody = 64 * 1024;  // bytes
+inline constexpr std::size_t kMaxBody = 65536;  // bytes
 
 struct Request {
   std::string method;

@@ -23,7 +23,7 @@ void FakeWorker::report(const std::string& registration) {
   listener->onReport(modem, told);
 }
 
-void FakeWorker::end(orvix::gateway::AttemptResult result) {
+void FakeWorker::end(const orvix::gateway::AttemptResult& result) {
   const auto over = std::exchange(order, std::nullopt);
   listener->onAttemptEnded(modem, over->id, over->number, result);
 }

@@ -20,7 +20,7 @@ struct FakeWorker {
   void ready() { listener->onState(modem, orvix::gateway::ModemState::kReady, ""); }
   void report(const std::string& registration);
   void prompt() { listener->onPrompt(modem, order->id, order->number); }
-  void end(orvix::gateway::AttemptResult result);
+  void end(const orvix::gateway::AttemptResult& result);
   void die();
 };
 

@@ -38,11 +38,11 @@ std::string faultOfObject(const json& value, const json& schema, const std::stri
   }
   const json properties = schema.value("properties", json::object());
   for (const auto& [key, member] : value.items()) {
-    if (!properties.contains(key) && schema.value("additionalProperties", true) == false) {
+    if (!properties.contains(key) && !schema.value("additionalProperties", true)) {
       return where + " has " + key + ", which is not described";
     }
     if (properties.contains(key)) {
-      if (const std::string fault = faultOf(member, properties[key], where + "." + key); !fault.empty()) {
+      if (std::string fault = faultOf(member, properties[key], where + "." + key); !fault.empty()) {
         return fault;
       }
     }
@@ -68,7 +68,7 @@ std::string faultOf(const json& value, const json& schemaOrReference, const std:
     return where + " is no time";
   }
   for (const json& element : value.is_array() ? value : json::array()) {
-    if (const std::string fault = faultOf(element, schema.at("items"), where + "[]"); !fault.empty()) {
+    if (std::string fault = faultOf(element, schema.at("items"), where + "[]"); !fault.empty()) {
       return fault;
     }
   }
