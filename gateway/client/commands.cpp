@@ -32,8 +32,11 @@ int listMessages(const Options& options) {
   const std::string state = options.state.empty() ? "" : "&state=" + percentEncoded(options.state);
   json messages = json::array();
   for (json next = ""; next.is_string();) {
-    const std::string after = next == "" ? "" : "&after=" + percentEncoded(next.get<std::string>());
-    json page = session.get(std::string("/v1/messages?limit=") + kMostAPage + state + after);
+    std::string path = std::string("/v1/messages?limit=").append(kMostAPage).append(state);
+    if (const auto after = next.get<std::string>(); !after.empty()) {
+      path.append("&after=").append(percentEncoded(after));
+    }
+    json page = session.get(path);
     for (json& message : page.at("messages")) {
       messages.push_back(std::move(message));
     }

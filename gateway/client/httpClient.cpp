@@ -18,7 +18,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr time_t kPatienceSeconds = 60;  // a full disk or a slow one may hold a commit up
-constexpr std::size_t kMostBytes = 64 * 1024 * 1024;
+constexpr std::size_t kMostBytes = std::size_t{64} * 1024 * 1024;
 
 class Connection {
  public:

@@ -107,7 +107,7 @@ int sendMessage(const Options& options) {
     const auto state = message.at("state").get<std::string>();
     if (codeOf(state) != kDone) {
       const std::string reason = message.at("reason").is_null() ? "" : ": " + cell(message.at("reason"));
-      program::complain("gsm-gateway", *id + " is " + state + reason);
+      program::complain("gsm-gateway", std::string(*id).append(" is ").append(state).append(reason));
     }
     code = worst(code, codeOf(state));
   }

@@ -12,7 +12,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::int64_t kRetryMs = 15 * 60 * 1000;
+constexpr std::int64_t kRetryMs = std::int64_t{15} * 60 * 1000;
 constexpr std::uint64_t kMostCounted = 999999;
 constexpr std::size_t kLongestHead = 1000;  // bytes, far more than any message holds
 

@@ -6,7 +6,7 @@
 namespace orvix::gateway {
 namespace {
 
-constexpr std::size_t kMostBytes = 1024 * 1024;
+constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kMostEvents = 4096;
 
 }  // namespace

@@ -15,7 +15,7 @@ namespace {
 
 constexpr unsigned kMostClients = 256;
 constexpr unsigned kMostClientsOfOneAddress = 192;
-constexpr std::size_t kMemoryOfClient = 32 * 1024;     // holds the request's head
+constexpr std::size_t kMemoryOfClient = std::size_t{32} * 1024;  // holds the request's head
 constexpr std::size_t kMostDiscarded = 16 * kMaxBody;  // of a body that is too long, so that its sender hears why
 constexpr std::int64_t kPatienceMs = 30000;            // for a request
 constexpr std::int64_t kPatienceWhenCrowdedMs = 5000;  // while more than half of the places are taken

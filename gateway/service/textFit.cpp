@@ -28,7 +28,7 @@ std::string cutPart(std::string* text, hostkit::Charset charset) {
       next = blank + 1;
     }
   }
-  const std::string part = text->substr(0, length);
+  std::string part = text->substr(0, length);
   text->erase(0, next);
   return part;
 }

@@ -52,7 +52,7 @@ class LikenessTables {
   }
 
  private:
-  bool isUsable() const { return converter != reinterpret_cast<iconv_t>(-1); }
+  bool isUsable() const { return converter != reinterpret_cast<iconv_t>(-1); }  // NOLINT(performance-no-int-to-ptr)
 
   // "?" for what is unknown, as the library answers.
   std::string convert(std::string_view letter) const {
