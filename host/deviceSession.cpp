@@ -1,5 +1,6 @@
 #include "host/deviceSession.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include "common/printable.h"
@@ -73,6 +74,12 @@ std::unique_ptr<hostkit::ModemDevice> create(const CommonOptions& options, const
   });
 }
 
+// The settings begin at the first colon, so a path with one cannot be named. Links by-path hold some, links by-id none.
+std::string colonAdvice(const std::string& line) {
+  const bool hasMore = std::count(line.begin(), line.end(), ':') > 1;
+  return hasMore ? "; a path that holds a colon cannot be used: name the line by its link in /dev/serial/by-id" : "";
+}
+
 }  // namespace
 
 void endInOrderOnSignals() {
@@ -141,7 +148,7 @@ Failure DeviceSession::explain(const Status& status) {
     case hostkit::StatusKind::kNoSettings:
       return {kConfiguration, text};
     case hostkit::StatusKind::kRefusedSettings:
-      return {kLine, "the settings of \"" + line + "\" are not accepted (" + text + ")"};
+      return {kLine, "the settings of \"" + line + "\" are not accepted (" + text + ")" + colonAdvice(line)};
     case hostkit::StatusKind::kLineNotOpened: {
       const std::string trouble = hostkit::lineTrouble(line);
       return {kLine, (trouble.empty() ? line + " cannot be opened" : trouble) + " (" + text + ")"};

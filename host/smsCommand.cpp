@@ -38,8 +38,11 @@ void requireFit(const hostkit::Fit& fit, bool isForced) {
 }
 
 void checkMessage(const std::string& phone, const std::string& text, hostkit::Charset charset, bool isForced) {
-  if (isForced && (phone.empty() || text.empty())) {
-    throw Failure(kUsage, "a message without number or text cannot even be forced");
+  if (text.empty()) {
+    throw Failure(kUsage, "the text is empty");
+  }
+  if (isForced && phone.empty()) {
+    throw Failure(kUsage, "a message without a number cannot even be forced");
   }
   if (phone.find('\0') != std::string::npos || text.find('\0') != std::string::npos) {
     throw Failure(kUsage, "the text holds a NUL byte, where it would be cut off");
