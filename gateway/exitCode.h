@@ -1,18 +1,19 @@
-// How gsm-gateway ends. Any thread.
+// How gsm-gateway ends: its exit statuses, which scripts rely on. A number keeps its meaning from version to version.
+// Any thread.
 #pragma once
 
 namespace orvix::gateway {
 
 enum ExitCode : int {
-  kDone = 0,
-  kFailure = 1,
-  kUsage = 2,
-  kBadConfiguration = 3,
-  kNotRunning = 4,  // client: no service there; run: one is running already
-  kNotSent = 5,     // failed, expired or cancelled
+  kDone = 0,              // send --wait: sent
+  kFailure = 1,           // anything that no other number names
+  kUsage = 2,             // of the command line
+  kBadConfiguration = 3,  // each problem stands on standard error
+  kNotRunning = 4,        // client: no service there; run: one is running already
+  kNotSent = 5,           // failed, expired or cancelled
   kUncertain = 6,
   kNotYet = 7,
-  kRefused = 8,
+  kRefused = 8,  // by the service: its words stand on standard error
 };
 
 }  // namespace orvix::gateway

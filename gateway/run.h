@@ -6,8 +6,9 @@
 
 namespace orvix::gateway {
 
-// Runs until SIGTERM, SIGINT or SIGHUP and returns an ExitCode; says on standard error what kept it from
-// starting. Tells systemd when it is ready, that it lives, and what it does.
+// Runs until SIGTERM, SIGINT or SIGHUP and returns an ExitCode: kDone after a stop that was wished (30 s at most),
+// kNotRunning where another service holds the storage folder, kFailure with the reason on standard error. Tells systemd
+// (sd_notify) when it is ready, that it lives, and what it does. Throws nothing.
 int runService(const Config& config);
 
 }  // namespace orvix::gateway

@@ -1,4 +1,6 @@
 // What ends a client command before its time. One thread.
+//
+// It is thrown from any depth; main() prints the text, which may hold foreign bytes, escaped, and exits with the code.
 #pragma once
 
 #include <stdexcept>
@@ -19,7 +21,8 @@ class Failure : public std::runtime_error {
   ExitCode code;
 };
 
-// A request went out, and what became of it is not known.
+// A request went out, and what became of it is not known. Told apart, since a message may be sent again only with the
+// id that it had.
 class Unanswered final : public Failure {
  public:
   explicit Unanswered(const std::string& text) : Failure(kNotRunning, text) {}

@@ -1,4 +1,6 @@
-// Requests to the service over its Unix socket: HTTP/1.1, a connection each. One thread.
+// Requests to the service over its Unix socket: HTTP/1.1 (RFC 9112), a connection each. One thread.
+//
+// Whether a request may be repeated depends on how far it got, so the two ways to get no answer are two types.
 #pragma once
 
 #include <stdexcept>
@@ -6,6 +8,7 @@
 
 namespace orvix::gateway {
 
+// The body is bytes; what they mean is the caller's.
 struct HttpReply {
   int status = 0;
   std::string body;
@@ -23,7 +26,9 @@ class NoAnswer : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// Throws NoService and NoAnswer; std::system_error when the socket may not be used or cannot be.
+// Sends one request and reads its answer, 64 MB at most. `target` is the path with its query, percent-encoded already.
+// Blocks for 60 s without a byte at most. Throws NoService and NoAnswer; std::system_error when the socket may not be
+// used (its file mode) or cannot be (its path is too long).
 HttpReply request(const std::string& socketPath, const std::string& method, const std::string& target,
                   const std::string& body = "");
 

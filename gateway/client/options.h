@@ -1,4 +1,7 @@
 // What the command line says, as the commands read it. Plain values.
+//
+// One struct for all commands: each reads its own members and leaves the others as they are. Words were checked against
+// their lists; what only the service can judge (number, text, id) comes to it as it was typed.
 #pragma once
 
 #include <optional>
@@ -11,12 +14,14 @@ struct Options {
   bool json = false;
   bool isVerbose = false;  // run
 
-  // send
+  // Of send. A word that is "" is left out of the request, so that the service's own default counts.
   std::string number;
   std::string text;
-  std::string priority;     // "": the service's own choice
-  std::string onUncertain;  // "": the service's own choice
+  std::string priority;
+  std::string onUncertain;
+  // Seconds from the acceptance, 1 to 31 days. None: the service's configuration says it.
   std::optional<int> expiresSeconds;
+  // How long to wait for the end of the message; none: not at all.
   std::optional<int> waitSeconds;
 
   std::string id;          // send, show, resolve, cancel

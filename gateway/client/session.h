@@ -14,7 +14,8 @@ class Session {
   // cannot be read.
   explicit Session(const Options& options);
 
-  // The service's answer. Failure: kRefused with the service's words, kNotRunning where none runs; Unanswered.
+  // The service's answer, parsed. Throws Failure: kRefused with the service's words, kNotRunning where none runs,
+  // kFailure for an answer that is no JSON; Unanswered.
   nlohmann::json get(const std::string& target) const { return ask("GET", target, ""); }
   nlohmann::json ask(const std::string& method, const std::string& target, const std::string& body) const;
 

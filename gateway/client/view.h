@@ -1,4 +1,6 @@
 // What the client commands show to a person. Pure functions; any thread.
+//
+// They take the JSON of the HTTP API and throw json::exception for a document that lacks a field of it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -15,6 +17,7 @@ std::string timeCell(const nlohmann::json& value);
 // Columns as wide as their widest cell, two blanks apart.
 std::string table(const std::vector<std::vector<std::string>>& rows);
 
+// Each ends with a line feed.
 std::string messagesView(const nlohmann::json& messages);
 std::string messageView(const nlohmann::json& message);
 std::string statusView(const nlohmann::json& status);

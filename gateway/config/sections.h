@@ -1,4 +1,8 @@
 // The parts of the configuration, one function an object, and what they share. Internal to this room. One thread.
+//
+// A function that reads takes its object by value when it is the only one to read it, and then refuses other keys; by
+// pointer when it reads some keys of it. Every problem goes to the list that the object carries, and the value is to be
+// used only when that list stayed empty.
 #pragma once
 
 #include <string>
@@ -17,9 +21,11 @@ std::vector<ModemConfig> readModems(StrictObject* root);
 HttpConfig readHttp(StrictObject object);
 MqttConfig readMqtt(StrictObject object);
 
+// Whether the text holds no other character than these; "" does.
 bool consistsOf(const std::string& text, const std::string& characters);
-// Names come back in addresses, topics and labels.
+// Names come back in HTTP paths, MQTT topics and Prometheus labels: 1 to 64 characters that need no escape in any.
 bool isName(const std::string& text);
+// A required key whose value must be such a name.
 std::string readName(StrictObject* object, const std::string& key);
 // A problem unless the file is there to be read; "" is no file.
 void refuseUnreadable(StrictObject* object, const std::string& key, const std::string& file);

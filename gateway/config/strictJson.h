@@ -1,4 +1,7 @@
 // JSON that is taken key by key, where whatever was not asked for is a problem. Internal to this room. One thread.
+//
+// The readers say what they want, and the wording of a problem and the path to its key are made here. An object borrows
+// the document, which must outlive it.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -16,18 +19,22 @@ using Problems = std::vector<ConfigProblem>;
 // The document; none, with the reason among the problems, when the text is no JSON object or a key stands twice.
 std::optional<nlohmann::json> parseStrictly(const std::string& text, Problems* problems);
 
-// One object of the document. What is asked for and wrong becomes a problem and gives the fallback.
+// One object of the document. A key that is not there gives the fallback; one of the wrong type or out of range becomes
+// a problem and gives the fallback, too. Asking for a key makes it a known one.
 class StrictObject {
  public:
   // Borrows all of them. An empty path is the document's own.
   StrictObject(const nlohmann::json& object, std::string pathOfIt, Problems* found);
 
   bool has(const std::string& key);
+  // A whole number from `least` to `most`, both included. 5.0 is none.
   int whole(const std::string& key, int fallback, int least, int most);
   bool truth(const std::string& key, bool fallback);
+  // A string without a zero byte.
   std::string text(const std::string& key, const std::string& fallback);
   // Without a fallback: one that is missing is a problem. "" then.
   std::string needed(const std::string& key);
+  // A list of strings, or the fallback as a whole.
   std::vector<std::string> texts(const std::string& key, const std::vector<std::string>& fallback);
 
   // One of a few words; `valueOf` knows them, `words` lists them for people.
@@ -54,7 +61,9 @@ class StrictObject {
   // To be called at the end: every key that nobody asked for.
   void refuseOthers();
 
+  // Adds a problem of that key; what a reader checks beyond type and range ends here.
   void complain(const std::string& key, const std::string& text);
+  // "modems[0].codes.500", as people find it in the file.
   std::string pathTo(const std::string& key) const;
 
  private:

@@ -15,7 +15,8 @@ struct AlertNotice {
   std::string identity;  // of groupKey, status and alerts: the same in a retry, another in a reminder of other alerts
 };
 
-// 400 no JSON, 422 no notification. Fields that are not needed may be missing or unknown.
+// Pure; the payload's UTF-8 is transliterated and cut to one message. 400 no JSON, 422 no notification. Fields that are
+// not needed may be missing or unknown.
 std::variant<AlertNotice, Refusal> readAlerts(const std::string& body, hostkit::Charset charset);
 
 // One message of priority alarm. The same notification to the same number within 15 minutes is a retry and gets the

@@ -1,6 +1,7 @@
 // The HTTP API: what each request is answered. One thread, the service's.
 //
-// The answer may be given away only when what it tells is committed: see Service::onCommitted.
+// Value in, value out: no socket, no library, so that every row is tested as it stands. The answer may be given away
+// only when what it tells is committed: see Service::onCommitted.
 #pragma once
 
 #include <functional>
@@ -19,12 +20,14 @@ struct DoorState {
   std::string state;
 };
 
+// What the rows work on.
 struct Api {
   Service* service;                               // borrowed
   std::function<std::vector<DoorState>()> doors;  // may be empty
 };
 
-// Checks in this order: 401, address and method (400, 404, 405), 413, query (422), then the row's own.
+// Checks in this order: 401, address and method (400, 404, 405), 413, query (422), then the row's own. HEAD is answered
+// as GET is; the library leaves the body out. Does not wait; throws nothing of its own, but what the service throws.
 Response answer(const Api& api, const Request& request);
 
 }  // namespace orvix::gateway

@@ -10,10 +10,12 @@
 
 namespace orvix::gateway {
 
-// The caller behind the Unix socket: may send to everybody without a limit, sees and touches everything.
+// The caller behind the Unix socket, whose file mode has decided already: may send to everybody without a limit, sees
+// and touches everything.
 Caller socketCaller();
 
-// By an Authorization header, "Bearer TOKEN"; none when no token's hash fits. Takes the same time whichever does.
+// By an Authorization header, "Bearer TOKEN" (RFC 6750; the scheme in any case); none when no token's hash fits. Takes
+// the same time whichever does.
 std::optional<Caller> callerWith(const std::string& authorization, const std::vector<TokenConfig>& tokens);
 
 }  // namespace orvix::gateway

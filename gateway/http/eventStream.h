@@ -1,6 +1,7 @@
-// What happens, for the readers of /v1/events. One thread, the service's.
+// What happens, for the readers of /v1/events, as server-sent events (WHATWG HTML, 9.2). One thread, the service's.
 //
-// The events of all readers stand in one ring of bounded size; a reader is a place in it. Without readers it is empty.
+// The events of all readers stand in one ring of bounded size (1 MB, 4096 events); a reader is a place in it. Who reads
+// so slowly that the ring has gone over his place is to be cut off. Without readers the ring is empty.
 #pragma once
 
 #include <cstdint>
@@ -11,6 +12,7 @@
 
 namespace orvix::gateway {
 
+// The writers' side.
 class EventStream final : public ServiceListener {
  public:
   explicit EventStream(const Service* source) : service(source) {}  // borrowed
@@ -18,9 +20,10 @@ class EventStream final : public ServiceListener {
   void onMessage(const Message& message) override;
   void onModem(const ModemView& modem) override;
   void onReport(const ModemView& modem) override;
-  // A line that says nothing: whoever reads sees that the connection is alive, and we that he still reads.
+  // For a timer: a line that says nothing. Whoever reads sees that the connection is alive, and we that he still reads.
   void comment();
 
+  // How many EventReaders live, for a limit on them.
   int readers() const { return readerCount; }
 
  private:
@@ -42,7 +45,7 @@ class EventStream final : public ServiceListener {
   int readerCount = 0;
 };
 
-// One reader, from now on.
+// One reader, from now on: nothing of before is repeated. It must not outlive its stream.
 class EventReader {
  public:
   EventReader(EventStream* source, const Caller& reader);  // `source` is borrowed
@@ -50,11 +53,12 @@ class EventReader {
   EventReader(const EventReader&) = delete;
   EventReader& operator=(const EventReader&) = delete;
 
-  // The next event that this caller may see, with its own counting id; "" when there is none yet.
+  // The next event that this caller may see, as bytes to be sent, with an id that counts this reader's events from 1;
+  // "" when there is none yet.
   std::string next();
   // Whether a call of next() is worth while.
   bool hasNews() const { return position < stream->end(); }
-  // Has events left unread that are gone from the ring.
+  // Has events left unread that are gone from the ring. next() gives nothing any more.
   bool isTooSlow() const { return position < stream->first; }
 
  private:

@@ -5,8 +5,8 @@
 
 namespace orvix::gateway {
 
-// A request whose way in is checked: a row gets its method, its path and the query keys that it knows. `request.caller`
-// is there but for rows that are open to everybody.
+// One request on its way to its row, all borrowed for the call. Token, address, method, length and query keys are
+// checked; `request.caller` is there but for rows that are open to everybody.
 struct Call {
   const Api& api;
   const Request& request;
@@ -14,15 +14,16 @@ struct Call {
 
   Service& service() const { return *api.service; }
   const Caller& caller() const { return *request.caller; }
-  // A part of the path, counted from 0.
+  // A part of the path, counted from 0: "/v1/messages/ID" has the id at 2.
   const std::string& part(std::size_t index) const { return target.path.at(index); }
   // None when the query does not have it.
   std::optional<std::string> parameter(const std::string& key) const;
 };
 
-// A whole number from `low` to `high`, digits only.
+// A whole number from `low` to `high`, digits only: no sign, no blank, no leading or trailing anything. None otherwise.
 std::optional<std::int64_t> numberIn(const std::string& text, std::int64_t low, std::int64_t high);
 
+// Messages (messageHandlers.cpp). Ids that do not exist and those of other owners are the same 404.
 Response postMessages(const Call& call);
 Response listMessages(const Call& call);
 Response showMessage(const Call& call);
@@ -31,6 +32,7 @@ Response resolveMessage(const Call& call);
 Response cancelMessage(const Call& call);
 Response postAlerts(const Call& call);
 
+// Modems and the service itself (statusHandlers.cpp).
 Response listModems(const Call& call);
 Response showHistory(const Call& call);
 Response showStatus(const Call& call);

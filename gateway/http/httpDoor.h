@@ -1,5 +1,8 @@
 // The service's door for HTTP: a Unix socket for programs of this machine, and TCP for those with a token. One thread,
 // the service's.
+//
+// Nothing here blocks. A request is answered only once its round is committed; when that fails, with 503, since nothing
+// of it happened then.
 #pragma once
 
 #include <cstdint>
@@ -17,22 +20,24 @@ namespace orvix::gateway {
 
 class HttpDoor {
  public:
-  // `served` is borrowed. Throws std::runtime_error, with the configuration's key, for an address that cannot be
-  // listened at.
+  // Listens from now on. `served` is borrowed and must outlive the door. Throws std::runtime_error, with the
+  // configuration's key, for an address that cannot be listened at.
   HttpDoor(Service* served, const HttpConfig& settings);
+  // Closes every connection and removes the socket's file.
   ~HttpDoor();
   HttpDoor(const HttpDoor&) = delete;
   HttpDoor& operator=(const HttpDoor&) = delete;
 
   // To be polled for reading. The same as long as the door lives.
   std::vector<int> descriptors() const;
+  // Serves whatever is ready; costs little when nothing is. To be called in every round of the loop.
   void onReady();
-  // When onReady must be called without a ready descriptor, in service time; none: never.
+  // When onReady must be called without a ready descriptor, in ms of service time; none: never.
   std::optional<std::int64_t> nextTimeMs() const;
-  // Connections that there are go on.
+  // Nobody new is let in; connections that there are go on.
   void stopAccepting();
 
-  // Where it listens.
+  // Where it listens, and what tellAlso adds.
   std::vector<DoorState> doors() const;
   // What else /v1/status tells of, besides this door.
   void tellAlso(std::function<std::vector<DoorState>()> others) { otherDoors = std::move(others); }

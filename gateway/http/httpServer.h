@@ -15,7 +15,8 @@
 
 namespace orvix::gateway {
 
-class HttpServer {
+// To be built, used and destroyed in one thread, and to outlive none of what its handlers refer to.
+class HttpServer public : {
  public:
   // To be called once, at any time; does nothing when the client is gone.
   using Reply = std::function<void(const Response&)>;
@@ -23,7 +24,7 @@ class HttpServer {
   struct Handlers {
     // Who speaks, by the Authorization header ("" without one).
     std::function<std::optional<Caller>(const std::string& authorization)> recognise;
-    // Must not throw.
+    // Answers now or later, in any order, from the same thread. Must not throw: the library that calls it is C.
     std::function<void(const Request&, Reply)> handle;
     // For a request that was answered with an event stream.
     std::function<std::unique_ptr<EventReader>(const Caller&)> beginEvents;

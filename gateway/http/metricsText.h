@@ -1,4 +1,4 @@
-// The service's counters in Prometheus' text format. Pure functions; any thread.
+// The service's counters in Prometheus' text format, version 0.0.4. Pure functions; any thread.
 #pragma once
 
 #include <string>
@@ -8,7 +8,8 @@
 
 namespace orvix::gateway {
 
-// A value that is not known is left out.
+// Names and labels are promised to the outside and never change. Times in seconds, the signal in dBm; a value that is
+// not known is left out rather than shown as 0. `nowMs` is service time.
 std::string metricsText(const Metrics& metrics, const Counts& counts, const std::vector<ModemView>& modems,
                         std::int64_t nowMs);
 

@@ -1,4 +1,4 @@
-// The API's description, gateway/http/openapi.json, compiled in. Any thread.
+// The API's description (OpenAPI 3), gateway/http/openapi.json, compiled in, zero-terminated. Any thread.
 #pragma once
 
 namespace orvix::gateway {

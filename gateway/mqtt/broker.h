@@ -14,38 +14,45 @@
 
 namespace orvix::gateway {
 
+// One thing that happened on the connection. Members that the kind does not name are empty.
 struct BrokerEvent {
   enum class Kind { kConnected, kDisconnected, kMessage, kTaken };
 
   Kind kind = Kind::kDisconnected;
-  std::string text;     // kDisconnected: why
-  std::string topic;    // kMessage
-  std::string payload;  // kMessage
+  std::string text;  // kDisconnected: why
+  // Of kMessage, as they came: foreign bytes, to be escaped wherever they are shown.
+  std::string topic;
+  std::string payload;
   int publication = 0;  // kTaken: what publish() returned
 };
 
 class Broker {
  public:
+  // What the broker publishes for us when the connection ends without a goodbye; QoS 1, retained.
   struct Will {
     std::string topic;
-    std::string payload;  // retained
+    std::string payload;
   };
 
+  // The client id is "gsm-gateway-ID", the session persistent, so that the broker keeps what comes while we are away.
   // Nothing connects before start(). Throws std::runtime_error for a file or a broker's name that is of no use.
   Broker(const MqttConfig& config, const Will& will, const std::string& subscription);
+  // Waits 3 s for the thread at most.
   ~Broker();
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
 
   void start();
-  // Readable while take() has something.
+  // For poll: readable while take() has something. Borrowed; the same as long as the broker lives.
   int descriptor() const;
   // What happened, in its order. Retained messages are left out; when a thousand others wait here, more are dropped:
   // their sender sees no acceptance and sends again.
   std::vector<BrokerEvent> take();
 
-  // QoS 1. None when it could not be queued. What was queued and not taken goes out again after a reconnection.
+  // QoS 1; the number that a kTaken will name once the broker took it. None when it could not be queued. What was
+  // queued and not taken goes out again after a reconnection. Never blocks.
   std::optional<int> publish(const std::string& topic, const std::string& payload, bool isRetained);
+  // A goodbye: the will is not published. Nothing connects again.
   void disconnect();
 
  private:

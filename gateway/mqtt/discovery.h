@@ -8,6 +8,7 @@
 
 namespace orvix::gateway {
 
+// To be published retained, in any order; the payload is JSON as Home Assistant's MQTT discovery describes it.
 struct Publication {
   std::string topic;
   std::string payload;

@@ -1,7 +1,8 @@
-// The MQTT door: takes messages on gsm/ID/send, tells what becomes of them, and shows modems and queue. One thread.
+// The MQTT door: takes messages on gsm/ID/send, tells what becomes of them, and shows modems and queue. One thread, the
+// service's; nothing here blocks.
 //
 // What becomes of a message is told from the notes that the outbox keeps, so that a restart goes on where the broker
-// stopped taking; a note goes when the broker has taken it.
+// stopped taking; a note goes when the broker has taken it. A note may so be told twice, never not at all.
 #pragma once
 
 #include <cstdint>
@@ -17,39 +18,45 @@ namespace orvix::gateway {
 
 class MqttDoor final : private ServiceListener {
  public:
-  // `service` is borrowed. Connects from now on. Throws std::runtime_error for a configuration that cannot work.
+  // `service` is borrowed and must outlive the door, whose listener it keeps. Connects from now on. Throws
+  // std::runtime_error for a configuration that cannot work.
   MqttDoor(Service* service, const MqttConfig& config);
   MqttDoor(const MqttDoor&) = delete;
   MqttDoor& operator=(const MqttDoor&) = delete;
 
+  // To be polled for reading. The same as long as the door lives.
   int descriptor() const { return broker.descriptor(); }
   // Takes what the broker brought, as part of the present round.
   void onReady();
   // Tells what is to be told; call it behind the commit, for what is not durable must not be told.
   void tell();
+  // When onReady and tell must be called even though nothing is ready, in ms of service time; none: never.
   std::optional<std::int64_t> nextTimeMs() const;
   bool isConnected() const { return connected; }
 
-  // Takes nothing more and publishes "offline"; true from isStopped() on once the broker took it, or cannot.
+  // Takes nothing more and publishes "offline"; isStopped() tells when the broker took that, or cannot.
   void stop();
   bool isStopped() const { return !connected || hasSaidGoodbye; }
 
  private:
+  // Told by the service, after the commit of what it tells.
   void onMessage(const Message& message) override;
   void onModem(const ModemView& modem) override;
   void onReport(const ModemView& modem) override;
 
+  // What the broker brought.
   void onEvent(const BrokerEvent& event);
   void onConnected();
   void onTaken(int publication);
   void onCommand(const std::string& payload);
   void refuse(const std::string& id, const Refusal& refusal);
+  // Retained topics: the newest value is what a late subscriber gets.
   void show(const std::string& topic, const std::string& payload);
   void showModem(const ModemView& modem);
   void showQueue();
-  void remember(const Message& message);
+  void remember(const Message& message);  // as the last result
   void tellMessages();
-  void dropTaken();
+  void dropTaken();  // with the next commit
 
   Service* const service;
   const MqttConfig config;
@@ -57,19 +64,21 @@ class MqttDoor final : private ServiceListener {
   const Caller caller;
   Broker broker;
   bool connected = false;
-  std::string trouble;
+  std::string trouble;  // why there is no broker; logged once per reason
   std::map<std::string, ModemState> shownStates;
   bool isQueueChanged = false;
   std::int64_t nextQueueMs = 0;
   nlohmann::json lastResult;
 
-  std::map<int, std::int64_t> told;  // publication to note
-  std::int64_t lastTold = 0;         // note
+  // Notes on their way out: from the publication's number to the note's, and the highest note that was published.
+  std::map<int, std::int64_t> told;
+  std::int64_t lastTold = 0;
   bool isMoreToTell = true;
-  std::vector<std::int64_t> taken;  // notes that can go with the next commit
+  // Notes that the broker took, and when they are dropped together.
+  std::vector<std::int64_t> taken;
   std::int64_t dropMs = 0;
 
-  std::optional<int> goodbye;
+  std::optional<int> goodbye;  // the publication that says "offline"
   bool hasSaidGoodbye = false;
 };
 

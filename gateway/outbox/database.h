@@ -1,5 +1,8 @@
 // SQLite as this room uses it: statements that are prepared once and kept, errors as StoreError, one open transaction.
-// Internal. One thread.
+// The only header that knows of SQLite. Internal. One thread.
+//
+// A failed statement rolls the open transaction back before it throws, so that no half of a group of changes can be
+// committed later. Numbers are 64 bits wide, enumerations stand as their numbers, a bool as 0 or 1.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +18,8 @@ struct sqlite3_stmt;
 
 namespace orvix::gateway {
 
-// The rows that a statement yields. While one of them is alive, the same piece of SQL must not be used again.
+// The rows that a statement yields, one at a time. While one of these is alive, the same piece of SQL must not be used
+// again; that is why the callers close a loop in braces before they write.
 class Rows {
  public:
   Rows(sqlite3* connection, sqlite3_stmt* prepared) : database(connection), statement(prepared) {}
@@ -24,8 +28,10 @@ class Rows {
   Rows(const Rows&) = delete;
   Rows& operator=(const Rows&) = delete;
 
-  bool next();  // to the first row, to the next one; false behind the last
+  // To the first row, then to the next one; false behind the last. Throws StoreError.
+  bool next();
 
+  // Columns count from 0, in the order of the SELECT. A NULL reads as 0 or "".
   std::int64_t number(int column) const;
   std::string text(int column) const;
   bool isNull(int column) const;
@@ -46,20 +52,24 @@ class Rows {
 
 class Database {
  public:
-  // Opens the file for reading and writing, and makes it when it is not there. Takes no lock yet.
+  // Opens the file for reading and writing, and makes it when it is not there. Takes no lock yet: the first statement
+  // that reads or writes does. Throws StoreError.
   explicit Database(const std::string& file);
   ~Database();
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
 
-  // Whether closing brings the log into the file. Off from the start: a file that is refused stays as it is.
+  // Whether closing brings the write-ahead log into the file. Off from the start: a file that is refused stays as it
+  // is, byte for byte.
   void checkpointOnClose(bool isOn);
+  // Whether the file system lets the file only be read: SQLite opens it even so.
   bool isReadOnly() const;
 
-  // Several statements without arguments or rows.
+  // Several statements without arguments or rows, each on its own unless the script begins a transaction itself.
   void script(const std::string& sql);
 
-  // A query. Statements are kept by the address of their text: literals only. Arguments fill the places in order.
+  // A query. Statements are kept by the address of their text, so only literals will do, which the parameter's type
+  // requires. Arguments fill the places (?1, ?2 or ?) in order; texts are copied. Throws StoreError.
   template <std::size_t kSize, typename... Arguments>
   Rows rows(const char (&sql)[kSize], const Arguments&... arguments) {
     sqlite3_stmt* const statement = prepared(sql);
@@ -74,19 +84,24 @@ class Database {
     rows(sql, arguments...).next();
   }
 
-  // A statement that is to become durable: joins the open transaction or begins it.
+  // A statement that is to become durable: joins the open transaction or begins it. It is on the disk after commit().
   template <std::size_t kSize, typename... Arguments>
   void change(const char (&sql)[kSize], const Arguments&... arguments) {
     begin();
     run(sql, arguments...);
   }
 
-  std::int64_t lastSequence() const;  // key of the row inserted last
-  bool hasChanges() const;            // a transaction is open
+  // Key of the row that was inserted last.
+  std::int64_t lastSequence() const;
+  // Whether a transaction is open, and so something to be committed.
+  bool hasChanges() const;
+  // Does nothing when there is nothing to commit. Throws StoreError, with the transaction rolled back.
   void commit();
+  // What was changed since the last commit never happened, in temporary tables as well.
   void rollback() noexcept;
 
  private:
+  // Takes the write lock at once (BEGIN IMMEDIATE), not in the middle of a group of changes.
   void begin();
   sqlite3_stmt* prepared(const char* sql);
   void bind(sqlite3_stmt* statement, int place, std::int64_t value);

@@ -1,5 +1,8 @@
 // The life of a message: every move there is, and what follows from the end of an attempt. Internal. Pure functions;
 // any thread.
+//
+// What is not in the table cannot happen: one function makes all moves and throws for any other. moves.cpp asserts at
+// compile time that every state can be entered and can end, and that no doubt ends by itself otherwise than sent.
 #pragma once
 
 #include <cstddef>
@@ -12,6 +15,7 @@
 
 namespace orvix::gateway {
 
+// Why a message moves. Each belongs to one state, which it leads away from.
 enum class Cause {
   kBegun,       // a modem takes it
   kWentOut,     // the modem said so
@@ -25,11 +29,13 @@ enum class Cause {
   kSaidDrop,
 };
 
+// One row of the table.
 struct Move {
   MessageState from;
   Cause cause;
   MessageState to;
-  MessageState toInDoubt;  // when an attempt of it is uncertain: only a person ends that otherwise than sent
+  // When an attempt of it is uncertain: only a person ends that otherwise than sent.
+  MessageState toInDoubt;
 };
 
 inline constexpr Move kMoves[] = {
@@ -55,7 +61,7 @@ constexpr std::optional<MessageState> stateAfter(MessageState from, Cause cause,
   return std::nullopt;
 }
 
-// Nothing moves out of it any more.
+// Nothing moves out of it any more: these states have a time at which they ended, and are purged after keepDays.
 constexpr bool isEnded(MessageState state) {
   for (const Move& move : kMoves) {
     if (move.from == state) {
@@ -65,17 +71,19 @@ constexpr bool isEnded(MessageState state) {
   return true;
 }
 
-// What the end of an attempt brings about.
+// What the end of an attempt brings about: a move, and how the next attempt is affected.
 struct Outcome {
   Cause cause = Cause::kRetry;
-  bool isCounted = false;  // as one of maxAttempts
+  bool isCounted = false;  // as one of maxAttempts; what is no fault of the message is not
   bool waits = false;      // kRetry: for its retry time, else it is free at once
 };
 
-// `attempts`: those that counted before.
+// `attempts`: those that counted before this one. At maxAttempts a retry becomes the end: failed, or uncertain when
+// this attempt was.
 Outcome outcomeOf(const AttemptEnd& end, OnUncertain onUncertain, int attempts, const SendingConfig& sending);
 
-// How long to wait after that many retries in a row.
+// How long to wait after that many retries in a row, from 0: retrySeconds, doubled with each of them up to
+// retryLimitSeconds.
 std::int64_t retryDelayMs(int retries, const SendingConfig& sending);
 
 }  // namespace orvix::gateway

@@ -1,5 +1,7 @@
 // The modems' measurements over time, thinned with age: each for a day, means of 5 minutes for 30 days, of an hour for
 // a year. Internal. One thread.
+//
+// Every measurement is written into all three levels at once, so that thinning is nothing but deleting old rows.
 #pragma once
 
 #include <cstdint>
@@ -16,6 +18,7 @@ class Reports {
  public:
   explicit Reports(Database* outbox) : database(outbox) {}
 
+  // dBm: none where the modem did not know it. Throws nothing: it only waits in memory.
   void add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
   // Whether what was added has waited long enough for its write.
   bool areDue() const;
@@ -23,7 +26,7 @@ class Reports {
   // that a full disk fills no memory.
   void write();
 
-  // As Outbox tells it.
+  // As Outbox tells it; what still waits for its write is seen as well. `nowMs` decides which level tells of what time.
   std::vector<HistoryPoint> history(const std::string& modem, std::int64_t fromMs, std::int64_t toMs, int points,
                                     std::int64_t nowMs);
 

@@ -1,4 +1,6 @@
 // Rows of the tables message and attempt as values. Internal. One thread.
+//
+// The values own their bytes, so that the statement can go on or be used again.
 #pragma once
 
 #include <cstdint>
@@ -13,9 +15,10 @@
 namespace orvix::gateway {
 
 // A message without its attempts, and what only this room knows of it.
-struct Record {
-  Message message;
-  std::optional<std::string> batch;
+// Budgets and the queue work on these: the world never sees them.
+struct Record Message message;
+{
+  std::optional<std::string> batch;  // id of the request that it is a part of
   std::string fingerprint;
   int charsets = 0;        // bit N: hostkit::Charset N carries the text
   bool isInDoubt = false;  // an attempt of it is uncertain
@@ -23,9 +26,10 @@ struct Record {
   int retries = 0;         // in a row
 };
 
-// Of "SELECT * FROM message".
+// Of "SELECT * FROM message": the columns are taken by their place in the table.
 Record recordOf(const Rows& rows);
 
+// Of one message, from its first to its last.
 std::vector<Attempt> attemptsOf(Database* database, std::int64_t sequence);
 
 // The charsets that carry the text, as Record keeps them.

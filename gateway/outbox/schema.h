@@ -1,4 +1,6 @@
 // The database's file: its tables, and what is refused before a byte of it is touched. Internal. One thread.
+//
+// docs/reliability.md tells what a start finds on the disk and makes of it.
 #pragma once
 
 #include <memory>
@@ -17,7 +19,8 @@ class StoreFolder {
   StoreFolder(const StoreFolder&) = delete;
   StoreFolder& operator=(const StoreFolder&) = delete;
 
-  // Opens or makes outbox.db in it.
+  // Opens or makes outbox.db in it, mode 0600, and brings the tables of an older version up to date. Throws as above,
+  // with the file's path.
   std::unique_ptr<Database> openDatabase() const;
 
  private:

@@ -1,4 +1,7 @@
 // What the sources of this room share behind Outbox. Internal. One thread.
+//
+// Records are read, changed in memory, and given to move(), which writes them as a whole: what a caller sets in a
+// record is on the disk only behind that.
 #pragma once
 
 #include <cstdint>
@@ -20,22 +23,29 @@ namespace orvix::gateway {
 struct Outbox::Store {
   Store(const StorageConfig& storageConfig, const SendingConfig& sendingConfig);
 
-  // Time goes on with every call that tells one.
+  // The later of the time that is told and the last one; every public function calls it before it looks at nowMs.
   std::int64_t at(std::int64_t timeMs);
 
+  // By its id; none when there is no such message.
   std::optional<Record> record(const std::string& id);
+  // By its key; std::logic_error when there is no such message, for keys come from the database itself.
   Record recordAt(std::int64_t sequence);
-  // The message as the world sees it now.
+  // The message as the world sees it now: with its attempts, and with what it waits for.
   Message shown(Record record);
 
+  // Into the table, the counts and the queue; its key.
   std::int64_t insert(const NewMessage& message, const NewRequest& request);
-  // The only writer of a message's state. What the cause tells of the message is in the record already.
+  // The only writer of a message's state. What the cause tells of the message is in the record already. Keeps the
+  // counts, the queue and the notes in step; std::logic_error for a move that is not in the table.
   void move(Record* record, Cause cause);
+  // For the owner "mqtt" alone.
   void addNote(const Record& record);
+  // Counts of states are kept, since counting 100,000 rows at every look at the queue would cost too much.
   void count(MessageState state, int difference);
   int attemptsBegun(std::int64_t sequence);
+  // The end of the attempt that runs, from whatever side it is told.
   Message finishAttempt(Record record, const AttemptEnd& end);
-  void renew(Record* record);
+  void renew(Record* record);  // for a person's resend
   void remove(const Record& record);
 
   const StorageConfig storage;
@@ -44,7 +54,8 @@ struct Outbox::Store {
   const std::unique_ptr<Database> database;
   Queue queue;
   Reports reports;
-  std::int64_t nowMs = 0;
+  std::int64_t nowMs = 0;  // latest time told; never earlier than what was stored
+  // As they stand on the disk, for the clock of the next start.
   std::int64_t storedTimeMs = 0;
   std::int64_t storedOffsetMs = 0;
   std::int64_t offsetMs = 0;

@@ -1,4 +1,6 @@
 // What the database did not do. Plain values; any thread.
+//
+// The text is for people and tells no SQL; the caller's changes since the last commit are void.
 #pragma once
 
 #include <stdexcept>
@@ -9,6 +11,7 @@ namespace orvix::gateway {
 class StoreError : public std::runtime_error {
  public:
   StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}
+  // Whether space would help.
   bool isDiskFull() const { return isFull; }
 
  private:

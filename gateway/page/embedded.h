@@ -1,4 +1,4 @@
-// The files of this folder as the build compiled them in. Internal.
+// The files of this folder as the build compiled them in, zero-terminated. Internal; any thread.
 #pragma once
 
 namespace orvix::gateway {

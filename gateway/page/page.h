@@ -1,4 +1,5 @@
-// The status page: one file with style and script inside, compiled in. Any thread.
+// The status page: one file with style and script inside, compiled in, so that it is never read from disk at run time
+// and needs nothing from another host. Any thread.
 #pragma once
 
 #include <string>

@@ -10,9 +10,10 @@ namespace orvix::gateway {
 
 class ServiceClock {
  public:
-  // What was stored last; 0 and 0 at the very first start.
+  // What was stored last, both in ms; 0 and 0 at the very first start, when service time begins as wall time.
   ServiceClock(std::int64_t storedMs, std::int64_t storedOffsetMs);
 
+  // Never goes back.
   std::int64_t nowMs() const;
   // To be added to a service time for showing it; follows the wall clock's jumps whenever update() is called.
   std::int64_t offsetMs() const { return offset; }

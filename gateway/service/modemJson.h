@@ -1,4 +1,5 @@
-// A modem and its report as every door shows them. Pure functions; any thread.
+// A modem and its report as every door shows them; `offsetMs` brings service time to wall time. Pure functions; any
+// thread.
 #pragma once
 
 #include <nlohmann/json.hpp>

@@ -1,4 +1,6 @@
 // What someone wants sent, and the plain values in which the service answers its doors. Pure functions; any thread.
+//
+// HTTP and MQTT read the same JSON here, so that both take and refuse the same with the same words.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -26,24 +28,30 @@ struct Refusal {
   std::optional<int> retryAfterSeconds;  // with 429 and 503
 };
 
+// A request as it was given, its types checked: whether numbers and text are fit is the service's to say.
 struct Submission {
   std::optional<std::string> id;
-  std::vector<std::string> to;
-  bool isList = false;  // `to` was a list: the answer is one, too
+  std::vector<std::string> to;  // 1 to 100 numbers
+  bool isList = false;          // `to` was a list: the answer is one, too
   std::string text;
+  // None: normal, or the caller's highest where that is less.
   std::optional<Priority> priority;
+  // From the acceptance on, 1 s to 31 days; none: the configuration's.
   std::optional<int> expiresSeconds;
   OnUncertain onUncertain = OnUncertain::kHold;
-  std::optional<std::string> modem;
+  std::optional<std::string> modem;  // the only one that may take it
 };
 
-// The body of POST /v1/messages and of gsm/ID/send. 400 no JSON, 422 no object, a field is wrong or unknown.
+// The body of POST /v1/messages and of gsm/ID/send, UTF-8. 400 no JSON, 422 no object, a field is wrong, missing,
+// unknown or there twice.
 std::variant<Submission, Refusal> readSubmission(const std::string& text);
 
-bool isUsableId(const std::string& id);  // 1 to 64 of A-Z a-z 0-9 . _ -
+// 1 to 64 of A-Z a-z 0-9 . _ -, so that it needs no escape in an address or a topic.
+bool isUsableId(const std::string& id);
 
 // A message as every door shows it; `offsetMs` brings service time to wall time.
 nlohmann::json messageJson(const Message& message, std::int64_t offsetMs);
+// {"error", "field"}; the status is the door's to carry.
 nlohmann::json refusalJson(const Refusal& refusal);
 
 }  // namespace orvix::gateway

@@ -11,7 +11,8 @@
 
 namespace orvix::gateway {
 
-// The texts of the messages that carry `text`, each fit for at least one of the character sets; or why there are none.
+// The texts of the messages that carry `text` (UTF-8): one, or up to 9 that begin with "(1/3) ". Each is fit for at
+// least one of the character sets; or a 422 that says why there are none.
 std::variant<std::vector<std::string>, Refusal> textsFor(const std::string& text,
                                                          const std::vector<hostkit::Charset>& charsets,
                                                          const SendingConfig& sending);

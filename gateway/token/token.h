@@ -6,13 +6,14 @@
 
 namespace orvix::gateway {
 
-// 32 bytes from the kernel's random source, in hexadecimal. Throws std::system_error when it has none.
+// 32 bytes from the kernel's random source (getrandom), as 64 hexadecimal digits. Throws std::system_error when it has
+// none.
 std::string newToken();
 
 // SHA-256 in 64 lower-case hexadecimal digits.
 std::string sha256Of(std::string_view bytes);
 
-// In a time that tells nothing about where they differ.
+// Compares in a time that tells nothing about where they differ, for a guess must not be led by it.
 bool isSameHash(const std::string& a, const std::string& b);
 
 }  // namespace orvix::gateway

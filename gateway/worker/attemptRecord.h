@@ -1,4 +1,7 @@
 // The supervisor's record of the attempt that a worker makes: what it may do, and its traffic so far. One thread.
+//
+// The supervisor keeps the traffic itself, as it happens, so that it outlives a worker that dies. It grows to
+// kMostTrafficBytes of received and sent bytes at most; what a modem says beyond that is not kept.
 #pragma once
 
 #include <optional>
@@ -16,17 +19,19 @@ class AttemptRecord {
   AttemptRecord(const AttemptOrder& attempt, const ModemConfig* config) : made(attempt), modem(config) {}
 
   const AttemptOrder& order() const { return made; }
+  // The traffic in the format of docs/recording.md.
   std::string recording() const;
 
-  // What the worker tells. Each throws ProtocolError for what no honest worker tells.
+  // What the worker tells, in its order. Each throws ProtocolError for what no honest worker tells: a second prompt, or
+  // an end with the text out that nobody gave leave to write.
   void take(const TrafficNews& news);
   void takePrompt();
   // The result, with its recording.
   AttemptResult end(const EndNews& news) const;
 
-  // The text may be written; false before the prompt.
+  // The mark is committed, so the text may be written. False before the prompt, when nobody has asked for leave.
   bool allow();
-  // What the traffic proves though the worker is gone: sent or refused.
+  // What the traffic proves though the worker is gone: sent or refused. None when it leaves a doubt.
   std::optional<AttemptResult> provenResult() const;
 
  private:

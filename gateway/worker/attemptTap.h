@@ -1,5 +1,5 @@
 // Sees every byte of the line from inside the plug-in's calls: keeps the traffic, hands an attempt's on to the
-// supervisor as it happens, and holds the plug-in back at the prompt. One thread.
+// supervisor as it happens, and holds the plug-in back at the prompt. One thread, the one that calls the plug-in.
 #pragma once
 
 #include <string>
@@ -12,13 +12,14 @@ namespace orvix::gateway {
 
 class AttemptTap final : public hostkit::TrafficListener {
  public:
-  explicit AttemptTap(SupervisorLink* supervisor) : link(supervisor) {}
+  explicit AttemptTap(SupervisorLink* supervisor) : link(supervisor) {}  // borrowed
 
   // Forgets the traffic so far; what comes belongs to an attempt until end, or to a probe.
   void begin(bool isAttempt);
   void end() { isStreaming = false; }
 
   const std::vector<hostkit::TrafficPiece>& traffic() const { return pieces; }
+  // All received bytes in one, and whether anything was sent: a line that takes no byte tells nothing of its modem.
   std::string received() const;
   bool hasSent() const;
 
@@ -27,13 +28,14 @@ class AttemptTap final : public hostkit::TrafficListener {
   void onTraffic(const hostkit::TrafficPiece& piece) override;
 
  private:
+  // Whether the piece brings the prompt that this attempt waits for.
   bool isPrompt(const hostkit::TrafficPiece& piece);
 
   SupervisorLink* link;
   std::vector<hostkit::TrafficPiece> pieces;
   std::size_t receivedBytes = 0;
   bool isStreaming = false;
-  bool isNumberGiven = false;
+  bool isNumberGiven = false;  // AT+CMGS= was sent, so a '>' is its prompt
   bool isAllowed = false;
 };
 

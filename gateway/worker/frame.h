@@ -2,7 +2,8 @@
 //
 //   | 0-3 length of what follows, low byte first | 4 version | 5 type | 6... one BSON document |
 //
-// Neither end trusts the other: a frame that is too long or of another version throws.
+// Neither end trusts the other: a frame that is too long or of another version throws, and its end closes the socket.
+// Both ends come out of the same file of the same program, so another version means that it was replaced meanwhile.
 #pragma once
 
 #include <cstddef>
@@ -23,6 +24,7 @@ class ProtocolError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// What the type means and what the document holds is protocol.h's.
 struct Frame {
   std::uint8_t type = 0;
   std::string body;

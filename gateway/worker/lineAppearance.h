@@ -34,7 +34,8 @@ class LineAppearance {
     void operator()(udev_monitor* listener) const { udev_monitor_unref(listener); }
   };
 
-  void listenToUdev();
+  void listenToUdev();  // does nothing where no udev runs
+  // Watches the folders on the way to the device, which may be others after every look.
   void watchFolders();
   void add(int descriptor);
 

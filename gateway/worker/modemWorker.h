@@ -1,4 +1,7 @@
 // Keeps one modem in service and sends what is ordered: the whole work of a worker process. One thread.
+//
+// It goes round: look at what has come (orders, a hang-up, a line that appeared), then take one step, which is one call
+// into the plug-in. A call cannot be broken off; the supervisor kills the process when one lasts too long.
 #pragma once
 
 #include <cstdint>
@@ -17,38 +20,47 @@ namespace orvix::gateway {
 
 class ModemWorker {
  public:
-  // `supervisor` is borrowed. Throws hostkit::Error when the plug-in or the configuration is not fit to work with.
+  // `supervisor` is borrowed. Opens no line yet. Throws hostkit::Error when the plug-in or the configuration is not fit
+  // to work with.
   ModemWorker(SupervisorLink* supervisor, const StartOrder& order);
 
   // Returns when the supervisor wishes a stop, with the line closed.
   void run();
 
  private:
-  // Between two steps.
+  // Between two steps: waits until something comes or the next step is due.
   void lookAround();
   void onAppearance();
-  // To keep the modem in service.
+  // To keep the modem in service: each is one step, and sets `dueMs`, the time of the next one.
   void takeStep();
   void startDevice();
   void report();
   void heal();
+  // Closes the device, so that the next step looks for its line anew.
   void loseLine(const std::string& why);
 
   // One message, from its order to its result and to what the modem needs behind it.
   void attempt(const AttemptOrder& order);
+  // Ends an order without a byte to the modem; `counts` as an attempt.
   void refuse(const std::string& why, bool counts);
   hostkit::Judgement judgementOf(const AttemptOrder& order) const;
+  // The call, and the wait for a late result behind it.
   hostkit::Judgement send(const AttemptOrder& order);
   void prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result);
+  // Waits for the prompt that the plug-in no longer waited for, so that the Escape comes behind it.
   void awaitPrompt(const AttemptOrder& order);
+  // Reads the line for so long at most, or until it is enough; writes nothing.
   void listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough);
 
+  // A word to the supervisor after 30 s without one.
   void showLife();
+  // `isCall`: the next thing is a call into the plug-in, whose time the supervisor watches.
   void tellDoing(const std::string& what, bool isCall);
   // Both tell the supervisor of a change alone.
   void tellReady();
   void tellNotReady(const std::string& why);
   std::string troubleOf(const Status& status) const;
+  // After each call: two in a row without a final result, and the modem is taken to wait at its prompt.
   void countProbe();
 
   SupervisorLink* link;
@@ -63,11 +75,11 @@ class ModemWorker {
   std::string reason;
   std::string doing;
   bool wasLost = false;
-  bool needsHealing;
+  bool needsHealing;           // an Escape before any other byte
   bool awaitsNetwork = false;  // a message was refused for want of one
   bool isSuspect = false;      // it refused a message for itself or its SIM card, whatever its reports say
   int unansweredProbes = 0;
-  std::int64_t delayMs;
+  std::int64_t delayMs;    // of the backoff while the modem is not ready
   std::int64_t dueMs = 0;  // of the next step to keep the modem in service
 };
 

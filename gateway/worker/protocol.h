@@ -19,7 +19,7 @@ namespace orvix::gateway {
 // no disk. A whole dialogue takes less than a thousand.
 inline constexpr std::size_t kMostTrafficBytes = 65536;
 
-// To the worker.
+// To the worker. What it is told in StartOrder holds until the process ends.
 
 // Always first.
 struct StartOrder {
@@ -37,6 +37,7 @@ struct StartOrder {
 // Answers PromptNews: the text may be written.
 struct GoAhead {};
 
+// Ends the process once its call has returned and its line is closed; a late result is listened for so long at most.
 struct StopOrder {
   int listenSeconds = 0;
 };
@@ -45,6 +46,7 @@ using ToWorker = std::variant<StartOrder, AttemptOrder, GoAhead, StopOrder>;
 
 // From the worker.
 
+// The reason is for people; "" when the modem is ready.
 struct StateNews {
   ModemState state = ModemState::kNoData;
   std::string reason;
@@ -57,17 +59,19 @@ struct DoingNews {
   bool isCall = false;
 };
 
-// The three belong to the attempt that runs.
+// The three belong to the attempt that runs; without one they break the protocol.
 struct TrafficNews {
-  std::int64_t us = 0;
+  std::int64_t us = 0;  // of the monotonic clock, not negative
   XplTraceKind kind = kXplTraceReceived;
   std::string bytes;
 };
+// Asks for leave to write the text: GoAhead, or no answer.
 struct PromptNews {};
 struct EndNews {
   AttemptResult result;  // without its recording, which is made of the traffic
 };
 
+// For counters: an Escape freed the modem from its prompt; a modem that was lost is ready again.
 struct HealedNews {};
 struct ReconnectedNews {};
 

@@ -17,11 +17,12 @@ class SupervisorLink {
   explicit SupervisorLink(int descriptor) : socket(descriptor) {}
 
   int descriptor() const { return socket; }
+  // Blocks until the supervisor has taken it all; ends the process when that is gone.
   void send(const FromWorker& message);
   // When the last message was sent, by nowMs of workerTime.h.
   std::int64_t lastSentMs() const { return sentMs; }
 
-  // Takes in what has come, waiting up to `timeoutMs` for the first byte.
+  // Takes in what has come, waiting up to `timeoutMs` for the first byte; -1 waits for ever, 0 not at all.
   void receive(int timeoutMs = 0);
   // The order to start; waits for it.
   StartOrder waitForStart();
@@ -34,6 +35,7 @@ class SupervisorLink {
   bool isStopWished() const { return stopMs.has_value(); }
 
  private:
+  // Each order is kept until it is asked for.
   void take(const StartOrder& order) { start = order; }
   void take(const AttemptOrder& order) { attempt = order; }
   void take(const GoAhead& /*order*/) { isAllowed = true; }

@@ -1,7 +1,8 @@
 // The supervisor's end of one worker process: spawns it, speaks with it, kills it when it is stuck.
 //
 // Threads: one, the supervisor's loop; the process is killed when the thread that started it ends. Nothing here blocks:
-// frames are queued and moved when the socket is ready.
+// frames are queued and moved when the socket is ready. Times are service time in ms, given by the caller. What cannot
+// be done (no process can be started, a worker that breaks the protocol) is told to the listener; nothing is thrown.
 #pragma once
 
 #include <cstdint>
@@ -18,41 +19,49 @@ namespace orvix::gateway {
 enum class ModemState { kNoData, kNotAvailable, kReady };
 const char* wordOf(ModemState state);  // "noData", "notAvailable", "ready"
 
+// What the plug-in's report says of signal and registration.
 struct ModemReport {
-  std::optional<int> dBm;      // none: unknown
-  std::optional<int> percent;  // 0 to 100
-  std::string registration;    // none, home, searching, denied, unknown, roaming
+  std::optional<int> dBm;      // -150 to 0; none: unknown
+  std::optional<int> percent;  // 0 to 100; none: unknown
+  // none, home, searching, denied, unknown, roaming: the values 0 to 5 of +CREG (3GPP TS 27.007, 7.2).
+  std::string registration;
   bool isRegistered() const { return registration == "home" || registration == "roaming"; }
 };
 
+// One attempt of one message, whose number and text were found fit.
 struct AttemptOrder {
   std::string id;
-  int number = 0;
-  std::string to;
+  int number = 0;  // of the attempt within its message, from 1
+  std::string to;  // the number that is dialled
   std::string text;
 };
 
+// What became of it, as its traffic shows.
 struct AttemptResult {
   hostkit::Verdict verdict = hostkit::Verdict::kUncertain;
-  std::optional<int> reference;
-  std::optional<int> code;
-  std::optional<hostkit::ErrorClass> errorClass;
+  std::optional<int> reference;                   // of +CMGS:
+  std::optional<int> code;                        // of +CMS ERROR: or +CME ERROR:
+  std::optional<hostkit::ErrorClass> errorClass;  // when the modem gave an error
+  // False: not a byte came from the modem.
   bool hasAnswered = true;
-  std::string reason;
-  std::string recording;
+  std::string reason;     // for people
+  std::string recording;  // in the format of docs/recording.md
 };
 
 // What a worker tells; all calls come from inside WorkerProcess::onReady or onTime.
 class WorkerListener {
  public:
+  // At each change; the reason is "" when the modem is ready.
   virtual void onState(const std::string& modem, ModemState state, const std::string& reason) = 0;
   virtual void onReport(const std::string& modem, const ModemReport& report) = 0;
   // What the modem is doing at this moment, for people: "asking for a report", "listening for a late result".
   virtual void onDoing(const std::string& modem, const std::string& doing) = 0;
   // The prompt has come; the text is written only after goAhead().
   virtual void onPrompt(const std::string& modem, const std::string& id, int number) = 0;
+  // The modem's answer is judged. Every attempt that was ordered ends once: by this, or by onDied with its order.
   virtual void onAttemptEnded(const std::string& modem, const std::string& id, int number,
                               const AttemptResult& result) = 0;
+  // For counters: an Escape freed the modem from its prompt; a modem that was lost is ready again.
   virtual void onHealed(const std::string& modem) = 0;
   virtual void onReconnected(const std::string& modem) = 0;
   // The process is gone, and not because it was told to stop while it had nothing to do. An attempt that it had is
@@ -71,19 +80,22 @@ class WorkerProcess {
   // calls workerMain (workerMain.h).
   WorkerProcess(const ModemConfig& modem, const std::string& plugin, int lateSeconds, WorkerListener* listener,
                 const std::string& program = "/proc/self/exe");
-  ~WorkerProcess();  // kills
+  ~WorkerProcess();  // kills, and does not wait for the end
   WorkerProcess(const WorkerProcess&) = delete;
   WorkerProcess& operator=(const WorkerProcess&) = delete;
 
   // The modem may wait at its prompt: an Escape before any other byte of the next process.
   void escapeFirst();
+  // Starts the process, and another one whenever it dies, until stop().
   void start(std::int64_t nowMs);
   // The socket to wait on, -1 while no process runs; whether to wait for writing as well.
   int descriptor() const;
   bool wantsToWrite() const;
+  // Moves what is ready in either direction and calls the listener. Returns at once when nothing is.
   void onReady(std::int64_t nowMs);
   // Kills what is stuck, starts again after a death with backoff.
   void onTime(std::int64_t nowMs);
+  // When onTime must be called at the latest; none: never.
   std::optional<std::int64_t> nextTimeMs() const;
 
   // Only while the modem is ready and no attempt runs.
@@ -93,7 +105,9 @@ class WorkerProcess {
   // No new call; the running one ends, at most that much more of listening; then the process ends. Closing its line may
   // take it 30 s.
   void stop(int listenSeconds, std::int64_t nowMs);
+  // For the end of patience: the death is told as any other.
   void kill();
+  // Also while a killed process is still to be reaped.
   bool isRunning() const;
 
  private:
