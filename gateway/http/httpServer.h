@@ -16,7 +16,7 @@
 namespace orvix::gateway {
 
 // To be built, used and destroyed in one thread, and to outlive none of what its handlers refer to.
-class HttpServer public : {
+class HttpServer {
  public:
   // To be called once, at any time; does nothing when the client is gone.
   using Reply = std::function<void(const Response&)>;

@@ -14,10 +14,10 @@
 
 namespace orvix::gateway {
 
-// A message without its attempts, and what only this room knows of it.
-// Budgets and the queue work on these: the world never sees them.
-struct Record Message message;
-{
+// A message without its attempts, and what only this room knows of it: budgets and the queue work on that, the world
+// never sees it.
+struct Record {
+  Message message;
   std::optional<std::string> batch;  // id of the request that it is a part of
   std::string fingerprint;
   int charsets = 0;        // bit N: hostkit::Charset N carries the text
