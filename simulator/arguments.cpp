@@ -10,6 +10,7 @@
 namespace orvix::simulator {
 namespace {
 
+// Headings of --help.
 constexpr char kLineGroup[] = "The line";
 constexpr char kModemGroup[] = "The modem";
 // What a recording decides by itself.
@@ -35,6 +36,7 @@ void setSignal(const std::string& text, ModemOptions* options) {
   options->rssi = *rssi;
 }
 
+// A word, or the number of an error that refuses every message.
 void setSmsOutcome(const std::string& text, ModemOptions* options) {
   if (const std::optional<SmsOutcome> outcome = smsOutcomeOf(text)) {
     options->smsOutcome = *outcome;
@@ -54,6 +56,7 @@ void setSim(const std::string& text, ModemOptions* options) {
   options->sim = *state;
 }
 
+// Replaces all options, since a file says everything about its modem: see describeModem for the order.
 void setScenario(const std::string& path, ModemOptions* options) {
   try {
     *options = scenarioOf(contentOf(path));
@@ -171,6 +174,7 @@ void check(const CLI::App& app, const Arguments& arguments) {
   for (const char* name : kModemOptions) {
     refuseTogether(app, name, "--replay");
   }
+  // There is no password: on a network that others share, a person has to wish for that.
   if (arguments.listen && !arguments.listen->isLoopback() && !arguments.allowRemote) {
     throw CLI::ValidationError("--listen", arguments.listen->text() +
                                                " can be reached from other machines, and whoever connects is served; "
@@ -178,6 +182,7 @@ void check(const CLI::App& app, const Arguments& arguments) {
   }
 }
 
+// Breaks between names only, so that a command can be found and copied from the help.
 std::string knownCommands() {
   constexpr std::size_t kWidth = 100;
   std::string text;

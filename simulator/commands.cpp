@@ -23,6 +23,7 @@ std::string acceptedReply(int reference) {
   return information("+CMGS: " + std::to_string(reference)).reply;
 }
 
+// The unsolicited form has no <n>, and level 0 asks for none (3GPP TS 27.007, 7.2).
 std::string registrationChange(const ModemOptions& options, const Settings& settings) {
   return settings.registrationReport == 0 ? "" : framed("+CREG: " + registrationText(options, settings));
 }
@@ -33,8 +34,10 @@ bool beginsWithAt(std::string_view line) {
 
 Answer answerCommand(std::string_view line, const ModemOptions& options, Settings* settings) {
   const std::string_view command = line.substr(2);
+  // The name ends where the parameter begins; the parameter keeps its case, for texts are data.
   const std::string name = toUpper(std::string(command.substr(0, command.find_first_of("=?"))));
   const Command* const found = findCommand(name);
+  // Before the parameters are looked at: without a card the modem does not know whether they would do.
   if (found != nullptr && found->needsSim && options.sim != SimState::kReady) {
     return simError(options.sim, *settings);
   }

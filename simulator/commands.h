@@ -20,6 +20,7 @@ std::string acceptedReply(int reference);
 // The unsolicited "\r\n+CREG: <stat>\r\n" of a change, as AT+CREG asks; empty when it asks for none.
 std::string registrationChange(const ModemOptions& options, const Settings& settings);
 
+// In any mixture of cases, as ITU-T V.250 allows "AT" and "at".
 bool beginsWithAt(std::string_view line);
 
 // Executes a line that begins with AT and comes without its CR, and keeps in `settings` what it changes. Unknown and

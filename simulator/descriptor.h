@@ -10,12 +10,14 @@
 
 namespace orvix::simulator {
 
-// Throws std::system_error for errno, with the text "<action><object>: <text of errno>".
+// Throws std::system_error for errno, with the text "<action><object>: <text of errno>". To be called at once after the
+// call that failed, before anything else can change errno.
 [[noreturn]] inline void throwErrno(const char* action, const std::string& object = {}) {
   const int code = errno;
   throw std::system_error(code, std::generic_category(), action + object);
 }
 
+// Moves only: one owner, who closes it when he ends.
 class Descriptor {
  public:
   // Owns what it is given; -1 stands for none. Assignment leaves what was owned before to the other side: assign from

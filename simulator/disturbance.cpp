@@ -18,6 +18,7 @@ bool fits(const Fault& fault, Fault::Trigger trigger, std::string_view text) {
   if (pattern.empty() || pattern.back() != '*') {
     return candidate == pattern;
   }
+  // Without the "*": only the beginning is compared.
   return candidate.compare(0, pattern.size() - 1, pattern, 0, pattern.size() - 1) == 0;
 }
 
@@ -31,6 +32,7 @@ std::string framedAll(const std::vector<std::string>& lines) {
 
 // Where the frame of the last of several lines begins; npos when there is but one.
 std::size_t lastLine(const std::string& reply) {
+  // Each line has a CR LF of its own on both sides, so two pairs meet between lines.
   const std::size_t border = reply.rfind("\r\n\r\n");
   return border == std::string::npos ? border : border + 2;
 }
@@ -43,6 +45,8 @@ std::string withoutLostLine(const std::string& reply, Fault::LostLine lost) {
   return lost == Fault::LostLine::kFirst ? reply.substr(last) : reply.substr(0, last);
 }
 
+// The NULs stand in the middle of the reply as it was, wherever lines between are put: what lies further back is
+// inserted first, so that the other place does not move.
 std::string inside(const Fault& fault, std::string reply) {
   if (reply.empty()) {
     return reply;
@@ -73,6 +77,8 @@ const Fault& FaultSelector::select(Fault::Trigger trigger, std::string_view text
     if (!fits(fault, trigger, text)) {
       continue;
     }
+    // Counted for every fault that fits, also behind the one that is chosen: "from" and "count" then mean the same in
+    // whatever order the faults stand.
     const int turn = ++occurrences[i] - fault.from;
     if (chosen == &kNone && turn >= 0 && turn < fault.count) {
       chosen = &fault;
@@ -82,6 +88,7 @@ const Fault& FaultSelector::select(Fault::Trigger trigger, std::string_view text
 }
 
 std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply) {
+  // What surrounds a silent reply is sent all the same, so that a modem can answer with nothing else.
   const std::string bytes = std::string(fault.nulsBefore, '\0') + fault.garbage + framedAll(fault.linesBefore) +
                             inside(fault, fault.isSilent ? "" : withoutLostLine(reply, fault.lostLine)) +
                             framedAll(fault.linesAfter);

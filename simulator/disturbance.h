@@ -9,13 +9,14 @@
 
 namespace orvix::simulator {
 
-// Counts how often each fault was met.
+// Counts how often each fault was met, so that "the third AT+CMGS" can be said.
 class FaultSelector {
  public:
   explicit FaultSelector(std::vector<Fault> listed);
 
-  // The first fault on the list that fits and whose turn it is, otherwise a fault without any effect. Commands fit in
-  // any mixture of cases, bodies byte for byte. Valid as long as the selector.
+  // Call it once for each command and body, for every call counts. The first fault on the list that fits and whose turn
+  // it is, otherwise a fault without any effect. Commands fit in any mixture of cases, bodies byte for byte. Valid as
+  // long as the selector.
   const Fault& select(Fault::Trigger trigger, std::string_view text);
 
  private:
@@ -23,6 +24,7 @@ class FaultSelector {
   std::vector<int> occurrences;  // by index of faults
 };
 
+// A part of a reply that leaves the modem at one moment.
 struct ReplyPiece {
   std::int64_t afterMs;  // after the moment when the whole reply would have come
   std::string bytes;

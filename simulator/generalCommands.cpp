@@ -21,6 +21,7 @@ Answer echoOff(const Request& request) {
   return setEcho(request, false);
 }
 
+// ATZ and AT&F are one here: nothing is stored in the modem, so its profile is what it was made with.
 Answer restoreSettings(const Request& request) {
   if (!request.argument.empty()) {
     return error();
@@ -39,6 +40,7 @@ Answer fixedText(const Request& request, std::string_view text) {
 
 Answer signalQuality(const Request& request) {
   if (request.argument == "=?") {
+    // The bit error rate is always 99, unknown: it would need a call.
     return labelled(request, "(0-31,99),(99)");
   }
   return request.argument.empty() ? labelled(request, std::to_string(request.options.rssi) + ",99") : error();
@@ -74,6 +76,7 @@ Answer networkOperator(const Request& request) {
   if (request.argument != "?") {
     return error();
   }
+  // Chosen automatically, long alphanumeric name; without a network the mode alone.
   return labelled(request, isRegistered(request.options.registration) ? "0,0,\"Orvix\"" : "0");
 }
 
@@ -93,6 +96,7 @@ Answer characterSet(const Request& request) {
 }  // namespace
 
 std::string registrationText(const ModemOptions& options, const Settings& settings) {
+  // Location area and cell stand in quotes, hexadecimal, and only where there is a cell.
   const bool isLocated = settings.registrationReport == 2 && isRegistered(options.registration);
   return std::to_string(options.registration) + (isLocated ? ",\"01A5\",\"3F21\"" : "");
 }
@@ -110,6 +114,7 @@ const std::vector<Command>& generalCommands() {
       {"+CGMI", false, [](const Request& request) { return fixedText(request, "Orvix"); }},
       {"+CGMM", false, [](const Request& request) { return fixedText(request, "development modem"); }},
       {"+CGMR", false, [](const Request& request) { return fixedText(request, "1"); }},
+      // Serial numbers of the test network, MCC 001 and MNC 01, so that nobody's own shows up in a log.
       {"+CGSN", false, [](const Request& request) { return fixedText(request, "001010123456780"); }},
       {"+CIMI", true, [](const Request& request) { return fixedText(request, "001010123456789"); }},
       {"+CMEE", false, [](const Request& request) { return numberSetting(request, &Settings::errorReport, 2); }},

@@ -8,11 +8,13 @@ namespace {
 constexpr char kEscape = 0x1B;
 constexpr char32_t kReplacement = 0xFFFD;
 
+// 3GPP TS 23.038, 6.2.1: the septet is the index. At 0x1B stands what an escape is shown as, a blank.
 constexpr char16_t kDefault[] =
     u"@£$¥èéùìòÇ\nØø\rÅåΔ_ΦΓΛΩΠΨΣΘΞ ÆæßÉ !\"#¤%&'()*+,-./0123456789:;<=>?"
     u"¡ABCDEFGHIJKLMNOPQRSTUVWXYZÄÖÑÜ§¿abcdefghijklmnopqrstuvwxyzäöñüà";
 static_assert(sizeof kDefault / sizeof kDefault[0] == 128 + 1, "one character a septet");
 
+// 3GPP TS 23.038, 6.2.1.1: what follows an escape.
 constexpr struct {
   char septet;
   char16_t character;
@@ -21,6 +23,7 @@ constexpr struct {
     {0x3C, u'['},  {0x3D, u'~'}, {0x3E, u']'}, {0x40, u'|'}, {0x65, u'€'},
 };
 
+// UTF-8 of one character.
 void append(std::string& text, char32_t character) {
   const auto add = [&text](char32_t byte) { text += static_cast<char>(byte); };
   const auto addTail = [&](int shift) { add(0x80 | (character >> shift & 0x3F)); };
@@ -90,6 +93,7 @@ bool isLowSurrogate(char32_t unit) {
 std::string unpackSeptets(std::string_view octets, std::size_t first, std::size_t end) {
   std::string septets;
   for (std::size_t i = first; i < end; ++i) {
+    // A septet lies in at most two octets, lowest bits first.
     const std::size_t octet = i * 7 / 8;
     const unsigned pair = octetAt(octets, octet) | octetAt(octets, octet + 1) << 8;
     septets += static_cast<char>(pair >> (i * 7 % 8) & 0x7F);
@@ -127,6 +131,7 @@ std::string utf8OfUcs2(std::string_view octets) {
   for (std::size_t i = 0; i + 1 < octets.size(); i += 2) {
     const char32_t unit = unitAt(octets, i);
     const char32_t next = unitAt(octets, i + 2);
+    // UCS2 has no pairs, but telephones send characters outside of it as UTF-16 does.
     if (isHighSurrogate(unit) && isLowSurrogate(next)) {
       append(text, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
       i += 2;

@@ -30,6 +30,7 @@ class KeyCheck {
   std::vector<std::set<std::string>> open;  // the keys of each object that is not closed yet
 };
 
+// Views need a document that stays; parse errors become the same type as every other complaint.
 Json parse(const std::string& text) {
   try {
     return Json::parse(text, [check = KeyCheck()](int depth, Json::parse_event_t event, const Json& parsed) mutable {
@@ -56,6 +57,7 @@ JsonValue::JsonValue(const Json& viewed, std::string pathToHere, std::string las
 }
 
 std::int64_t JsonValue::integer(std::int64_t least, std::int64_t greatest) const {
+  // Numbers above the signed range would turn negative when they are read as signed.
   constexpr auto kLargest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
   const bool isTooLarge = value->is_number_unsigned() && value->get<std::uint64_t>() > kLargest;
   const std::int64_t number = value->is_number_integer() && !isTooLarge ? value->get<std::int64_t>() : 0;

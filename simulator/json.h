@@ -15,24 +15,30 @@
 
 namespace orvix::simulator {
 
+// What is wrong with the document, as a sentence for the one who wrote it.
 class JsonError : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
 };
 
+// One value with the path that leads to it, such as "faults[0].from". Cheap to copy.
 class JsonValue {
  public:
   // Borrows the value, whose key is the last part of the path.
   JsonValue(const nlohmann::ordered_json& viewed, std::string pathToHere, std::string lastKey);
 
+  // The last part of the path; "" for an item of a list.
   const std::string& key() const { return keyText; }
+  // A whole number in that range, both ends included; 5.0 is none.
   std::int64_t integer(std::int64_t least, std::int64_t greatest) const;
+  // Each refuses a value of another type.
   bool boolean() const;
   std::string text() const;
   bool isText() const;
   std::vector<JsonValue> items() const;    // of an array
   std::vector<JsonValue> members() const;  // of an object, in their order
 
+  // Throws the complaint with the path in front.
   [[noreturn]] void refuse(const std::string& complaint) const;
 
  private:
@@ -41,9 +47,10 @@ class JsonValue {
   std::string keyText;
 };
 
+// Owns the document that the values look into; copies share it.
 class JsonDocument {
  public:
-  // One object and nothing after it, each key of each object once.
+  // Parses UTF-8: one object and nothing after it, each key of each object once.
   explicit JsonDocument(const std::string& text);
 
   std::vector<JsonValue> members() const;
@@ -52,14 +59,14 @@ class JsonDocument {
   std::shared_ptr<const nlohmann::ordered_json> document;
 };
 
-// What to do with a key of an object that becomes a Target.
+// A table of these is the reader of an object: what to do with each key that may stand in it.
 template <class Target>
 struct JsonField {
   std::string_view key;
   void (*read)(const JsonValue& value, Target* target);
 };
 
-// Refuses a key that the table does not know.
+// Reads the keys in the order in which they were written, and refuses one that the table does not know.
 template <class Target, std::size_t kSize>
 void readFields(const std::vector<JsonValue>& members, const JsonField<Target> (&table)[kSize], Target* target) {
   for (const JsonValue& member : members) {

@@ -26,6 +26,7 @@ constexpr char kProgram[] = "gsm-modem-simulator";
 constexpr int kFailure = 1;
 constexpr int kUsageError = 2;
 
+// A signal handler has no argument of ours.
 Plug* signalledPlug = nullptr;
 
 void movePlug(int signal) {
@@ -94,6 +95,7 @@ int serve(const Arguments& arguments) {
     log.emplace(arguments.messagesFile);
   }
   modem.onMessage([&log](const Message& message) {
+    // First the file, then the screen, then the modem's answer: what a client was told is in the file.
     if (log && message.reference) {
       log->append(message, std::time(nullptr));
     }
@@ -118,6 +120,7 @@ Recording recordingIn(const std::string& path) {
 int play(const Arguments& arguments) {
   Replay replay(recordingIn(arguments.replayFile));
   runOnLine(replay, arguments);
+  // A client that left the recording hears where, one that was stopped in the middle what was still to come.
   if (replay.mismatch()) {
     return complain(arguments.replayFile + ": " + *replay.mismatch(), kFailure);
   }

@@ -7,8 +7,11 @@
 namespace orvix::simulator {
 namespace {
 
+// Twice the digits of an address, so that a number that is too long is shown and not lost.
 constexpr std::size_t kMaxNumberLength = 40;
-constexpr std::size_t kMaxPduOctets = 164;  // of an SMS-SUBMIT
+// Of an SMS-SUBMIT: 12 of a number, 7 of a validity period, 140 of user data, and 5 octets around them.
+constexpr std::size_t kMaxPduOctets = 164;
+// What the test forms list: ranges of each parameter.
 constexpr char kIndications[] = "(0-2),(0),(0),(0),(0)";
 constexpr char kParameters[] = "(1,17),(0-255),(0-255),(0-255)";
 
@@ -31,6 +34,7 @@ std::string_view quotedNumber(std::string_view argument) {
     return {};
   }
   const std::string_view type = argument.substr(end + 1);
+  // Type of address (3GPP TS 24.011): 129 unknown, 145 international.
   if (!type.empty() && type != ",129" && type != ",145") {
     return {};
   }
@@ -42,6 +46,7 @@ std::string_view quotedNumber(std::string_view argument) {
 std::size_t pduOctets(std::string_view argument) {
   std::size_t octets = 0;
   const char* end = argument.data() + argument.size();
+  // Behind the "=".
   const char* begin = argument.data() + (argument.empty() ? 0 : 1);
   const auto [stop, failure] = std::from_chars(begin, end, octets);
   return failure == std::errc() && stop == end && octets <= kMaxPduOctets ? octets : 0;
@@ -55,6 +60,7 @@ Answer sendMessage(const Request& request) {
   if (request.argument == "=?") {
     return ok();
   }
+  // PDU mode gives a length, text mode a number: the same command has two syntaxes (3GPP TS 27.005, 3.5.1 and 4.3).
   if (request.settings->messageFormat == 0) {
     const std::size_t octets = pduOctets(request.argument);
     return octets == 0 ? messageError(kInvalidPduModeParameter) : prompt({MessageMode::kPdu, {}, octets});

@@ -9,6 +9,7 @@
 namespace orvix::simulator {
 namespace {
 
+// As a disk that was full, or a machine that lost its power, may have left it.
 bool endsWithinALine(int file) {
   char last = '\n';
   const off_t size = ::lseek(file, 0, SEEK_END);

@@ -14,6 +14,7 @@ namespace orvix::simulator {
 // One line without its end. "reference" is null for a message that was not sent.
 std::string messageLine(const Message& message, std::time_t at);
 
+// The file of --messages.
 class MessageLog {
  public:
   // Appends to what the file holds, and creates it when missing; a last line that was cut off is ended. Throws

@@ -44,6 +44,7 @@ void Modem::onTrace(TraceHandler handler) {
 
 void Modem::receive(std::string_view bytes, std::int64_t nowMs) {
   walk(nowMs);
+  // Power is off: bytes fall on the floor.
   if (absence) {
     return;
   }
@@ -63,6 +64,7 @@ void Modem::takeCommandByte(char byte, std::int64_t nowMs) {
   if (byte == '\r') {
     return endLine(nowMs);
   }
+  // Line feeds after a CR, and whatever a client sends to a prompt that is not there.
   if (isControl(byte)) {
     return;
   }
@@ -89,6 +91,7 @@ void Modem::endLine(std::int64_t nowMs) {
     return;
   }
   echo('\r', nowMs);
+  // Emptied first: a handler of the trace sees a modem that is ready for the next line.
   const std::string line = std::exchange(input, {});
   trace(Direction::kToModem, line);
   if (beginsWithAt(line)) {
@@ -100,15 +103,18 @@ void Modem::execute(const std::string& line, std::int64_t nowMs) {
   if (line.size() > kMaxLineLength) {
     return reply(error().reply, nowMs);
   }
+  // Chosen before the command is executed, for an error keeps it from being so.
   const Fault& fault = faults.select(Fault::Trigger::kCommand, line);
   Answer answer = fault.error.empty() ? answerCommand(line, options, &settings) : Answer{framed(fault.error)};
   settings.echo = fault.echo.value_or(settings.echo);
+  // Nobody waits for a body that nobody asked for: what comes is the next command.
   if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::kNoPrompt)) {
     answer = {};
   }
   if (answer.submission) {
     submission = *std::move(answer.submission);
     state = State::kBody;
+    // The body may come before the prompt is out: a client that does not wait for it is taken at its word.
     nowMs += options.promptDelayMs;
   }
   reply(answer.reply, nowMs, fault);
@@ -124,6 +130,7 @@ void Modem::endBody(std::int64_t nowMs) {
     const bool isText = submission.mode == MessageMode::kText;
     return reply(messageError(isText ? kInvalidTextModeParameter : kInvalidPduModeParameter).reply, doneMs);
   }
+  // By the text as the network would carry it, so that a fault means the same in both modes.
   const Fault& fault = faults.select(Fault::Trigger::kBody, message->text);
   settings.echo = fault.echo.value_or(settings.echo);
   const std::string result = sendResult(&*message, fault);
@@ -156,6 +163,7 @@ std::optional<std::string> Modem::textOf(const std::string& body) const {
 void Modem::abandonBody(std::int64_t nowMs) {
   state = State::kCommand;
   trace(Direction::kToModem, std::exchange(input, {}) + kEscape);
+  // A message that was given up is no error.
   reply("\r\nOK\r\n", nowMs);
 }
 
@@ -173,6 +181,7 @@ std::string Modem::sendResult(Message* message, const Fault& fault) {
   const bool isServed = isRegistered(options.registration);
   const bool isAccepted = fault.error.empty() && isServed && options.smsOutcome == SmsOutcome::kAccepted;
   const bool isSent = fault.isSent.value_or(isAccepted);
+  // A reference that is told is used up, whether the message went out or not. It counts to 255 and begins again.
   if (isSent || isAccepted) {
     ++messageReference;
   }
@@ -228,6 +237,7 @@ void Modem::reply(const std::string& bytes, std::int64_t nowMs, const Fault& fau
 std::string Modem::takeOutput(std::int64_t nowMs) {
   walk(nowMs);
   if (!absence) {
+    // What was due before the hang-up is still handed over; isUp falls with the same call, absence tells until when.
     const OutputQueue::Due due = outputs.take(nowMs);
     if (due.returnMs) {
       hangUp({*due.hungUpMs, *due.returnMs});
@@ -265,6 +275,7 @@ void Modem::walk(std::int64_t nowMs) {
     options.sim = step.sim.value_or(options.sim);
     if (step.registration && *step.registration != std::exchange(options.registration, *step.registration) &&
         !absence) {
+      // Due at the step's own time, though it is noticed later: a slow loop changes nothing of the order.
       outputs.add(registrationChange(options, settings), step.ms);
     }
     if (step.unplugMs) {
@@ -274,6 +285,7 @@ void Modem::walk(std::int64_t nowMs) {
 }
 
 std::optional<std::int64_t> Modem::nextDueMs() const {
+  // While the hang-up is still to be shown, its begin is due; then its end.
   if (absence) {
     return isUp ? absence->beginMs : absence->endMs;
   }

@@ -47,6 +47,7 @@ class Modem : public Dce {
   using MessageHandler = std::function<void(const Message& message)>;
   using TraceHandler = std::function<void(Direction direction, std::string_view bytes)>;
 
+  // Switched on at 0 ms.
   explicit Modem(const ModemOptions& initialOptions = {});
 
   // One handler each, replaced by the next call. A message is handed over before its result is due. The trace sees
@@ -55,6 +56,7 @@ class Modem : public Dce {
   void onMessage(MessageHandler handler);
   void onTrace(TraceHandler handler);
 
+  // See Dce. What is received while the line is gone is lost.
   void receive(std::string_view bytes, std::int64_t nowMs) override;
   std::string takeOutput(std::int64_t nowMs) override;
   std::optional<std::int64_t> nextDueMs() const override;
@@ -76,21 +78,26 @@ class Modem : public Dce {
     std::int64_t endMs;
   };
 
+  // The input, byte by byte: a line that grows until its CR, or a body until its Ctrl-Z or Escape.
   void takeCommandByte(char byte, std::int64_t nowMs);
   void takeBodyByte(char byte, std::int64_t nowMs);
   void endLine(std::int64_t nowMs);
   void execute(const std::string& line, std::int64_t nowMs);
   void endBody(std::int64_t nowMs);
   void abandonBody(std::int64_t nowMs);
+  // What a body says; none when the modem cannot send it: too long, or no SMS-SUBMIT of the announced length.
   std::optional<Message> messageOf(const std::string& body) const;
   std::optional<std::string> textOf(const std::string& body) const;
   void keep(Message message);
+  // Decides whether it is sent, and the reply that tells so or something else.
   std::string sendResult(Message* message, const Fault& fault);
   void echo(char byte, std::int64_t nowMs);
   void echoText(char byte, std::int64_t nowMs);
+  // Queues the reply as the fault disturbs it; `nowMs` is when the modem is done, delays come on top.
   void reply(const std::string& bytes, std::int64_t nowMs, const Fault& fault = {});
   void hangUp(const Absence& wanted);
   void restoreSettings();
+  // Takes the steps of the walk that are due. First of all in every call, for what follows depends on them.
   void walk(std::int64_t nowMs);
   void trace(Direction direction, std::string_view bytes) const;
 

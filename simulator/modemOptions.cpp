@@ -42,6 +42,8 @@ bool isRssi(int number) {
 }
 
 bool isRegistered(int registration) {
+  // Home and roaming: in full, for short messages alone, and without preferring circuit-switched fallback. 8, for
+  // emergencies alone, is none.
   constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
   return std::find(std::begin(kRegistered), std::end(kRegistered), registration) != std::end(kRegistered);
 }

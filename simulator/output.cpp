@@ -18,6 +18,7 @@ void Output::write(std::string_view text) const {
       }
       return;
     }
+    // Only the stop is ready.
     if (events[0].revents == 0) {
       return;
     }

@@ -11,7 +11,7 @@ class Output {
   Output(int written, int stop) : descriptor(written), stopDescriptor(stop) {}
 
   // Waits while a pipe is full, but no longer than until a stop is wished: the rest is lost then, as it is when the
-  // reader is gone.
+  // reader is gone. Tells nobody of a failure, for a modem does not end because nobody looks at it.
   void write(std::string_view text) const;
 
  private:

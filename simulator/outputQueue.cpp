@@ -6,10 +6,12 @@
 namespace orvix::simulator {
 
 void OutputQueue::add(std::string_view bytes, std::int64_t dueMs) {
+  // As a whole: half a reply would be another reply.
   if (pendingBytes + bytes.size() > kMaxPendingOutput) {
     return;
   }
   pendingBytes += bytes.size();
+  // Echo comes byte by byte: what is due at the same time shares one entry. Nothing is added to a hang-up.
   if (outputs.empty() || outputs.back().dueMs < dueMs || outputs.back().hangUpMs) {
     outputs.push_back({inOrder(dueMs), {}});
   }
@@ -33,6 +35,7 @@ OutputQueue::Due OutputQueue::take(std::int64_t nowMs) {
     due.bytes += output.bytes;
     pendingBytes -= output.bytes.size();
     if (output.hangUpMs) {
+      // Nothing of before outlives the power.
       clear();
       due.hungUpMs = output.dueMs;
       due.returnMs = output.dueMs + *output.hangUpMs;

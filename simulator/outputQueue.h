@@ -1,4 +1,7 @@
 // What a modem still has to send, in order, and when. One thread at a time.
+//
+// It knows no clock: times are the caller's, in milliseconds. A hang-up stands in the queue among the bytes, since what
+// was due before it still arrives and what was due after it does not.
 #pragma once
 
 #include <cstddef>
@@ -12,13 +15,17 @@ namespace orvix::simulator {
 
 constexpr std::size_t kMaxPendingOutput = 65536;  // bytes; what exceeds them is lost, as on an overrun line
 
+// Bounded: see kMaxPendingOutput.
 class OutputQueue {
  public:
   // Output keeps its order: what is added never overtakes what waits, though it be due sooner.
   void add(std::string_view bytes, std::int64_t dueMs);
+  // At `dueMs` the line goes for `forMs`; what waits behind is lost then.
   void addHangUp(std::int64_t dueMs, std::int64_t forMs);
+  // As when the power goes.
   void clear();
 
+  // What take() hands over.
   struct Due {
     std::string bytes;
     std::optional<std::int64_t> hungUpMs{};  // a hang-up after the bytes, and when
@@ -28,6 +35,7 @@ class OutputQueue {
   // Everything due by nowMs, up to the first hang-up.
   Due take(std::int64_t nowMs);
 
+  // Of the first that waits; none when nothing does.
   std::optional<std::int64_t> nextDueMs() const;
 
  private:
@@ -37,6 +45,7 @@ class OutputQueue {
     std::optional<std::int64_t> hangUpMs{};  // how long the line is gone
   };
 
+  // Not before what was added last.
   std::int64_t inOrder(std::int64_t dueMs) const;
 
   std::deque<Output> outputs;  // due times never fall from front to back

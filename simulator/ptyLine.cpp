@@ -14,6 +14,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kReadSize = 512;
 
+// Without O_NONBLOCK a client that does not read would hold the modem up.
 Descriptor openMaster() {
   Descriptor master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   if (master.get() < 0) {
@@ -46,6 +47,7 @@ Descriptor openRaw(const std::string& path) {
   if (::tcgetattr(terminal.get(), &settings) < 0) {
     throwErrno("cannot read the settings of ", path);
   }
+  // A terminal in its default mode would echo and turn CR into LF before any client has set it.
   ::cfmakeraw(&settings);
   if (::tcsetattr(terminal.get(), TCSANOW, &settings) < 0) {
     throwErrno("cannot change the settings of ", path);
@@ -71,6 +73,7 @@ void markAsLine(int slave) {
   }
 }
 
+// Asked through a descriptor of its own: a lock of the same descriptor would not show.
 bool isLine(const std::string& path) {
   const Descriptor terminal(::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
   struct flock lock = lineLock();
@@ -83,6 +86,7 @@ bool isStale(const std::string& link) {
   if (notALink) {
     return false;
   }
+  // A name below /dev/pts/ may be somebody else's terminal by now, so it is asked whether it is a line of ours.
   std::error_code unknown;
   return (target.rfind("/dev/pts/", 0) == 0 && !isLine(target)) ||
          fs::status(link, unknown).type() == fs::file_type::not_found;
@@ -150,6 +154,7 @@ void PtyLine::send(std::string_view bytes) {
     const ssize_t count = ::write(terminal->master.get(), bytes.data(), bytes.size());
     if (count > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
+      // Full: nobody reads, and what does not fit is lost, as on a line without flow control.
     } else if (errno == EAGAIN) {
       return;
     } else if (errno != EINTR) {
@@ -158,20 +163,24 @@ void PtyLine::send(std::string_view bytes) {
   }
 }
 
+// Asked at the slave's end, which holds what no client has read.
 bool PtyLine::isDrained() const {
   int unread = 0;
   return !terminal || ::ioctl(terminal->slave.get(), FIONREAD, &unread) < 0 || unread == 0;
 }
 
+// The link goes first, so that no client finds a terminal that is about to go.
 void PtyLine::hangUp() {
   removeLink();
   if (renumbered && terminal) {
+    // As long as it is open the kernel gives its number to nobody else.
     formerSlave = std::move(terminal->slave);
   }
   terminal.reset();
 }
 
 void PtyLine::reconnect() {
+  // Before the former one is let go, for else it would get its number back.
   terminal.emplace();
   formerSlave = Descriptor();
   slaveName = terminal->slaveName;

@@ -24,6 +24,7 @@ class PtyLine final : public Line {
   // Removes the link, unless it leads elsewhere by now.
   ~PtyLine() override;
 
+  // "/dev/pts/5"; another one after a return, as a rule.
   const std::string& slavePath() const;
 
   std::string name() const override;
@@ -38,6 +39,7 @@ class PtyLine final : public Line {
   void reconnect() override;
 
  private:
+  // One pseudo-terminal, both ends of it.
   struct Terminal {
     Terminal();
 
@@ -46,6 +48,7 @@ class PtyLine final : public Line {
     Descriptor slave;  // never read: while it is open, the master sees no hang-up between clients
   };
 
+  // The link leads to the terminal of now; nothing is done without one.
   void createLink() const;
   void removeLink() const;
 

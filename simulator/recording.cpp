@@ -33,6 +33,7 @@ void checkHeader(const std::vector<JsonValue>& header) {
 
 bool isTraffic(const JsonValue& kind) {
   const std::string text = kind.text();
+  // The other two are records of modem lines, which no replay needs.
   if (text == "sent" || text == "received") {
     return true;
   }
@@ -46,6 +47,7 @@ bool isTraffic(const JsonValue& kind) {
 std::optional<RecordedPiece> pieceOf(const std::vector<JsonValue>& record, std::size_t line, std::int64_t earliestUs) {
   const JsonValue kind = find(record, "kind");
   const JsonValue hex = find(record, "hex");
+  // Times never fall: a file whose lines were exchanged is refused here.
   const std::int64_t us = find(record, "us").integer(earliestUs, kLargestUs);
   const std::optional<std::string> bytes = bytesOfHex(hex.text());
   if (!bytes) {

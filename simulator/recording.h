@@ -1,4 +1,4 @@
-// The traffic of a recorded line, as docs/recording.md describes it. One thread at a time.
+// The traffic of a recorded line, as docs/recording.md describes it: JSON, one record a line. One thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -9,6 +9,7 @@
 
 namespace orvix::simulator {
 
+// What went over the line in one read or write of the host.
 struct RecordedPiece {
   std::size_t line;  // of the file, counted from 1
   std::int64_t us;   // since the recording began; never falls from piece to piece
@@ -18,8 +19,8 @@ struct RecordedPiece {
 
 using Recording = std::vector<RecordedPiece>;
 
-// Records of modem lines are left out. Throws std::runtime_error, whose what() begins with "line <n>: ", for an unknown
-// format or version and for a line that is no record.
+// In the order of the file. Records of modem lines (DTR, RTS and so on) are left out. Throws std::runtime_error, whose
+// what() begins with "line <n>: ", for an unknown format or version and for a line that is no record.
 Recording readRecording(std::istream& file);
 
 }  // namespace orvix::simulator

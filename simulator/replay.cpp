@@ -26,6 +26,7 @@ void Replay::skipToSent(std::int64_t baseMs, std::int64_t baseUs) {
 
 void Replay::receive(std::string_view bytes, std::int64_t nowMs) {
   while (!bytes.empty() && !mismatchText) {
+    // Piece by piece, since a client's writes and the recorded ones need not have the same borders.
     const std::string_view wanted = position < recording.size() ? recording[position].bytes : std::string_view{};
     const std::string_view rest = wanted.substr(matched);
     const std::size_t count = std::min(rest.size(), bytes.size());
@@ -40,6 +41,7 @@ void Replay::receive(std::string_view bytes, std::int64_t nowMs) {
     if (matched == wanted.size()) {
       matched = 0;
       ++position;
+      // Answers follow what the client does now, at the distance that they had then.
       skipToSent(nowMs, recording[position - 1].us);
     }
   }
@@ -52,6 +54,7 @@ std::string Replay::takeOutput(std::int64_t nowMs) {
     outputs.pop_front();
     endMs = nowMs;
   }
+  // Only here, so that whoever takes the last output first sends it.
   isQuiet = isPlayed() && nowMs >= endMs + kReplayLingerMs;
   return due;
 }

@@ -21,6 +21,7 @@ constexpr std::int64_t kReplayLingerMs = 500;
 
 class Replay : public Dce {
  public:
+  // Switched on at 0 ms, as a modem is; plays once.
   explicit Replay(Recording played);
 
   void receive(std::string_view bytes, std::int64_t nowMs) override;
@@ -38,11 +39,14 @@ class Replay : public Dce {
   std::string expected() const;
 
  private:
+  // Bytes of the modem's side, still to be sent.
   struct Output {
     std::int64_t dueMs;
     std::string bytes;
   };
 
+  // Goes on to the next piece of the client and queues the answers before it, counted from that moment of the replay
+  // and of the recording.
   void skipToSent(std::int64_t baseMs, std::int64_t baseUs);
   bool isPlayed() const;
 

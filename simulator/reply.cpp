@@ -24,6 +24,7 @@ Answer messageError(int code) {
 
 Answer simError(SimState sim, const Settings& settings) {
   const bool isMissing = sim == SimState::kMissing;
+  // Also at level 0, where the standard would have ERROR: modems tell of a missing card whatever was asked.
   if (settings.errorReport == 2) {
     return {framed(isMissing ? "+CME ERROR: SIM not inserted" : "+CME ERROR: SIM PIN required")};
   }
@@ -32,6 +33,7 @@ Answer simError(SimState sim, const Settings& settings) {
 
 Answer incorrectParameters(const Settings& settings) {
   switch (settings.errorReport) {
+    // 3GPP TS 27.007, 9.2.1: 50 is "incorrect parameters".
     case 1:
       return {framed("+CME ERROR: 50")};
     case 2:

@@ -40,6 +40,7 @@ class Loop {
     if (events[0].revents != 0) {
       return false;
     }
+    // Input before output: what a client asked for just now may be answered in this very step.
     if (events[1].revents != 0) {
       dce.receive(line.receive(), clock.nowMs());
     }
@@ -48,6 +49,7 @@ class Loop {
     }
     line.send(dce.takeOutput(clock.nowMs()));
     followHangUp();
+    // Stays at the last moment of life, from which the wait for a client that does not read is counted.
     activeMs = dce.isOver() ? activeMs : clock.nowMs();
     return true;
   }
@@ -106,6 +108,8 @@ Event::Event() : event(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
 
 void Event::signal() const noexcept {
+  // eventfd_write may be called from a signal handler (signal-safety(7)); the code that it interrupts must not see its
+  // errno.
   const int savedErrno = errno;
   ::eventfd_write(event.get(), 1);
   errno = savedErrno;

@@ -1,4 +1,5 @@
-// Joins a station and its line in real time, in a program or in a thread of a test.
+// Joins a modem and its line in real time, in a program or in a thread of a test. Threads: see each class; run() keeps
+// the calling thread until it returns.
 #pragma once
 
 #include <atomic>
@@ -16,6 +17,8 @@ class Event {
   // Throws std::system_error.
   Event();
 
+  // Leaves errno as it was, as a signal handler must. Until clear() the descriptor stays readable, however often it was
+  // signalled.
   void signal() const noexcept;
   void clear() const noexcept;
 
@@ -39,6 +42,7 @@ class StopEvent {
 // The plug of a line, which is in at first. Any thread and any signal handler may pull it and put it in again.
 class Plug {
  public:
+  // The state first, then the event: who is woken by it finds the new state.
   void pull() noexcept {
     in = false;
     ++pullCount;
@@ -50,6 +54,7 @@ class Plug {
   }
 
   bool isIn() const noexcept { return in; }
+  // How often it was pulled: a pull is seen even when it is in again before anybody looked.
   unsigned pulls() const noexcept { return pullCount; }
   const Event& moved() const noexcept { return event; }
 
@@ -59,6 +64,7 @@ class Plug {
   Event event;
 };
 
+// What else a loop does; nothing by default.
 struct RunOptions {
   std::function<void()> onReturn{};  // after each return from a hang-up
   Plug* plug = nullptr;              // borrowed

@@ -11,6 +11,7 @@ namespace orvix::simulator {
 namespace {
 
 constexpr int kMaxOccurrence = std::numeric_limits<int>::max();
+// Of NULs and pieces: a reply is shorter, and a modem's queue holds 64 kB.
 constexpr std::int64_t kMaxBytes = 1024;
 
 int smallNumber(const JsonValue& value, int least, int greatest) {
@@ -45,6 +46,7 @@ std::vector<std::string> linesOf(const JsonValue& value) {
   return lines;
 }
 
+// A word that the table of modemOptions.cpp knows; `names` lists them for people.
 template <class State>
 State stateOf(const JsonValue& value, std::optional<State> (*find)(std::string_view name), const char* names) {
   const std::optional<State> state = find(value.text());
@@ -67,6 +69,7 @@ void readSms(const JsonValue& value, ModemOptions* options) {
   options->smsOutcome = SmsOutcome::kRefused;
 }
 
+// "command" and "body" are two keys for one thing: a second one would silently win.
 void setTrigger(const JsonValue& value, Fault::Trigger trigger, Fault* fault) {
   if (!fault->pattern.empty()) {
     value.refuse("a fault has one command or one body");
@@ -160,6 +163,7 @@ bool mayMeetSubmission(const Fault& fault) {
   const std::string submission = "AT+CMGS=";
   const bool isOpen = fault.pattern.back() == '*';
   const std::string fixed = toUpper(fault.pattern.substr(0, fault.pattern.size() - (isOpen ? 1 : 0)));
+  // A pattern that is shorter than the command must be open to reach it.
   const std::size_t common = std::min(fixed.size(), submission.size());
   const bool isLongEnough = isOpen || fixed.size() > submission.size();
   return fault.trigger == Fault::Trigger::kCommand && isLongEnough &&
@@ -204,6 +208,7 @@ constexpr JsonField<WalkStep> kStepFields[] = {
     {"unplugMs", [](const JsonValue& v, WalkStep* s) { s->unplugMs = milliseconds(v); }},
 };
 
+// Steps are walked in their order, so their times must not fall.
 void readWalk(const JsonValue& value, ModemOptions* options) {
   for (const JsonValue& item : value.items()) {
     const std::int64_t earliestMs = options->walk.empty() ? 0 : options->walk.back().ms;

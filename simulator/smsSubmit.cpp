@@ -8,6 +8,7 @@
 namespace orvix::simulator {
 namespace {
 
+// 3GPP TS 23.040, 9.2.2.2 (SMS-SUBMIT) and 9.1.2.5 (addresses).
 constexpr unsigned kSubmit = 1;            // message type in the lowest two bits of the first octet
 constexpr unsigned kHeaderPresent = 0x40;  // also in the first octet
 constexpr unsigned kInternational = 0x91;  // type of number
@@ -57,6 +58,7 @@ std::string digitsOf(std::string_view octets, std::size_t count) {
 }
 
 std::string takeNumber(Fields& fields) {
+  // The length counts digits, two of which share an octet.
   const std::size_t count = fields.octet();
   const unsigned type = fields.octet();
   const std::string_view octets = fields.take((count + 1) / 2);
@@ -67,6 +69,8 @@ std::string takeNumber(Fields& fields) {
   return (type == kInternational && !digits.empty() ? "+" : "") + digits;
 }
 
+// 3GPP TS 23.038, 4: groups 00xx and 01xx are general, 1110 is UCS2, 1111 data and class; reserved codings are to be
+// read as the default alphabet.
 Alphabet alphabetOf(unsigned coding) {
   constexpr Alphabet kAlphabets[] = {Alphabet::kSeptets, Alphabet::kOctets, Alphabet::kUcs2, Alphabet::kSeptets};
   const unsigned group = coding >> 4;
@@ -80,6 +84,7 @@ Alphabet alphabetOf(unsigned coding) {
 }
 
 std::size_t octetsOfValidity(unsigned firstOctet) {
+  // No validity period, enhanced, relative, absolute (bits 3 and 4).
   constexpr std::size_t kOctets[] = {0, 7, 1, 7};
   return kOctets[firstOctet >> 3 & 3];
 }
@@ -92,6 +97,7 @@ std::optional<std::string> textOf(std::string_view data, std::size_t length, Alp
   }
   switch (alphabet) {
     case Alphabet::kSeptets:
+      // Behind the header the text begins at the next border of septets.
       return utf8OfGsm(unpackSeptets(data, (header * 8 + 6) / 7, length));
     case Alphabet::kOctets:
       return utf8OfLatin1(data.substr(header));
@@ -111,6 +117,7 @@ std::optional<SmsSubmit> decode(Fields fields) {
   const Alphabet alphabet = alphabetOf(fields.octet());
   fields.take(octetsOfValidity(first));
   const std::size_t length = fields.octet();
+  // Septets are counted, octets are sent.
   const std::size_t octets = alphabet == Alphabet::kSeptets ? (length * 7 + 7) / 8 : length;
   const std::string_view data = fields.take(octets);
   if (!fields.good() || fields.left() != 0 || (first & 3) != kSubmit || number.empty() || octets > kMaxUserDataOctets) {
@@ -128,6 +135,7 @@ std::optional<SmsSubmit> decodeSubmit(std::string_view hex, std::size_t announce
     return std::nullopt;
   }
   Fields fields(*octets);
+  // Not a part of the PDU, and so not of the length that AT+CMGS announced (3GPP TS 27.005, 4.3).
   fields.take(fields.octet());  // the service centre's address
   if (!fields.good() || fields.left() != announcedOctets) {
     return std::nullopt;

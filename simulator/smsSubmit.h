@@ -8,6 +8,7 @@
 
 namespace orvix::simulator {
 
+// What a submitted message says, decoded.
 struct SmsSubmit {
   std::string number;  // with a leading + when international
   std::string text;    // UTF-8, without the user data header; 8-bit data as Latin-1

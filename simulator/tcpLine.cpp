@@ -46,6 +46,7 @@ bool isPort(const std::string& text) {
 }  // namespace
 
 TcpAddress::TcpAddress(const std::string& text) {
+  // The last one: an IPv6 address has more of them.
   const std::size_t colon = text.rfind(':');
   const std::string host = colon == std::string::npos ? "127.0.0.1" : withoutBrackets(text.substr(0, colon));
   const std::string port = colon == std::string::npos ? text : text.substr(colon + 1);
@@ -84,6 +85,7 @@ void TcpLine::bind() {
   if (listener.get() < 0) {
     throwErrno("cannot create a socket");
   }
+  // A restart must not wait for connections of the last run to fade; the chosen port is read back for name().
   if (::setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &kOn, sizeof kOn) < 0 ||
       ::bind(listener.get(), generic(address.socketAddress), address.size) < 0 ||
       ::getsockname(listener.get(), generic(address.socketAddress), &address.size) < 0) {
@@ -116,6 +118,7 @@ void TcpLine::accept() {
   if (caller.get() < 0 || (client.get() >= 0 && !clientEnded)) {
     return;  // gone again, or one too many
   }
+  // Echo is sent byte by byte, which would wait for acknowledgements otherwise.
   ::setsockopt(caller.get(), IPPROTO_TCP, TCP_NODELAY, &kOn, sizeof kOn);
   watch(caller.get());
   client = Descriptor();
@@ -125,6 +128,7 @@ void TcpLine::accept() {
 
 // It may have closed one direction alone and wait for an answer: it stays until another one comes.
 void TcpLine::endClient() {
+  // An ended direction stays readable: watched on, it would wake us without end.
   ::epoll_ctl(events.get(), EPOLL_CTL_DEL, client.get(), nullptr);
   clientEnded = true;
 }
@@ -173,6 +177,7 @@ void TcpLine::hangUp() {
   events = Descriptor();
   client = Descriptor();
   listener = Descriptor();
+  // Bound again at once, so that nobody else takes the port meanwhile; without listen(2) callers are refused.
   bind();
 }
 

@@ -20,7 +20,9 @@ namespace orvix::simulator {
 struct TcpAddress {
   explicit TcpAddress(const std::string& text);
 
+  // "127.0.0.1:4000", "[::1]:4000".
   std::string text() const;
+  // Whether only this machine can reach it.
   bool isLoopback() const;
 
   sockaddr_storage socketAddress{};
@@ -29,7 +31,7 @@ struct TcpAddress {
 
 class TcpLine final : public Line {
  public:
-  // Port 0 lets the system choose one; name() then tells it.
+  // Listens from now on. Port 0 lets the system choose one; name() then tells it. Throws std::system_error.
   explicit TcpLine(const TcpAddress& wanted);
 
   std::string name() const override;
@@ -43,8 +45,10 @@ class TcpLine final : public Line {
   void reconnect() override;
 
  private:
+  // Steps of the above: a bound socket that does not listen yet; a descriptor among those that wake receive().
   void bind();
   void watch(int socket) const;
+  // A caller becomes the client, or is let go when there is one.
   void accept();
   void letGo();
   void endClient();
