@@ -32,7 +32,8 @@ std::string GsmDevice::getComstr() const {
 
 std::string GsmDevice::composeComstr() const {
   const std::string comstr = getComstr();
-  return "/dev/tcp/" + std::string(config.getString(names::kAddressPath, "")) + "/" +
+  // Without a colon substr throws std::out_of_range, which hosts know.
+  return names::kNetworkFolder + std::string(config.getString(names::kAddressPath, "")) + "/" +
          intToText(config.getInt32(names::kPortPath, 0), 10) + comstr.substr(comstr.find(':'));
 }
 
@@ -44,6 +45,7 @@ Status GsmDevice::initConnection(const std::string& dcbConnectionString) {
     traceContext = traceProvider->GetTraceContext();
     traceCallback = traceProvider->GetTraceCallback();
   }
+  // Open already: opening twice is no fault.
   if (modemConnectionDescriptor >= 1) {
     return {};
   }

@@ -10,6 +10,7 @@
 namespace orvix::host {
 namespace {
 
+// Enough to recognise a boot message or a GPS, and one line of a terminal.
 constexpr std::size_t kShownBytes = 60;
 
 // The last error result among the lines, with its meaning; "" when there is none.
@@ -27,6 +28,7 @@ std::string errorIn(const std::string& received) {
 // Whether what came back is what was sent, and nothing else.
 bool isEcho(const std::string& sent, const std::string& received) {
   const std::vector<std::string> commands = hostkit::linesOf(sent);
+  // An echo need not have come to its line end yet.
   const std::vector<std::string> lines = hostkit::linesOf(received + "\r");
   return !lines.empty() && std::all_of(lines.begin(), lines.end(), [&](const std::string& line) {
     return std::find(commands.begin(), commands.end(), line) != commands.end();
@@ -55,6 +57,7 @@ std::string answerText(const std::string& line, const std::vector<hostkit::Traff
   if (const std::string error = errorIn(received); !error.empty()) {
     return "the modem on " + line + " answers " + error;
   }
+  // A modem at its prompt takes commands for text: it echoes, and gives no result.
   if (isEcho(sent, received)) {
     return "the modem on " + line +
            " echoes and does not answer: it may be waiting for the text of a message; gsm-host doctor heals that";

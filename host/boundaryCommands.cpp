@@ -59,6 +59,7 @@ class KeptFile {
   bool isKnown;
 };
 
+// The key stands in the document as well, so that an editor can jump to it.
 void refuse(const std::string& file, const std::string& key, const std::string& text) {
   throw Failure(kConfiguration, file + ": " + text, {{"file", file}, {"key", key.empty() ? Json() : Json(key)}});
 }
@@ -78,6 +79,7 @@ void checkConfiguration(const CommonOptions& common, const std::string& file) {
   if (const Status status = session.device().setProperty(names::kCurrentConfiguration, document); !status.isOk()) {
     refuse(file, hostkit::parameterIn(status), status.toString());
   }
+  // The device takes what it would not be able to open: a second look at what can work.
   if (const hostkit::ConfigProblem problem = hostkit::configProblem(document); problem.isThere()) {
     refuse(file, problem.key, problem.key + ": " + problem.text);
   }
@@ -98,6 +100,7 @@ void getProperty(const CommonOptions& common, const PropertyOptions& options) {
 void setProperty(const CommonOptions& common, const PropertyOptions& options) {
   BSONObject document;
   require(loadJSON(options.file, &document), kConfiguration);
+  // Of a scratch file nothing would be left.
   if (common.line.configFile.empty()) {
     throw Failure(kUsage, "what is set must last: name the device's configuration with --config FILE");
   }
@@ -106,7 +109,9 @@ void setProperty(const CommonOptions& common, const PropertyOptions& options) {
   onFile.line.configFile = file.path();
   DeviceSession session(onFile);
   const Status status = session.device().setProperty(options.name, document);
+  // An unknown name is wrong usage, a document that the device refuses a wrong configuration.
   require(status, status.code() == Status::kInvalidArgument ? kUsage : kConfiguration);
+  // Behind the save, which has put a new file in the old one's place.
   file.restore();
   if (common.json) {
     printJson({{"property", options.name}, {"accepted", true}});
@@ -119,6 +124,7 @@ void sendControlCode(const CommonOptions& common, const ControlOptions& options)
     require(input.fromJSON(options.input.c_str()), kUsage);
   }
   const BSONObject params = input.getObject(false);
+  // Events go to standard output too: beside JSON they would be in the way of the answer.
   DeviceSession session(common, common.json ? EventOutput::kNone : EventOutput::kText);
   session.startReady();
   const hostkit::Answer answer = session.device().ioControl(options.code, options.input.empty() ? nullptr : &params);

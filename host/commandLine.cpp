@@ -42,6 +42,7 @@ void addLineOptions(CLI::App* app, LineOptions* options) {
   line->add_option("--tcp", options->tcp, "Modem behind TCP: ADDRESS:PORT[:settings], see gsm-tcp-line(8)")
       ->type_name("ADDRESS:PORT");
   line->add_flag("--simulate", options->simulate, "A simulated modem in this process");
+  // None is told by the command, since some need no modem.
   line->require_option(0, 1);
 }
 
@@ -63,6 +64,7 @@ class Commands {
  public:
   Commands(CLI::App* parent, Invocation* result) : app(parent), invocation(result), options(&result->options) {}
 
+  // fallthrough: common options may stand behind the command too.
   CLI::App* add(const char* name, const char* description, std::function<void(const Options&)> command) {
     CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
     Invocation* const result = invocation;
@@ -115,6 +117,7 @@ class Commands {
     auto* const monitor = add("monitor", "Show reports and events as they come",
                               [](const Options& o) { monitorModem(o.common, o.monitor); });
     Invocation* const result = invocation;
+    // A Ctrl-C is how a person ends it: no reason for 128 and the signal as exit code.
     monitor->parse_complete_callback([result] { result->endsBySignal = true; });
     monitor->add_option("--interval", options->monitor.intervalSeconds, "Seconds from report to report [10]")
         ->type_name("S")
@@ -162,6 +165,7 @@ Invocation readCommandLine(int argc, char** argv) {
   CLI::App app("Drives one GSM modem through the GSMModem device plug-in.", "gsm-host");
   app.footer(kFooter);
   app.set_version_flag("--version", "gsm-host " ORVIX_VERSION);
+  // With 1 CLI11 would complain before it has looked at a misspelt word.
   app.require_subcommand(0, 1);
   addLineOptions(&app, &invocation.options.common.line);
   addCommonOptions(&app, &invocation.options.common);

@@ -1,4 +1,6 @@
-// The command line of gsm-host. One thread.
+// The command line of gsm-host: which command is meant, with its options. One thread.
+//
+// Nothing is done here but reading; what only a device can judge comes to the command as it was typed.
 #pragma once
 
 #include <functional>
@@ -7,6 +9,7 @@
 
 namespace orvix::host {
 
+// What main() is to do.
 struct Invocation {
   Options options;
   std::function<void(const Options&)> command;  // empty: all is said, as after --help
@@ -14,7 +17,8 @@ struct Invocation {
   int exitCode = 0;                             // when there is no command
 };
 
-// Reads the command line; help and complaints are printed here.
+// Reads main's arguments. Help, the version and complaints are printed here, the last with --json as a document too;
+// `command` is empty then and `exitCode` is the program's. Throws nothing for wrong usage.
 Invocation readCommandLine(int argc, char** argv);
 
 }  // namespace orvix::host

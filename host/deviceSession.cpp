@@ -25,6 +25,7 @@ std::string moduleOf(const CommonOptions& options) {
   if (!options.plugin.empty()) {
     return options.plugin;
   }
+  // The folder of a build has both side by side; installed, the plug-in is below the library folder.
   const fs::path programs = fs::read_symlink("/proc/self/exe").parent_path();
   const fs::path beside = programs / kModuleName;
   return fs::exists(beside) ? beside : programs.parent_path() / ORVIX_PLUGIN_DIR / kModuleName;
@@ -59,6 +60,7 @@ std::unique_ptr<hostkit::ModemDevice> create(const CommonOptions& options, const
     throw Failure(kUsage,
                   "which modem? Give --device PATH:115200,n,8,1, --config FILE, --tcp ADDRESS:PORT or --simulate");
   }
+  // Its refusal is about the file, so the exit code is another one, and another command tells more.
   if (!options.line.configFile.empty()) {
     try {
       return device(options.line.configFile);
@@ -94,12 +96,14 @@ DeviceSession::DeviceSession(const CommonOptions& options, EventOutput events, h
   if (options.line.simulate) {
     simulated = std::make_unique<SimulatedModem>();
   }
+  // The order decides who hears of what: whatever is to see the first open must be added before start().
   modem = create(options, simulated.get(), &trace, &printer);
   trace.add(&traffic);
   if (options.trace || options.hex) {
     trace.add(&trafficPrinter);
   }
   if (!options.record.empty()) {
+    // A recording is evidence: it is not replaced unless somebody says so.
     const auto ifThere = options.force ? hostkit::Recorder::kReplace : hostkit::Recorder::kRefuse;
     orFail(kInternal, [&] { trace.add(&recorder.emplace(options.record, modem->line(), ifThere)); });
   }
@@ -108,6 +112,7 @@ DeviceSession::DeviceSession(const CommonOptions& options, EventOutput events, h
   }
 }
 
+// Stopped while whoever listens is still there.
 DeviceSession::~DeviceSession() {
   modem->stop();
   if (recorder && recorder->hasFailed()) {
@@ -150,6 +155,7 @@ Failure DeviceSession::explain(const Status& status) {
     case hostkit::StatusKind::kRefusedSettings:
       return {kLine, "the settings of \"" + line + "\" are not accepted (" + text + ")" + colonAdvice(line)};
     case hostkit::StatusKind::kLineNotOpened: {
+      // Asked only now, since the answer may have changed since the start; "" when the line opens by now.
       const std::string trouble = hostkit::lineTrouble(line);
       return {kLine, (trouble.empty() ? line + " cannot be opened" : trouble) + " (" + text + ")"};
     }

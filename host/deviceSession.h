@@ -1,4 +1,5 @@
-// One device for one run of the program. One thread.
+// One device for one run of the program, and all that watches it: events, traffic, recording. One thread; a listener is
+// called on it, inside the calls.
 #pragma once
 
 #include <memory>
@@ -31,6 +32,7 @@ class DeviceSession {
   DeviceSession(const DeviceSession&) = delete;
   DeviceSession& operator=(const DeviceSession&) = delete;
 
+  // Both borrowed, as long as the session lives.
   hostkit::ModemDevice& device() { return *modem; }
   hostkit::LineTrace& lineTrace() { return trace; }
   // The traffic since the last of these three began.
@@ -41,12 +43,14 @@ class DeviceSession {
   void start();
   // As start, and throws Failure as well when no modem answers.
   void startReady();
+  // As those of ModemDevice: nothing is thrown for a modem that fails, see explain.
   hostkit::Answer report();
   hostkit::Answer sendSms(const std::string& phone, const std::string& text);
   // What the failure of the last call means, with the cause as far as line and traffic show it.
   Failure explain(const Status& status);
 
  private:
+  // Destroyed from the last to the first: the device, what it tells, the modem at the other end.
   std::unique_ptr<SimulatedModem> simulated;
   EventPrinter printer;
   TrafficPrinter trafficPrinter;

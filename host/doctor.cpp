@@ -13,6 +13,7 @@
 #include "hostkit/lineTrouble.h"
 #include "hostkit/modemErrors.h"
 #include "hostkit/resultLine.h"
+#include "plugin/names.h"
 #include "program/stopSignals.h"
 #include "program/terminal.h"
 
@@ -33,6 +34,7 @@ class Diary {
       return;
     }
     const std::string text = shown(result);
+    // Two columns; a longer name is followed by one blank.
     std::cout << "  " << what << std::string(what.size() < 16 ? 16 - what.size() : 1, ' ')
               << (paint != nullptr ? paint(std::cout, text) : text) << std::endl;
   }
@@ -99,6 +101,7 @@ bool mayHeal(const DoctorOptions& options, const Diary& diary) {
   if (options.noHeal) {
     return false;
   }
+  // Where nobody could read the question, nobody could answer it.
   if (diary.isForJson() || !program::isTerminal(std::cout) || !program::isTerminal(std::cerr)) {
     return true;
   }
@@ -125,7 +128,8 @@ bool healPrompt(DeviceSession* session, const DoctorOptions& options, Diary* dia
 // The same serial line at the other usual speeds.
 std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::string& line) {
   std::vector<CommonOptions> attempts;
-  const bool isSerial = common.line.tcp.empty() && !common.line.simulate && line.rfind("/dev/tcp/", 0) != 0;
+  const bool isSerial = common.line.tcp.empty() && !common.line.simulate && line.rfind(names::kNetworkFolder, 0) != 0;
+  // The usual ones, the likeliest first: modules come with 115200 or 9600.
   for (const char* const speed : {"115200", "9600", "57600", "38400", "19200", "230400"}) {
     CommonOptions attempt = common;
     attempt.line.configFile.clear();
@@ -145,6 +149,7 @@ std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::s
     if (program::isStopWished()) {
       throw Failure(kModem, "stopped before all speeds were tried");
     }
+    // A session each: a device reads its configuration once.
     DeviceSession session(attempt);
     const Finding finding = ask(&session);
     sayFinding("", finding, diary);
@@ -164,6 +169,7 @@ std::string adviceFor(const Finding& finding, const std::vector<hostkit::Traffic
   if (!finding.status.isOk()) {
     return answerText(finding.line, traffic) + "; check the SIM card and its PIN";
   }
+  // The antenna before the network: without a signal there is no registration.
   if (!hasSignal(finding.report)) {
     return "no usable signal: check the antenna";
   }
@@ -179,6 +185,7 @@ void examine(const CommonOptions& common, const DoctorOptions& options, Diary* d
   Finding finding;
   std::string advice;
   {
+    // Ends before other speeds are tried: it holds the line.
     DeviceSession session(common);
     examineLine(&session, diary);
     finding = ask(&session);

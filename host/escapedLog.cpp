@@ -9,6 +9,7 @@ namespace orvix::host {
 
 EscapedLog::EscapedLog() {
   FLAGS_logtostderr = false;
+  // Above the highest severity, so that glog itself writes nothing to standard error.
   FLAGS_stderrthreshold = google::NUM_SEVERITIES;
   google::base::SetLogger(google::GLOG_INFO, new NullLogger);  // otherwise glog would write a file
   google::AddLogSink(this);

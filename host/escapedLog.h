@@ -14,6 +14,7 @@ class EscapedLog final : public google::LogSink {
   EscapedLog(const EscapedLog&) = delete;
   EscapedLog& operator=(const EscapedLog&) = delete;
 
+  // Called by glog on whatever thread logs, one line at a time.
   void send(google::LogSeverity severity, const char* fullName, const char* baseName, int line,
             const google::LogMessageTime& time, const char* message, std::size_t length) override;
 };

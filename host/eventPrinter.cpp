@@ -26,6 +26,7 @@ const char* statusWord(DeviceStatus status) {
 }
 
 void EventPrinter::onEvent(const std::string& name, const BSONObject& document) {
+  // Names and documents come from the device and may hold what a modem sent: a terminal gets them escaped.
   if (output == EventOutput::kText) {
     std::cout << program::dim(std::cout, program::timeOfDay()) << "  event   " << shown(name) << " "
               << shown(document.toJSON()) << std::endl;

@@ -7,11 +7,14 @@
 
 namespace orvix::host {
 
+// For people, or one JSON document a line for scripts.
 enum class EventOutput { kNone, kText, kJson };
 
 // The word for a status that a person reads.
 const char* statusWord(DeviceStatus status);
 
+// Prints an event or a change of status at once, with the time; a changed report is only noted, for the command that
+// asked for it prints it.
 class EventPrinter final : public hostkit::DeviceListener {
  public:
   explicit EventPrinter(EventOutput how) : output(how) {}

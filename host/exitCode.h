@@ -1,4 +1,4 @@
-// How gsm-host ends, and the failure that carries it there. One thread.
+// How gsm-host ends, and the failure that carries it there. The numbers are promised to scripts. One thread.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -8,15 +8,17 @@
 
 namespace orvix::host {
 
-// In the order of what a command has in its hands.
+// Keys stay in the order in which a command sets them, for people who read along.
 using Json = nlohmann::ordered_json;
 
+// 128 and the number of a signal when a signal ended the command, as shells have it.
 enum ExitCode : int {
   kDone = 0,
-  kInternal = 1,  // the plug-in cannot be loaded, or a fault of this program
+  // The plug-in cannot be loaded, or a fault of this program.
+  kInternal = 1,
   kUsage = 2,
   kConfiguration = 3,  // the device refuses its configuration
-  kLine = 4,           // the line cannot be opened
+  kLine = 4,           // the line cannot be opened; the text says why
   kModem = 5,          // the modem does not answer, or refuses
   kUncertain = 6,      // a message may have been sent
 };

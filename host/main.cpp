@@ -22,6 +22,7 @@ int endWith(const Invocation& invocation, const Failure& failure) {
   orvix::program::complain("gsm-host", failure.what());
   if (invocation.options.common.json) {
     Json document = {{"error", failure.what()}, {"exitCode", failure.exitCode()}};
+    // On standard output even though it is a failure: scripts read one stream.
     document.update(failure.moreFields());
     printJson(document);
   }
@@ -61,6 +62,7 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a reader that goes away must not leave the line as it is
   orvix::setUpLogging(true, argv[0], true, 0, invocation.options.common.verbosity, "", "");
   std::signal(SIGTERM, SIG_DFL);  // glog would print a stack trace
+  // The log's own life is that of the command, within that of logging itself.
   const int result = [&] {
     const EscapedLog log;
     return run(invocation);

@@ -37,6 +37,7 @@ class Monitor {
       showFailure(report.status);
       return;
     }
+    // The first report after a failure is news in itself.
     if (isChanged || !changesOnly || !failure.empty()) {
       show(report.document, isChanged);
     }
@@ -62,6 +63,7 @@ class Monitor {
     if (cause.exitCode() == kConfiguration || hostkit::kindOf(status) == hostkit::StatusKind::kRefusedSettings) {
       throw Failure(cause);
     }
+    // A line that stays dead is told once, with --changes.
     const bool isNews = failure != cause.what();
     failure = cause.what();
     if (!isNews && changesOnly) {
@@ -92,6 +94,7 @@ void monitorModem(const CommonOptions& common, const MonitorOptions& options) {
     if (number == options.count || !std::cout) {
       break;
     }
+    // From begin to begin, so that reports keep their pace whatever they take.
     double pause = options.intervalSeconds - duration<double>(steady_clock::now() - begin).count();
     if (!monitor.lastFailure().empty()) {
       pause = std::max(pause, kShortestPauseAfterFailure);
@@ -101,6 +104,7 @@ void monitorModem(const CommonOptions& common, const MonitorOptions& options) {
     }
   }
   if (!monitor.lastFailure().empty() && !program::isStopWished()) {
+    // Only when it ended by itself: a person who stops it has seen the failure.
     throw Failure(kModem, "the last report failed: " + monitor.lastFailure());
   }
 }

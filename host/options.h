@@ -1,4 +1,6 @@
-// What the command line says. One thread.
+// What the command line says, as the commands read it: plain values, one struct a command. One thread.
+//
+// Files are paths as they were typed; "" means that an option was not given.
 #pragma once
 
 #include <string>
@@ -7,7 +9,7 @@
 
 namespace orvix::host {
 
-// One of the first four, or none.
+// Which modem: one of the first four, or none.
 struct LineOptions {
   std::string configFile;  // a device configuration
   std::string device;      // PATH[:baud,parity,databits,stopbits]
@@ -17,49 +19,62 @@ struct LineOptions {
   bool isGiven() const { return !configFile.empty() || !device.empty() || !tcp.empty() || simulate; }
 };
 
-// Of all commands.
+// What every command takes.
 struct CommonOptions {
   LineOptions line;
-  std::string plugin;  // module file; empty: where it is built or installed
+  // Path of the module; empty: beside this program, or where it is installed.
+  std::string plugin;
   bool trace = false;  // show the line's traffic
   bool hex = false;    // with hexadecimal bytes
-  std::string record;  // file to record the traffic to
-  bool force = false;  // replace a recording, send what looks wrong
-  int verbosity = 0;   // of the log on standard error; 0: none
-  bool json = false;   // for scripts
+  // New file for the traffic, in the format of docs/recording.md.
+  std::string record;
+  // Replaces a recording, and sends a number or a text that looks wrong.
+  bool force = false;
+  int verbosity = 0;  // of the log on standard error; 0: none
+  bool json = false;  // for scripts
 
   // Whether nothing but the command itself writes to standard error.
   bool isQuiet() const { return !trace && !hex && verbosity == 0; }
 };
 
+// The command sms.
 struct SmsOptions {
   std::string phone;
   std::string text;  // "-": from standard input
+  // What the modem reads a text in (AT+CSCS): IRA unless it was set otherwise.
   hostkit::Charset charset = hostkit::Charset::kIra;
+  // The modem answers OK alone when it has sent.
   bool okIsSent = false;
-  int lateSeconds = 120;  // how long to listen for a result that comes late
+  // How long to listen for a result that comes late, 0 to 3600.
+  int lateSeconds = 120;
 };
 
+// The command monitor.
 struct MonitorOptions {
+  // From the begin of one report to the begin of the next, 0 to 86400.
   double intervalSeconds = 10;
   int count = 0;             // 0: until interrupted
   bool changesOnly = false;  // leave out reports that differ in nothing
 };
 
+// The command doctor.
 struct DoctorOptions {
   bool noHeal = false;
 };
 
+// The commands get and set.
 struct PropertyOptions {
   std::string name;
   std::string file;  // of set: "-" reads standard input
 };
 
+// The command control.
 struct ControlOptions {
   std::string code;
   std::string input;  // JSON text; "" for none
 };
 
+// All of them: each command looks at its own.
 struct Options {
   CommonOptions common;
   SmsOptions sms;

@@ -9,6 +9,7 @@
 namespace orvix::host {
 
 void printJson(const Json& document) {
+  // Flushed, so that a reader of a pipe gets each document when it happens.
   std::cout << document.dump(-1, ' ', true, Json::error_handler_t::replace) << std::endl;
 }
 
@@ -28,6 +29,7 @@ void printDocument(const BSONObject& document) {
 }
 
 Json jsonOf(const BSONObject& document) {
+  // Through text, for either library knows its own types alone.
   const Json parsed = Json::parse(document.toJSON(), nullptr, false);
   return parsed.is_discarded() ? Json() : parsed;
 }

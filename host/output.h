@@ -1,4 +1,4 @@
-// JSON on standard output. One thread.
+// JSON on standard output, where scripts read it: one document a line, flushed at once. One thread.
 #pragma once
 
 #include <string>

@@ -40,6 +40,7 @@ std::string stepOf(std::string_view command) {
 // As many whole words as the terminal's line has room for: a line that wraps could not be wiped.
 std::string cutToTerminal(std::string text) {
   winsize size{};
+  // A column is left free: a cursor behind the last one would wrap.
   const std::size_t width = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79U;
   if (text.size() > width) {
     const std::size_t end = text.rfind(' ', width);
@@ -51,6 +52,7 @@ std::string cutToTerminal(std::string text) {
 }  // namespace
 
 Progress::Progress(bool isWanted) {
+  // In a pipe or a log a line that is drawn again and again would be noise.
   if (isWanted && program::isTerminal(std::cerr)) {
     painter = std::thread([this] { redraw(); });
   }
@@ -85,6 +87,7 @@ void Progress::redraw() {
   do {
     char seconds[24];
     std::snprintf(seconds, sizeof seconds, "  %4.1f s  ", duration<double>(steady_clock::now() - begin).count());
+    // A stop cannot break a dialogue off; said, so that nobody presses Ctrl-C twice.
     const std::string text = seconds + step + (program::isStopWished() ? "; ending when that is through" : "");
     std::fprintf(stderr, "\r\x1b[K%s", cutToTerminal(text).c_str());
   } while (!wake.wait_for(guard, milliseconds(100), [this] { return isDone; }));

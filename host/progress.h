@@ -1,4 +1,7 @@
-// A live line about what a long dialogue is doing. Its own thread redraws; onTraffic runs in the device's.
+// A live line about what a long dialogue is doing.
+//
+// Threads: its own redraws, ten times a second; onTraffic runs in the device's call; the rest is for the thread that
+// made it.
 #pragma once
 
 #include <condition_variable>

@@ -14,6 +14,7 @@ void showReport(const CommonOptions& common) {
   DeviceSession session(common, EventOutput::kNone, &progress);
   session.startReady();
   const hostkit::Answer report = session.report();
+  // Before anything is printed: both may be on one terminal.
   progress.finish();
   if (!report.status.isOk()) {
     const Failure cause = session.explain(report.status);

@@ -10,6 +10,7 @@ namespace {
 
 std::string signalBar(int percent) {
   constexpr int kCells = 10;
+  // Rounded to the nearest cell.
   const int filled = percent > 0 ? (percent * kCells + 50) / 100 : 0;
   return "[" + std::string(static_cast<std::size_t>(filled), '#') +
          std::string(static_cast<std::size_t>(kCells - filled), '.') + "]";

@@ -1,4 +1,5 @@
-// A data report for people. Pure functions; any thread.
+// A data report for people: the document of docs/host-guide.md, as the device gave it. Pure functions; any thread. A
+// value that is missing shows as unknown.
 #pragma once
 
 #include <iosfwd>
@@ -12,6 +13,7 @@ namespace orvix::host {
 std::string shownSignal(const BSONObject& report);
 // "home", "searching" and so on, as the report has it.
 std::string shownRegistration(const BSONObject& report);
+// At home or roaming: the two in which a message can go out.
 bool isRegistered(const BSONObject& report);
 bool hasSignal(const BSONObject& report);
 // The whole report, one value a line.

@@ -7,6 +7,7 @@ SimulatedModem::SimulatedModem() : runner([this] { simulator::run(modem, line, s
 
 SimulatedModem::~SimulatedModem() {
   stop.request();
+  // The line and the modem belong to that thread until it has ended.
   runner.join();
 }
 

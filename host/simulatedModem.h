@@ -1,4 +1,4 @@
-// A modem in this process, for a first try. It runs in a thread of its own until it is destroyed.
+// A modem in this process, for a first try without hardware. It runs in a thread of its own until it is destroyed.
 #pragma once
 
 #include <memory>
@@ -11,6 +11,8 @@
 
 namespace orvix::host {
 
+// Everything works: it is registered, has a signal, and accepts every message. It answers on a pseudo-terminal. Throws
+// std::system_error where there is none.
 class SimulatedModem {
  public:
   SimulatedModem();

@@ -18,6 +18,7 @@
 namespace orvix::host {
 namespace {
 
+// The plug-in waits for a prompt for some 3 s; a modem that is busy with its network may take longer.
 constexpr int kLatePromptMs = 30000;
 
 std::string textOf(const SmsOptions& options) {
@@ -37,6 +38,7 @@ void requireFit(const hostkit::Fit& fit, bool isForced) {
   }
 }
 
+// Even forced, a NUL would cut the text off unseen, and an empty number is refused by the device.
 void checkMessage(const std::string& phone, const std::string& text, hostkit::Charset charset, bool isForced) {
   if (text.empty()) {
     throw Failure(kUsage, "the text is empty");
@@ -59,8 +61,10 @@ class Attempt {
 
   hostkit::Judgement run() {
     answer = session->sendSms(options.phone, text);
+    // Before it is judged for good: results come late, and no byte may go out meanwhile.
     listen();
     hostkit::Judgement judgement = judged();
+    // Left at its prompt, the modem would take the next command for a text.
     if (judgement.mayWaitAtPrompt) {
       isHealed = hostkit::heal(&session->device()).isOk();
     }
@@ -129,6 +133,7 @@ void sendMessage(const CommonOptions& common, const SmsOptions& options) {
   Progress progress(common.isQuiet());
   DeviceSession session(common, EventOutput::kNone, &progress);
   session.startReady();
+  // The last moment at which a Ctrl-C leaves nothing in doubt.
   if (program::isStopWished()) {
     throw Failure(kInternal, "stopped before the message was given to the modem");
   }

@@ -27,6 +27,7 @@ std::string textOf(const hostkit::TrafficPiece& piece) {
 void TrafficPrinter::onTraffic(const hostkit::TrafficPiece& piece) {
   std::cerr << program::dim(std::cerr, program::timeOfDay(true)) << ' ' << textOf(piece);
   if (withHex) {
+    // Below the text, behind the column of times.
     std::cerr << "\n               " << program::dim(std::cerr, hexText(piece.bytes));
   }
   std::cerr << std::endl;

@@ -1,4 +1,5 @@
-// Shows a line's traffic on standard error. Told by one LineTrace.
+// Shows a line's traffic on standard error, as it happens. One thread at a time: that of the device call, as LineTrace
+// tells it.
 #pragma once
 
 #include "hostkit/traffic.h"

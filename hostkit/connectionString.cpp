@@ -9,8 +9,10 @@
 namespace orvix::hostkit {
 namespace {
 
+// What modules come with; without settings a device refuses its line.
 constexpr char kUsualSettings[] = "115200,n,8,1";
 
+// A file name may be any bytes, a text in BSON and JSON may not.
 void requireUtf8(const std::string& text) {
   if (!bson_utf8_validate(text.c_str(), text.size(), false)) {
     throw Error("the line's name is not UTF-8");
@@ -20,12 +22,13 @@ void requireUtf8(const std::string& text) {
 }  // namespace
 
 std::string connectionString(const BSONObject& config) {
+  // The same line as the device composes, or whoever looks for the cause of a fault would look at another one.
   std::string comstr = config.getString(names::kComstrPath, std::string());
   if (config.getString(names::kModePath, std::string()) != names::kNetworkMode) {
     return comstr;
   }
   const std::size_t colon = comstr.find(':');
-  return "/dev/tcp/" + config.getString(names::kAddressPath, std::string()) + "/" +
+  return names::kNetworkFolder + config.getString(names::kAddressPath, std::string()) + "/" +
          std::to_string(config.getInt32(names::kPortPath, 0)) +
          (colon == std::string::npos ? std::string() : comstr.substr(colon));
 }
@@ -45,6 +48,7 @@ LineChoice tcpLine(const std::string& tcp) {
   requireUtf8(tcp);
   LineChoice line;
   const std::size_t colon = tcp.find(':');
+  // The second colon, if there is one, begins the settings.
   const std::size_t end = colon == std::string::npos ? colon : tcp.find(':', colon + 1);
   const std::string port = colon == std::string::npos ? "" : tcp.substr(colon + 1, end - colon - 1);
   const auto [stop, error] = std::from_chars(port.data(), port.data() + port.size(), line.port);
@@ -53,6 +57,7 @@ LineChoice tcpLine(const std::string& tcp) {
   }
   line.mode = names::kNetworkMode;
   line.address = tcp.substr(0, colon);
+  // Of this the device takes the part behind the colon alone.
   line.comstr = "/dev/tcp:" + (end == std::string::npos ? kUsualSettings : tcp.substr(end + 1));
   return line;
 }

@@ -18,6 +18,7 @@
 #include <optional>
 
 #include "hostkit/connectionString.h"
+#include "plugin/names.h"
 #include "serial/dcb.h"
 
 namespace orvix::hostkit {
@@ -34,6 +35,7 @@ bool holds(const fs::path& process, dev_t device) {
   std::error_code refused;
   for (const fs::directory_entry& entry : fs::directory_iterator(process / "fd", refused)) {
     struct stat found {};
+    // By the device's number: a process may have opened it under another name.
     if (stat(entry.path().c_str(), &found) == 0 && S_ISCHR(found.st_mode) && found.st_rdev == device) {
       return true;
     }
@@ -53,6 +55,7 @@ std::vector<std::string> openers(const std::string& path) {
   if (stat(path.c_str(), &wanted) != 0) {
     return found;
   }
+  // This process has the line open itself while it looks.
   const std::string self = std::to_string(getpid());
   std::error_code refused;
   for (const fs::directory_entry& process : fs::directory_iterator("/proc", refused)) {
@@ -70,6 +73,7 @@ std::string lockerOf(const std::string& path) {
   if (stat(path.c_str(), &wanted) != 0) {
     return "";
   }
+  // As /proc/locks writes a file: device numbers in hexadecimal, the inode in decimal, with the process before it.
   char node[64];
   std::snprintf(node, sizeof node, " %02x:%02x:%llu ", major(wanted.st_dev), minor(wanted.st_dev),
                 static_cast<unsigned long long>(wanted.st_ino));
@@ -85,6 +89,7 @@ std::string lockerOf(const std::string& path) {
 
 std::string holderOf(const std::string& path) {
   const std::string locker = lockerOf(path);
+  // A lock from another container is not in the list: whoever has the line open is the likely holder.
   const std::vector<std::string> others = openers(path);
   return !locker.empty() ? locker : others.empty() ? "another process" : others.front();
 }
@@ -104,6 +109,7 @@ std::string accessAdvice(const std::string& path) {
   constexpr mode_t kGroupMay = S_IRGRP | S_IWGRP;
   const group* const owner = getgrgid(found.st_gid);
   const std::string name = owner != nullptr ? owner->gr_name : std::to_string(found.st_gid);
+  // The root group is nobody's to join.
   if ((found.st_mode & kGroupMay) == kGroupMay && found.st_gid != 0) {
     return "join its group (usermod -aG " + name + " USER) and log in again";
   }
@@ -118,12 +124,13 @@ std::string openTrouble(const std::string& path, int error) {
   std::string text = path + ": " + std::strerror(error);
   switch (error) {
     case ENOENT:
-      if (path.rfind("/dev/tcp/", 0) == 0) {
+      if (path.rfind(names::kNetworkFolder, 0) == 0) {
         return text + "; Linux has no such files: link one with tcp-line ADDRESS PORT (in scripts or /usr/lib/orvix)";
       }
       return text + "; is the modem plugged in?";
     case EACCES:
       return text + "; " + accessAdvice(path);
+    // TIOCEXCL: somebody wants the terminal for himself.
     case EBUSY:
       return heldBy(path);
     default:
@@ -159,6 +166,7 @@ std::string colonTrouble(const std::string& connectionString) {
 
 std::string lineTrouble(const std::string& connectionString) {
   const std::string path = pathOf(connectionString);
+  // As the serial library opens it, so that the same things fail. Nothing is written or configured.
   const int descriptor = open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
   if (descriptor == -1) {
     const int error = errno;
@@ -166,6 +174,7 @@ std::string lineTrouble(const std::string& connectionString) {
     return trouble.empty() ? openTrouble(path, error) : trouble;
   }
   std::string text;
+  // The lock that a device takes; given back with the descriptor.
   if (flock(descriptor, LOCK_EX | LOCK_NB) != 0) {
     text = heldBy(path);
   } else if (isatty(descriptor) == 0) {
@@ -187,6 +196,7 @@ std::string speedTrouble(const std::string& connectionString) {
     return "";
   }
   termios found{};
+  // tcsetattr succeeds when anything at all could be set, so only the speed that is read back tells.
   const bool isOther = wanted && tcgetattr(descriptor, &found) == 0 && cfgetospeed(&found) != cfgetospeed(&*wanted);
   close(descriptor);
   return isOther ? path + " does not run at " + std::to_string(dcb.baud) + " baud: its chip did not take the speed"
@@ -210,6 +220,7 @@ std::vector<std::string> serialDevices() {
   std::error_code refused;
   for (const fs::directory_entry& entry : fs::directory_iterator("/dev", refused)) {
     const std::string name = entry.path().filename();
+    // USB adapters, modems of their own (CDC ACM), and the UARTs of usual ARM boards.
     for (const char* const prefix : {"ttyUSB", "ttyACM", "ttyAMA", "ttyO", "ttymxc"}) {
       if (name.rfind(prefix, 0) == 0) {
         found.push_back(entry.path());

@@ -27,6 +27,8 @@ inline constexpr char kAddress[] = "address";
 inline constexpr char kAddressPath[] = "config.ip.address";
 inline constexpr char kPort[] = "port";
 inline constexpr char kPortPath[] = "config.ip.port";
+// In mode "ip" the device opens the path "/dev/tcp/ADDRESS/PORT".
+inline constexpr char kNetworkFolder[] = "/dev/tcp/";
 
 // Properties.
 inline constexpr char kVersion[] = "version";

@@ -15,6 +15,7 @@
 #include "hostkit/modemErrors.h"
 #include "hostkit/resultLine.h"
 #include "hostkit/statusText.h"
+#include "plugin/names.h"
 
 namespace orvix::gateway {
 namespace {
@@ -30,13 +31,12 @@ constexpr int kLatePromptSeconds = 30;
 constexpr int kProbesBeforeHealing = 2;
 
 ModemReport reportOf(const BSONObject& document) {
-  const std::string root = "GSMModem.report.";
   ModemReport report;
-  if (document.getBool(root + "signalQuality.valid", false)) {
-    report.dBm = document.getInt32(root + "signalQuality.dBm", 0);
-    report.percent = document.getInt32(root + "signalQuality.percent", 0);
+  if (document.getBool(names::kSignalValid, false)) {
+    report.dBm = document.getInt32(names::kSignalDbm, 0);
+    report.percent = document.getInt32(names::kSignalPercent, 0);
   }
-  report.registration = document.getString(root + "NetworkRegistration.status", "unknown");
+  report.registration = document.getString(names::kRegistrationStatus, "unknown");
   return report;
 }
 
