@@ -13,6 +13,7 @@ constexpr std::int32_t kHighestPort = 65535;
 
 ConfigProblem configProblem(const BSONObject& config) {
   const std::string mode = config.getString(names::kModePath, std::string());
+  // In the order in which the device looks, so that the first problem here is the first that it would meet.
   if (mode != names::kSerialMode && mode != names::kNetworkMode) {
     return {names::kModePath, "\"" + mode + "\" cannot be opened; it is \"com\" or \"ip\", in small letters"};
   }
@@ -26,6 +27,7 @@ ConfigProblem configProblem(const BSONObject& config) {
   }
   const std::string line = connectionString(config);
   XplDcb dcb;
+  // Before the serial library, which would report it without a key.
   if (line.size() >= sizeof dcb.connectionString) {
     return {mode == names::kNetworkMode ? names::kAddressPath : names::kComstrPath,
             "\"" + line + "\" is longer than the 127 bytes that a line's name and settings may have"};

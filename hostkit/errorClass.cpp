@@ -55,9 +55,11 @@ constexpr ClassName kNames[] = {{"message", ErrorClass::kMessage},
 ErrorClass classOf(ErrorKind kind, std::optional<int> code, bool isBeforeText, const ClassOverrides& overrides) {
   ErrorClass found = ErrorClass::kDoubt;
   if (code) {
+    // Only codes of +CMS ERROR can be moved: it is there that modems use 500 and its like in ways of their own.
     const auto own = kind == ErrorKind::kCms ? overrides.find(*code) : overrides.end();
     found = own != overrides.end() ? own->second : tableClass(kind, *code);
   }
+  // Before its text a message cannot be out, so nothing is in doubt.
   return found == ErrorClass::kDoubt && isBeforeText ? ErrorClass::kChance : found;
 }
 

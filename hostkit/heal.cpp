@@ -12,6 +12,7 @@ namespace orvix::hostkit {
 namespace {
 
 constexpr unsigned kBufferSize = 128;
+// An Escape can be lost in what a modem is just doing: three rounds of 2 s.
 constexpr int kRounds = 3;
 constexpr int kEscapeWaitMs = 500;
 constexpr int kAnswerWaitMs = 1500;
@@ -21,6 +22,7 @@ constexpr int kStepMs = 50;
 class OpenLine {
  public:
   OpenLine(const std::string& connection, LineTrace* trace) {
+    // The library's table of ports has no lock of its own, and another thread may heal another device.
     const std::lock_guard<std::mutex> guard(portTable());
     XplDcb dcb;
     if (XPLBuildDCB(connection.c_str(), &dcb, nullptr) != 0) {
@@ -39,6 +41,7 @@ class OpenLine {
 
   // Writes and listens for up to `waitMs`; true as soon as a final result came.
   bool ask(const std::string& bytes, int waitMs) {
+    // A line that takes nothing shows as one that answers nothing.
     XPLWrite(handle, bytes.data(), static_cast<int>(bytes.size()));
     std::string received;
     for (int waitedMs = 0; waitedMs < waitMs && !holdsFinalResult(received); waitedMs += kStepMs) {
@@ -46,6 +49,7 @@ class OpenLine {
       nanosleep(&step, nullptr);
       char block[kBufferSize];
       const int count = XPLRead(handle, block, sizeof block);
+      // A negative count is a short read: that many bytes, and no more by now.
       received.append(block, static_cast<std::size_t>(count < 0 ? -count : count));
     }
     return holdsFinalResult(received);
@@ -80,6 +84,7 @@ Status leavePrompt(const std::string& connection, LineTrace* trace) {
 Status heal(ModemDevice* device) {
   Status status;
   device->exclusively([device, &status] {
+    // Before the stop: a line that nobody has open drops DTR, at which some modems reset.
     const LineWatch keptOpen(pathOf(device->line()));
     device->stop();
     status = leavePrompt(device->line(), device->trace());

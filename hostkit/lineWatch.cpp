@@ -10,6 +10,7 @@
 namespace orvix::hostkit {
 namespace {
 
+// How long isEnough may go unasked.
 constexpr std::int64_t kSliceUs = 500000;
 
 }  // namespace
@@ -49,6 +50,7 @@ void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::func
     if (leftUs <= 0) {
       return;
     }
+    // Rounded up, or the last millisecond would be spent in a busy loop.
     const std::string bytes = watch->listen(static_cast<int>(std::min(leftUs, kSliceUs) / 1000) + 1);
     if (!bytes.empty()) {
       trace->tell(kXplTraceReceived, bytes);

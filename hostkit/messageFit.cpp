@@ -7,15 +7,19 @@
 namespace orvix::hostkit {
 namespace {
 
+// Short codes begin at three digits; an address holds 20 (3GPP TS 23.040, 9.1.2.5).
 constexpr std::size_t kFewestDigits = 3;
 constexpr std::size_t kMostDigits = 20;
+// Of the extension table of 3GPP TS 23.038: an escape, then the character.
 constexpr std::string_view kTwoSeptets = R"(^{}[]~|\)";
+// With AT+CSCS="GSM" the modem reads bytes as septets, where these codes are other characters.
 constexpr std::string_view kOtherInGsm = R"(@$_^{}[]~|\)";
 
 bool isIn(std::string_view set, char character) {
   return set.find(character) != std::string_view::npos;
 }
 
+// The backquote is in no table of the network's alphabet.
 bool isCarried(char character, Charset charset) {
   const bool isPlain = character == '\n' || (character >= ' ' && character <= '~' && character != '`');
   return isPlain && (charset == Charset::kIra || !isIn(kOtherInGsm, character));
@@ -30,6 +34,7 @@ std::string characterAt(const std::string& text, std::size_t position) {
   return shown(text.substr(position, end - position));
 }
 
+// Echoed, such a line could not be told from the modem's own result.
 bool readsAsResult(std::string_view line) {
   for (const std::string_view prefix : {"+CMGS:", "+CMS ERROR:", "+CME ERROR:"}) {
     if (line.substr(0, prefix.size()) == prefix) {
@@ -66,6 +71,7 @@ Fit textFit(const std::string& text, Charset charset) {
   Fit fit;
   for (std::size_t i = 0; i < text.size(); ++i) {
     if (isCarried(text[i], charset)) {
+      // In "GSM" nothing that is carried needs an escape.
       fit.septets += charset == Charset::kIra && isIn(kTwoSeptets, text[i]) ? 2 : 1;
     } else if (fit.isFit()) {
       fit.problem = "the text holds \"" + characterAt(text, i) + "\", which does not arrive as written";

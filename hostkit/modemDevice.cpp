@@ -55,6 +55,7 @@ class ModemDevice::Turn {
     }
     if (isOutermost) {
       {
+        // Let through one by one, so that a creation that waits is not overtaken by calls that come later.
         const std::lock_guard<std::mutex> pass(turnstile);
         use = std::shared_lock<std::shared_mutex>(moduleUse);
       }
@@ -87,6 +88,7 @@ ModemDevice::ModemDevice(std::shared_ptr<const PluginLibrary> plugin, const std:
   if (current != nullptr) {
     throw std::logic_error("a listener must not create a device");
   }
+  // The module's set-up is process-wide: nothing else may run meanwhile.
   const std::lock_guard<std::mutex> pass(turnstile);
   const std::lock_guard<std::shared_mutex> alone(moduleUse);
   Status status;
@@ -97,6 +99,7 @@ ModemDevice::ModemDevice(std::shared_ptr<const PluginLibrary> plugin, const std:
   device->SetEventSink(this);
   BSONObject config;
   device->GetProperty(names::kCurrentConfiguration, &config);
+  // The device says nothing when it takes its default instead of the file: only what it holds tells.
   refuseDefault(config, configFile);
   connection = connectionString(config);
 }
@@ -113,6 +116,7 @@ Status ModemDevice::start() {
   const Turn turn(this, Turn::kAllLines);
   try {
     return device->Start();
+    // Thrown by the device for a connection string without a colon.
   } catch (const std::out_of_range&) {
     return Status::failed(kNoSettingsText);
   }
@@ -124,6 +128,7 @@ Status ModemDevice::stop() {
 }
 
 DeviceStatus ModemDevice::status() const {
+  // Without a turn: the state is a word that can be read at any time.
   return device->GetStatus();
 }
 
@@ -134,6 +139,7 @@ Answer ModemDevice::report() {
   try {
     answer.status = device->GetDataReport(&raw);
   } catch (const std::out_of_range&) {
+    // The same exception comes from a registration answer that breaks off; a line with settings rules the other out.
     const bool hasSettings = connection.find(':') != std::string::npos;
     answer.status = Status::failed(hasSettings ? "the modem's registration answer is cut off" : kNoSettingsText);
   }
@@ -161,11 +167,13 @@ Answer ModemDevice::property(const std::string& name) {
 }
 
 Status ModemDevice::setProperty(const std::string& name, const BSONObject& value) {
+  // A configuration is saved under a name of the second: two devices must not do so at once.
   const Turn turn(this, name == names::kCurrentConfiguration ? Turn::kAllLines : Turn::kDeviceAlone);
   return device->SetProperty(name, value);
 }
 
 Answer ModemDevice::ioControl(const std::string& code, const BSONObject* input) {
+  // Messages of several devices go out side by side; TerminateDevice closes a line.
   const Turn turn(this, code == names::kSendSms ? Turn::kDeviceAlone : Turn::kAllLines);
   BSONObject document;
   Status status = device->IoControl(code, input, &document);

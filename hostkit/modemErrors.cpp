@@ -14,6 +14,7 @@ struct Meaning {
 constexpr ErrorKind kCms = ErrorKind::kCms;
 constexpr ErrorKind kCme = ErrorKind::kCme;
 
+// 3GPP TS 27.005, 3.2.5 (below 128 causes of the network, TS 24.011) and TS 27.007, 9.2, in words for people.
 constexpr Meaning kMeanings[] = {
     {kCms, 1, "unassigned number"},
     {kCms, 8, "operator determined barring"},
@@ -79,6 +80,7 @@ std::string errorText(ErrorKind kind, int code) {
 }
 
 std::string explained(const std::string& statusText) {
+  // The device's status keeps no more than "ERROR: N" of a modem's answer: both lists may be meant.
   static constexpr std::string_view kMark = "ERROR: ";
   const std::size_t mark = statusText.find(kMark);
   int code = -1;

@@ -14,6 +14,7 @@ namespace orvix::hostkit {
 PluginLibrary::Type PluginLibrary::registered;
 
 PluginLibrary::PluginLibrary(const std::string& file) {
+  // RegisterDevice has no context of ours, so one module at a time can be loaded.
   static std::mutex loading;
   const std::lock_guard<std::mutex> guard(loading);
   // A bare name would be searched for in the system's library folders.
@@ -24,6 +25,7 @@ PluginLibrary::PluginLibrary(const std::string& file) {
   }
   registered = {};
   const auto init = reinterpret_cast<decltype(&PluginInit)>(dlsym(module.get(), "PluginInit"));
+  // A module that registers nothing is no plug-in, whatever it returned.
   if (init == nullptr || init() != 0 || registered.create == nullptr || registered.destroy == nullptr) {
     throw Error(path + " is not a device plug-in");
   }
@@ -36,6 +38,7 @@ void PluginLibrary::Unload::operator()(void* handle) const {
 
 }  // namespace orvix::hostkit
 
+// Called by the module from inside its PluginInit, with C linkage.
 int RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy) {
   orvix::hostkit::PluginLibrary::registered = {typeName, create, destroy};
   return 0;

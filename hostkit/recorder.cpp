@@ -20,12 +20,14 @@ Error cannotRecord(const std::string& file) {
 }  // namespace
 
 Recorder::Recorder(const std::string& file, const std::string& line, IfThere ifThere)
+    // For the owner alone: a recording holds numbers and texts.
     : descriptor(open(file.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | (ifThere == kRefuse ? O_EXCL : O_TRUNC), 0600)) {
   if (descriptor == -1) {
     throw cannotRecord(file);
   }
   write(recordingHeader(line));
   if (failed) {
+    // close may change it.
     const int cause = errno;
     close(descriptor);
     errno = cause;
@@ -38,6 +40,7 @@ Recorder::~Recorder() {
 }
 
 void Recorder::onTraffic(const TrafficPiece& piece) {
+  // Nothing is thrown into the device's call; whoever owns the recorder asks hasFailed.
   if (!failed) {
     write(recordingOf(piece, beginUs));
   }

@@ -45,6 +45,7 @@ std::string recordingOf(const TrafficPiece& piece, std::int64_t beginUs) {
 std::string recordingOf(const std::vector<TrafficPiece>& traffic, const std::string& line) {
   std::string text = recordingHeader(line);
   for (const TrafficPiece& piece : traffic) {
+    // Times count from the first piece, as in a file of its own.
     text += recordingOf(piece, traffic.front().us);
   }
   return text;

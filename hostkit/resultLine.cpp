@@ -6,6 +6,7 @@
 namespace orvix::hostkit {
 namespace {
 
+// Ctrl-Z ends the echo of a text, behind which the answer may follow without a line end.
 constexpr std::string_view kLineEnds = "\r\n\x1a";
 
 std::string_view trimmed(std::string_view line) {
@@ -28,6 +29,7 @@ std::vector<std::string> linesOf(std::string_view bytes) {
   std::vector<std::string> lines;
   for (std::size_t begin = 0, end; (end = bytes.find_first_of(kLineEnds, begin)) != std::string_view::npos;
        begin = end + 1) {
+    // A prompt stands without a line end in front of what follows it.
     if (const std::string_view line = trimmed(bytes.substr(begin, end - begin)); !line.empty()) {
       lines.emplace_back(line);
     }
@@ -60,6 +62,7 @@ bool holdsFinalResult(std::string_view received) {
   const std::vector<std::string> lines = linesOf(received);
   return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
     const std::optional<ResultLine> result = resultOf(line);
+    // +CMGS: is information: the OK behind it is the final result.
     return result && result->kind != ResultKind::kCmgs;
   });
 }

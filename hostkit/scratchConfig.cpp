@@ -12,6 +12,7 @@ namespace orvix::hostkit {
 
 ScratchConfig::ScratchConfig(const LineChoice& line)
     : folder(std::filesystem::temp_directory_path() / "gsm-modem-XXXXXX") {
+  // A folder of its own, closed to others: the device saves by replacing the file beside itself.
   if (mkdtemp(folder.data()) == nullptr) {
     throw Error(folder + ": " + std::strerror(errno));
   }

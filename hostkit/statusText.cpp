@@ -15,6 +15,7 @@ struct Beginning {
   StatusKind kind;
 };
 
+// Texts that hosts rely on, so the device keeps them; the rest of each may differ.
 constexpr Beginning kBeginnings[] = {
     {"unknown mode", StatusKind::kUnknownMode},
     {kNoSettingsText, StatusKind::kNoSettings},
@@ -36,6 +37,7 @@ StatusKind kindOf(const Status& status) {
   if (status.isOk()) {
     return StatusKind::kOk;
   }
+  // These two codes name a host's own mistake, whatever the text.
   if (status.code() == Status::kInvalidArgument || status.code() == Status::kInvalidPointer) {
     return StatusKind::kBadInput;
   }
@@ -58,6 +60,7 @@ std::string parameterIn(const Status& status) {
     return "";
   }
   const std::string key = text.substr(kMark.size(), text.find(' ', kMark.size()) - kMark.size());
+  // The device writes this one key in capitals.
   return key == "ID" ? "id" : key;
 }
 

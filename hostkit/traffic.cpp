@@ -6,6 +6,7 @@
 namespace orvix::hostkit {
 namespace {
 
+// Per thread, so that another device's calls are not refused meanwhile.
 thread_local bool isInListener = false;
 
 struct ListenerMark {
@@ -28,6 +29,7 @@ std::string linesThatAreOn(std::string_view bytes) {
   static constexpr Line kLines[] = {{kXplDtr, "DTR"}, {kXplRts, "RTS"},     {kXplCts, "CTS"},
                                     {kXplDsr, "DSR"}, {kXplCarrier, "DCD"}, {kXplRing, "RI"}};
   unsigned status = 0;
+  // Low byte first, so read from the end.
   for (std::size_t i = bytes.size(); i-- > 0;) {
     status = status << 8 | static_cast<unsigned char>(bytes[i]);
   }
@@ -53,6 +55,7 @@ void LineTrace::remove(TrafficListener* listener) {
 void LineTrace::tell(XplTraceKind kind, std::string_view bytes) {
   const TrafficPiece piece{monotonicUs(), kind, std::string(bytes)};
   const std::lock_guard<std::mutex> guard(lock);
+  // Under the lock: remove() returns only when nobody is being told any more.
   const ListenerMark mark;
   for (TrafficListener* const listener : listeners) {
     listener->onTraffic(piece);

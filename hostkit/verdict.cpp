@@ -36,11 +36,13 @@ Dialogue dialogueOf(const std::vector<TrafficPiece>& traffic) {
   for (const TrafficPiece& piece : traffic) {
     if (piece.kind == kXplTraceSent) {
       sent += piece.bytes;
+      // The whole so far, since a write may have taken part of a command only.
       follow(sent, &dialogue);
     } else if (piece.kind == kXplTraceReceived) {
       dialogue.hasAnswer = dialogue.hasAnswer || !piece.bytes.empty();
       if (dialogue.isTextWritten) {
         dialogue.after += piece.bytes;
+        // What came before AT+CMGS answers other commands.
       } else if (dialogue.isNumberGiven) {
         dialogue.before += piece.bytes;
       }
@@ -53,6 +55,7 @@ Dialogue dialogueOf(const std::vector<TrafficPiece>& traffic) {
 std::vector<ResultLine> resultsOf(const std::string& received, const std::string& echoed) {
   std::vector<std::string> lines = linesOf(received);
   for (const std::string& own : linesOf(echoed + kEndOfText)) {
+    // Each line of the text takes one away, so that a modem that answers as the text reads still counts.
     const auto echo = std::find(lines.begin(), lines.end(), own);
     if (echo != lines.end()) {
       lines.erase(echo);
@@ -91,9 +94,11 @@ void takeError(const ResultLine& result, Judgement* judgement) {
 void judgeBeforeText(const Dialogue& dialogue, const std::string& text, bool hasReturned, Judgement* judgement) {
   const std::vector<ResultLine> results = resultsOf(dialogue.before, dialogue.isTextBegun ? text : "");
   const auto error = std::find_if(results.begin(), results.end(), isError);
+  // As the device looks for it: anywhere.
   const bool hasPrompt = dialogue.before.find('>') != std::string::npos;
   judgement->mayWaitAtPrompt = dialogue.isNumberGiven && error == results.end();
   judgement->mayPromptCome = judgement->mayWaitAtPrompt && !hasPrompt;
+  // A dead process may have written behind the last piece that it told of.
   if (!hasReturned && hasPrompt) {
     judgement->verdict = Verdict::kUncertain;
     judgement->reason = "the sending process ended at the modem's prompt: the text may have been written";
@@ -143,6 +148,7 @@ void judgeBehindText(const std::vector<ResultLine>& results, bool hasReturned, b
   const auto reference = std::find_if(results.begin(), results.end(), isReference);
   const bool isLoneOk = results.size() == 1 && results[0].kind == ResultKind::kOk;
 
+  // A lone ERROR or OK may still be followed by what it leaves open.
   judgement->mayResultCome =
       !(okIsSent && isLoneOk) && count([](const ResultLine& result) {
                                    return isAnyOf(result, {ResultKind::kCmgs, ResultKind::kCms, ResultKind::kCme});
@@ -150,6 +156,7 @@ void judgeBehindText(const std::vector<ResultLine>& results, bool hasReturned, b
   if (error != results.end()) {
     takeError(*error, judgement);
   }
+  // The OK behind +CMGS: may be missing: the reference alone is the network's word.
   if (references == 1 && errors == 0 && reference->number) {
     judgement->verdict = Verdict::kSent;
     judgement->reference = reference->number;
