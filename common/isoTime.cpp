@@ -9,6 +9,8 @@ constexpr std::int64_t kMsOfDay = 86'400'000;
 
 // Days since 1970 of a date of the Gregorian calendar. Computed here because time_t of 32 bits ends in 2038.
 std::int64_t daysOf(std::int64_t year, int month, int day) {
+  // 153 days are five months of 31, 30, 31, 30 and 31 days from March on; 719468 is the first of March of the year 0,
+  // counted from 1970.
   const std::int64_t y = month <= 2 ? year - 1 : year;  // a year that begins in March ends with its leap day
   const std::int64_t dayOfYear = (153 * (month > 2 ? month - 3 : month + 9) + 2) / 5 + day - 1;
   const std::int64_t leapDays = (y >= 0 ? y : y - 399) / 400 - (y >= 0 ? y : y - 99) / 100 + (y >= 0 ? y : y - 3) / 4;
@@ -111,11 +113,13 @@ std::string isoTime(std::time_t time) {
   localtime_r(&time, &local);
   char text[64];
   std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S%z", &local);
+  // %z gives no colon between hours and minutes.
   const std::string iso = text;
   return iso.substr(0, iso.size() - 2) + ":" + iso.substr(iso.size() - 2);
 }
 
 std::string rfc3339(std::int64_t ms) {
+  // Rounded down, so that the time of day is never negative.
   const std::int64_t days = (ms >= 0 ? ms : ms - (kMsOfDay - 1)) / kMsOfDay;
   const Date date = dateOf(days);
   const auto ofDay = static_cast<int>(ms - days * kMsOfDay);

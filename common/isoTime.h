@@ -1,4 +1,5 @@
-// Times as machines exchange them: ISO 8601 and its profile RFC 3339. Any thread.
+// Times as machines exchange them: ISO 8601 and its profile RFC 3339. Pure but for the zone of isoTime, which the
+// environment or the system decides. Any thread.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +14,8 @@ namespace orvix {
 // TZ or /etc/localtime shows at once.
 std::string isoTime(std::time_t time);
 
-// `ms` milliseconds since 1970 in UTC, "2026-03-01T08:30:00.000Z". The year must be 0 to 9999.
+// `ms` milliseconds since 1970 in UTC, "2026-03-01T08:30:00.000Z". The year must be 0 to 9999. Reckons with 64 bits, so
+// that 2038 is no border where time_t has 32.
 std::string rfc3339(std::int64_t ms);
 
 // Milliseconds since 1970 of a time in RFC 3339, with any offset; digits behind the milliseconds are dropped and a leap

@@ -6,6 +6,7 @@
 namespace orvix {
 namespace {
 
+// Digits are written in lower case and read in either: those of 16 to 31 are the same again.
 constexpr std::string_view kDigits = "0123456789abcdef0123456789ABCDEF";
 
 std::string hexByte(char byte) {
@@ -34,6 +35,7 @@ struct Character {
 
 // The first character of a text that is not empty.
 Character firstCharacter(std::string_view text) {
+  // The smallest code that may take so many bytes: a longer form of a smaller one would slip past a filter.
   static constexpr std::uint32_t kLeast[] = {0, 0, 0x80, 0x800, 0x10000};
   const auto first = static_cast<unsigned char>(text.front());
   if (first < 0x80) {
@@ -60,6 +62,7 @@ bool isHarmless(std::uint32_t code) {
     std::uint32_t first;
     std::uint32_t last;
   };
+  // Controls but line feed and tab, DEL and C1, and what turns the direction of writing around.
   static constexpr Range kHarmful[] = {{0x00, 0x08},     {0x0B, 0x1F},     {0x7F, 0x9F},    {0x61C, 0x61C},
                                        {0x200E, 0x200F}, {0x202A, 0x202E}, {0x2066, 0x2069}};
   for (const Range& range : kHarmful) {
@@ -84,6 +87,7 @@ std::string shown(std::string_view text) {
   std::string result;
   while (!text.empty()) {
     const Character character = firstCharacter(text);
+    // Of what is no UTF-8 one byte, so that whatever follows it is looked at anew.
     const std::string_view bytes = text.substr(0, character.size == 0 ? 1 : character.size);
     if (character.size != 0 && isHarmless(character.code)) {
       result += bytes;

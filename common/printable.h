@@ -1,4 +1,5 @@
-// Bytes as text that can be shown, and back. Any thread.
+// Bytes as text that can be shown, and back. One home for it, so that all programs show the same bytes alike. Pure
+// functions; any thread.
 #pragma once
 
 #include <optional>

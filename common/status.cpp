@@ -17,6 +17,7 @@ static_assert(sizeof(Status) == sizeof(void*), "a status is passed around by val
 
 namespace {
 
+// Of the block drawn in the header.
 constexpr std::size_t kHeaderSize = 4;
 constexpr std::size_t kCodeOffset = 3;
 constexpr char kSeparator[] = ": ";
@@ -75,6 +76,7 @@ std::string_view prefixOf(unsigned code, char (&room)[30]) {
 
 Status::Status(eCode code, const char* pszMsg, const char* detail) {
   if (pszMsg == nullptr) {
+    // assert(3) would name this file and this line.
     __assert_fail("nullptr != pszMsg", kSourceTag, kNullMessageLine,
                   "orvix::Status::Status(orvix::Status::eCode, const char*, const char*)");
   }

@@ -15,6 +15,10 @@ namespace orvix {
 
 class Status {
  public:
+  // The numbers are the boundary's and never change. This plug-in uses kFailed for what a modem, a line or a file did
+  // not do; kInvalidArgument and kInvalidPointer for a host's mistake; kUnexpected for a call in the wrong state;
+  // kInvalidHandle for a line that is not open; kOutOfMemory and kNotImplemented as they read. The others are there for
+  // devices of other kinds.
   enum eCode : unsigned {
     kOk = 0,
     kOkWithMessage = 1,  // counts as success
@@ -38,6 +42,7 @@ class Status {
   // the process in every build type. Throws std::bad_alloc when memory is out, as copying does.
   Status(eCode code, const char* pszMsg, const char* detail);
 
+  // A copy owns a block of its own; what was moved from is success.
   Status(const Status& other);
   Status(Status&& other) noexcept = default;
   Status& operator=(const Status& other);

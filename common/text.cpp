@@ -23,6 +23,7 @@ std::string intToText(int value, int radix) {
   if (radix < 2 || radix > 36) {
     return "";
   }
+  // 32 binary digits; a decimal number with its sign is shorter.
   char digits[33];
   char* const end = digits + sizeof digits;
   const auto written =

@@ -30,6 +30,7 @@ class Fields {
     while (!isDone) {
       const size_t end = delim.empty() ? std::string_view::npos : rest.find(delim);
       const std::string_view field = rest.substr(0, end);
+      // Behind the last delimiter stands one more field, which may be empty.
       isDone = end == std::string_view::npos;
       rest.remove_prefix(isDone ? rest.size() : end + delim.size());
       if (countsEmpty || !field.empty()) {
@@ -99,6 +100,7 @@ const char* XDbgBaseName(const char* path) {
   if (path == nullptr) {
     return "";
   }
+  // The first kind that the path holds decides, wherever the others stand.
   for (const char separator : {'\\', '/', ':'}) {
     if (const char* last = std::strrchr(path, separator)) {
       return last + 1;

@@ -13,6 +13,7 @@ void dumpRow(const unsigned char* bytes, size_t count) {
   char row[2 * sizeof(long) + 2 + 3 * kColumns + kColumns + 1];
   char* out = row + std::sprintf(row, "%08lx: ", reinterpret_cast<unsigned long>(bytes));
   for (size_t i = 0; i < kColumns; ++i) {
+    // A short last row keeps its columns.
     out += i < count ? std::sprintf(out, "%02x ", bytes[i]) : std::sprintf(out, "   ");
   }
   for (size_t i = 0; i < count; ++i) {

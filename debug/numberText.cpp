@@ -7,6 +7,7 @@
 
 namespace {
 
+// 32 binary digits, a sign and the terminating zero: what every caller's buffer holds.
 constexpr int kTextSize = 34;
 
 template <typename Integer>
@@ -39,6 +40,7 @@ void XDbgDateTime(time_t value, char* date, char* time, unsigned flags) {
   if (date != nullptr) {
     *date = '\0';
     if (local != nullptr && (flags & kShortYear) != 0) {
+      // A year before 1 BC is negative, and so would be its remainder.
       const int lastTwo = static_cast<int>(std::llabs(year) % 100);
       std::snprintf(date, kBufferSize, "%02d.%02d.%c%c", local->tm_mday, local->tm_mon + 1, '0' + lastTwo / 10,
                     '0' + lastTwo % 10);

@@ -21,6 +21,7 @@ int prompt(unsigned level, const char* message) {
   const bool composed = length >= 0 && static_cast<size_t>(length) < sizeof text;
   std::fprintf(stderr, "*** %s ***\n\n%s\n\n<Abort> <Retry> <Ignore> ? ", "Tandor Debug Library",
                composed ? text : kFormatFailed);
+  // The end of input is neither: the report is ignored and the program goes on.
   const int answer = std::tolower(std::getchar());
   std::fputs("****************************\n", stderr);
   if (answer == 'a') {

@@ -12,6 +12,7 @@ namespace {
 constexpr unsigned kLevelCount = 4;
 
 struct Settings {
+  // At load only assertions say anything, and they ask.
   int routes[kLevelCount] = {0, 0, 0, kXDbgToPrompt};
   FILE* streams[kLevelCount] = {};
   XDbgReportHook hook = nullptr;

@@ -30,11 +30,13 @@ std::optional<std::string> findCsq(const std::string& reply) {
 std::optional<std::size_t> findCregStat(const std::string& reply) {
   constexpr std::size_t kFirstParameterAndComma = 2;
   const std::size_t start = endOfPrefix(reply, "+CREG: ");
+  // "+CREG: <n>,<stat>" (3GPP TS 27.007, 7.2): <n> is one digit.
   return start == std::string::npos ? std::nullopt : std::optional(start + kFirstParameterAndComma);
 }
 
 std::int32_t numberOf(const std::string& text) {
   using Limits = std::numeric_limits<std::int32_t>;
+  // Clamped, because long has 64 bits on some systems: a document means the same everywhere.
   return static_cast<std::int32_t>(
       std::clamp<long>(std::strtol(text.c_str(), nullptr, 10), Limits::min(), Limits::max()));
 }

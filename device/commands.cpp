@@ -18,6 +18,7 @@ constexpr char kEndOfMessage[] = "\x1a\r\n\r\n";
 }  // namespace
 
 Status GsmDevice::setSmsParams(const BSONObject& params) {
+  // The first fault is the answer, so the order is part of it.
   if (!hasKeyOfType(params, names::kPhone, BSON_TYPE_UTF8)) {
     return Status::failed("Parameter phone missing.");
   }
@@ -43,6 +44,7 @@ Status GsmDevice::sendSms() {
     return status;
   }
   const std::string phone = smsParams.getString(names::kPhone, "");
+  // The prompt counts wherever it stands in the reply, behind an echo too.
   status = sendAtCommand("AT+CMGS=\"" + phone + "\"\r\n", ">", kCommandWaitMs, nullptr);
   if (!status.isOk()) {
     logDevice(1, "set the target telephone number, to which the SMS shall be sent failed!");

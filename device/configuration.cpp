@@ -46,6 +46,7 @@ Status checkNames(const BSONObject& doc) {
   }
   const std::string name = doc.getString(names::kName, "");
   if (toUpper(name) != toUpper(names::kConfigurationName)) {
+    // Ends in three dots: hosts match the whole.
     const std::string detail = std::string("Expected [") + names::kConfigurationName + "] But got [" + name + "]...";
     return Status::failed("Parameter name invalid.", detail.c_str());
   }
@@ -115,11 +116,14 @@ Status GsmDevice::LoadConfig(const BSONObject& args) {
   if (state == DeviceState::kNone) {
     return Status::unexpected("this device is in an illegal state");
   }
+  // The line belongs to the configuration that is about to go.
   if (isActive(state)) {
     closeConnection();
   }
+  // Without the key the file of the last time is read again.
   cfgfile = args.getString(names::kConfigurationFile, cfgfile);
   BSONObject loaded;
+  // A file that cannot be read is told; one that breaks a rule is replaced by the default.
   if (Status status = loadJSON(cfgfile, &loaded); !status.isOk()) {
     return status;
   }
@@ -150,6 +154,7 @@ Status GsmDevice::SetConfig(const BSONObject& doc) {
   if (state == DeviceState::kNone) {
     return Status::unexpected("this device is in an illegal state");
   }
+  // Asked first: the state may not change in between.
   const bool isFirst = state == DeviceState::kCreated || state == DeviceState::kReset;
   if (Status status = checkConfig(doc); !status.isOk()) {
     logDevice(2, "SetConfig: checkConfig failed: " + status.toString() + ". Loading default config!");

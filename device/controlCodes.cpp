@@ -8,6 +8,7 @@ namespace orvix::gsm {
 
 // A refusal before the work leaves `pOutParam` as it is; once the work is done, its failure too has an answer.
 Status GsmDevice::IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) {
+  // Before the code is looked at: hosts get this answer for unknown codes too.
   if (state != DeviceState::kReady) {
     return Status::failed("Problem: GSM Modem Device is not ready, but in state:", stateName(state).c_str());
   }

@@ -24,6 +24,7 @@ std::string stateName(DeviceState state) {
   static constexpr const char* kNames[] = {"kNone",         "kCreated",    "kWithConfig",   "kConnect", "kReset",
                                            "kInitializing", "kInitFailed", "kNotAvailable", "kError",   "kReady"};
   const auto index = static_cast<std::uint32_t>(state);
+  // A value that a host made up must not lead beyond the table.
   return index < std::size(kNames) ? kNames[index] : kNames[0];
 }
 

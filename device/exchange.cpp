@@ -85,6 +85,7 @@ Status GsmDevice::sendAtCommand(const std::string& command, const std::string& e
   sleepFor(pauseMs);
   const int received = buffer.readMore(modemConnectionDescriptor);
   std::string text = buffer.text();
+  // Bytes that begin with a NUL are no text, and count as none where one is expected.
   if (received == 0 || (text.empty() && !expectedReply.empty())) {
     return Status::failed("received NO reply!");
   }
@@ -94,6 +95,7 @@ Status GsmDevice::sendAtCommand(const std::string& command, const std::string& e
     buffer.readMore(modemConnectionDescriptor);
     text = buffer.text();
   }
+  // Also of a reply that does not match: callers read errors and values out of it.
   if (reply != nullptr) {
     *reply = text;
   }

@@ -51,6 +51,7 @@ bool GsmDataReport::GetValue(const std::string& path, BSONValue* value) {
   if (value == nullptr || found.isEmpty()) {
     return false;
   }
+  // A view: it lives as long as the report.
   *value = found;
   return true;
 }

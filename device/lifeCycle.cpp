@@ -8,6 +8,7 @@
 namespace orvix::gsm {
 namespace {
 
+// Hosts compare it with the one that they were built for.
 constexpr std::uint32_t kInterfaceVersion = 0x1000;
 
 }  // namespace
@@ -46,6 +47,7 @@ bool GsmDevice::SetEventSink(IDeviceEventSink* sink) {
 
 // Hosts see the status, which is coarser: a change of the state alone is told to nobody.
 void GsmDevice::OnStateChanged(DeviceState newState) {
+  // Exchanged in one step, so that two threads never tell the same change twice.
   const DeviceStatus oldStatus = statusOf(state.exchange(newState));
   const DeviceStatus newStatus = statusOf(newState);
   if (oldStatus == newStatus) {
@@ -106,6 +108,7 @@ Status GsmDevice::Stop() {
 }
 
 Status GsmDevice::terminate() {
+  // Out of service already.
   if (state == DeviceState::kCreated || state == DeviceState::kWithConfig || state == DeviceState::kReset) {
     return {};
   }

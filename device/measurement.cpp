@@ -5,12 +5,14 @@
 namespace orvix::gsm {
 namespace {
 
+// 3GPP TS 27.007, 8.5: <rssi> 0 to 31 stands for -113 to -51 dBm in steps of 2, 99 for unknown.
 constexpr std::int32_t kUnknownCsq = 99;
 constexpr int kUnknownDbm = -9999;
 constexpr int kOutOfRangeDbm = -9998;
 constexpr int kUnknownPercent = -1;
 constexpr int kOutOfRangePercent = -2;
 
+// By <stat> of +CREG (7.2).
 constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
 constexpr std::int32_t kWordCount = sizeof kRegistrationWords / sizeof kRegistrationWords[0];
 

@@ -13,6 +13,7 @@ Status unknownProperty(const std::string& property) {
 
 BSONObject versionDocument() {
   BSONBuilder version;
+  // Hosts compare it; it is not the version of this product.
   version.appendString(names::kVersion, "0.00.1");
   return version.getObject(false);
 }

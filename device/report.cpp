@@ -84,11 +84,13 @@ Status GsmDevice::makeReport(DeviceState target, IDeviceDataReport** ppReport) {
     OnStateChanged(DeviceState::kNotAvailable);
     return measured;
   }
+  // Owned by the caller, who deletes it. Without memory for it a host gets a status, not an exception.
   auto* const report = new (std::nothrow) GsmDataReport({numberOf(csq), numberOf(cregStat)});
   if (report == nullptr) {
     OnStateChanged(DeviceState::kNotAvailable);
     return Status::outOfMemory("failed to create GsmDataReport");
   }
+  // Before the sink is told: whoever hears of it may look for the report that he asked for.
   *ppReport = report;
   OnStateChanged(DeviceState::kReady);
   if (reportChanged(report)) {

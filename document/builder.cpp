@@ -28,6 +28,7 @@ BSONBuilder& BSONBuilder::operator=(const BSONBuilder& other) {
   return *this;
 }
 
+// A fresh builder makes its document when it is first needed: many never need one.
 void BSONBuilder::reset() {
   document.reset();
   isFresh = true;
@@ -55,6 +56,7 @@ Status BSONBuilder::fromData(const uint8_t* data, uint32_t length) {
 }
 
 Status BSONBuilder::fromObject(const BSONObject& object) {
+  // An empty object changes nothing, not even what is there.
   return object.isEmpty() ? Status() : fromData(object.data(), object.dataSize());
 }
 
@@ -90,6 +92,7 @@ bool BSONBuilder::appendString(const std::string& key, const std::string& value)
          bson_append_utf8(writable(), key.c_str(), lengthOf(key), value.c_str(), lengthOf(value));
 }
 
+// Null becomes a BSON null, as libbson has it.
 bool BSONBuilder::appendString(const std::string& key, const char* value) {
   return fits(key) && bson_append_utf8(writable(), key.c_str(), lengthOf(key), value, -1);
 }
@@ -108,6 +111,7 @@ bool BSONBuilder::appendPointer(const std::string& key, uint32_t word) {
 }
 
 bool BSONBuilder::appendValue(const std::string& key, const BSONValue& value) {
+  // libbson wants an iterator that it may write to.
   bson_iter_t position = value.position();
   return fits(key) && value.type() != 0 &&
          bson_append_value(writable(), key.c_str(), lengthOf(key), bson_iter_value(&position));
@@ -133,6 +137,7 @@ bool BSONBuilder::appendArrayBegin(const std::string& key, BSONBuilder* child) {
 }
 
 bool BSONBuilder::appendArrayEnd(BSONBuilder* child) {
+  // The parent is taken up again where it was: nothing may be appended to it meanwhile.
   return child != nullptr && bson_append_array_end(writable(), child->writable());
 }
 
@@ -145,6 +150,7 @@ bool BSONBuilder::appendDocumentEnd(BSONBuilder* child) {
 }
 
 DocumentHandle BSONBuilder::handOut(bool copy) const {
+  // Without a copy builder and object share one document: what is appended later shows in both.
   const DocumentHandle& own = shared();
   return copy && own != nullptr ? shareDocument(bson_copy(own.get())) : own;
 }

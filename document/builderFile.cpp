@@ -41,6 +41,7 @@ class JsonSource {
     ssize_t count = 0;
     do {
       count = ::read(descriptor, buffer, size);
+      // A signal is no end of the file, and neither is a pipe that is empty for a moment.
     } while (count == -1 && (errno == EINTR || (errno == EAGAIN && waitForInput())));
     sawText = sawText || count < 0 || !std::all_of(buffer, buffer + count, [](int byte) { return std::isspace(byte); });
     return count;
@@ -75,6 +76,7 @@ Status BSONBuilder::fromJSONFile(const std::string& path) {
   if (result < 0 && source.hasText()) {
     return Status::failed(cannotOpen.c_str(), error.message);
   }
+  // Hosts match this text, without the blank that it lacks.
   if (result <= 0) {
     return Status::failed((path + "is empty").c_str(), result == 0 ? error.message : nullptr);
   }

@@ -25,6 +25,7 @@ int compareBytes(std::string_view a, std::string_view b) {
 }
 
 int compareBools(const BSONValue& a, const BSONValue& b) {
+  // Hosts rely on it: below is judged by what counts as true, above by bools alone.
   if (!a.toBool() && b.toBool()) {
     return -1;
   }
@@ -33,6 +34,7 @@ int compareBools(const BSONValue& a, const BSONValue& b) {
 
 }  // namespace
 
+// The order of types of BSON comparisons; the steps of 5 mean nothing, but hosts see the differences.
 int canonicalRank(int typeCode) {
   switch (typeCode) {
     case BSON_TYPE_EOD:
@@ -82,6 +84,7 @@ int compare(const BSONValue& a, const BSONValue& b, bool withKeys) {
     return ranks;
   }
   if (withKeys) {
+    // Keys before values, as documents are compared.
     const int keys = compareBytes(a.keyText(), b.keyText());
     if (keys != 0) {
       return keys;

@@ -27,6 +27,7 @@ long sizeOf(FILE* file) {
 }
 
 bool readWhole(FILE* file, void* block, std::size_t size) {
+  // A zero behind the last byte, for callers who take the block for a text.
   std::rewind(file);
   static_cast<char*>(block)[size] = '\0';
   return std::fread(block, 1, size, file) == size;
@@ -52,6 +53,7 @@ Status loadFile(const std::string& path, void** data, std::size_t* size) {
   if (block == nullptr) {
     return Status::outOfMemory(kLoadFile, path.c_str());
   }
+  // A file that shrank since it was measured is no file that can be trusted.
   if (!readWhole(file.get(), block.get(), length)) {
     return failure;
   }
@@ -94,12 +96,14 @@ Status loadJSON(const std::string& path, BSONObject* target) {
   return status;
 }
 
+// The bytes as they stand in memory: BSON is its own file format.
 Status saveBSON(const std::string& path, const BSONObject& document) {
   return saveFile(path, document.data(), document.dataSize());
 }
 
 Status saveJSON(const std::string& path, const BSONObject& document) {
   const std::string text = document.toJSON();
+  // Not even "{ }": too deep, or a value that libbson cannot write.
   if (text.empty()) {
     return Status::failed(("Save file__ " + path).c_str(), "a value has no form in JSON");
   }

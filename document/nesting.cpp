@@ -17,9 +17,11 @@ struct Level {
 }  // namespace
 
 std::optional<std::size_t> offsetOfTooDeep(const bson_t* document, Walk walk) {
+  // Too small to be deep, as nearly all documents are: no walk at all.
   if (document->len < kDeepestNesting * kSmallestLevel) {
     return std::nullopt;
   }
+  // On the heap, for the depth is what is in question.
   std::vector<Level> levels(1);
   bson_iter_init(&levels[0].position, document);
   while (!levels.empty()) {
@@ -32,6 +34,7 @@ std::optional<std::size_t> offsetOfTooDeep(const bson_t* document, Walk walk) {
       if (levels.size() >= kDeepestNesting && (isScope || walk == Walk::kValidation)) {
         return bson_iter_offset(&levels[0].position);
       }
+      // A scope is written as a document of its own.
       const std::size_t depth = isScope ? 0 : level.depth + 1;
       if (depth <= kDeepestNesting) {  // libbson writes "{ ... }" for what is below.
         levels.push_back({{}, depth});

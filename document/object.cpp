@@ -48,6 +48,7 @@ BSONPair BSONObject::begin() const {
 }
 
 Status BSONObject::validate() const {
+  // A key with a dot could not be reached by a path; one with a dollar means an operator to databases.
   constexpr auto kFlags = static_cast<bson_validate_flags_t>(BSON_VALIDATE_UTF8 | BSON_VALIDATE_DOLLAR_KEYS |
                                                              BSON_VALIDATE_DOT_KEYS | BSON_VALIDATE_UTF8_ALLOW_NULL);
   // Refused before libbson sees it: its walk would need a stack as deep as the document.

@@ -54,6 +54,7 @@ int64_t BSONObject::getInt64(const std::string& path, int64_t def) const {
 }
 
 double BSONObject::getNumber(const std::string& path, double def) const {
+  // Text counts as the number that it begins with, which the typed getters would refuse.
   const BSONValue value = get(path);
   return value.isNumber() || value.type() == BSON_TYPE_UTF8 ? value.toDouble() : def;
 }

@@ -128,6 +128,7 @@ void Rendering::writeNested(const bson_iter_t& element, bool isArray) {
 void Rendering::write(const bson_iter_t& element) {
   switch (typeOf(element)) {
     case BSON_TYPE_EOD:
+      // Hosts rely on the words: EOO for no element, Ops for a type without a form.
       text += "EOO";
       break;
     case BSON_TYPE_DOUBLE:
@@ -160,6 +161,7 @@ void Rendering::write(const bson_iter_t& element) {
 
 std::string renderObject(const BSONObject& object, const void* withKeys, bool recursive, bool isArray) {
   Rendering rendering(withKeys != nullptr, recursive);
+  // Otherwise most of the document may be left out.
   if (recursive) {
     rendering.reserve(object.dataSize());
   }

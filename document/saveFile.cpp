@@ -58,6 +58,7 @@ Status saveFile(const std::string& path, const void* data, std::size_t length) {
   const std::string directory = std::filesystem::path(path).parent_path().string();
   // Beside the target: rename(2) cannot move a file to another file system.
   const std::string temporary = directory + "/" + std::to_string(std::time(nullptr)) + ".json";
+  // For the owner alone, whatever the umask: a configuration may name numbers and addresses.
   const int file = open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
   if (file == -1) {
     return Status::failed((std::string("Create temp file ") + std::strerror(errno)).c_str());

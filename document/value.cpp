@@ -13,6 +13,7 @@ struct Bytes {
   uint32_t length;
 };
 
+// Of a nested document or array, borrowed from its parent; none for an element of another type.
 Bytes embeddedBytes(const BSONValue& value, int type) {
   Bytes bytes{nullptr, 0};
   if (value.type() == type) {
@@ -26,6 +27,7 @@ Bytes embeddedBytes(const BSONValue& value, int type) {
 DocumentHandle viewOf(Bytes bytes) {
   DocumentHandle view = shareDocument(bson_new());
   if (bytes.data != nullptr) {
+    // A view into the parent's bytes, which must stay.
     bson_init_static(view.get(), bytes.data, bytes.length);
   }
   return view;
@@ -148,6 +150,7 @@ uint32_t BSONValue::getPointer() const {
 
 bool BSONValue::toBool() const {
   switch (type()) {
+    // What a person calls true: everything but zero, false and nothing.
     case BSON_TYPE_EOD:
     case BSON_TYPE_UNDEFINED:
     case BSON_TYPE_NULL:
@@ -170,6 +173,7 @@ double BSONValue::toDouble() const {
     case BSON_TYPE_DOUBLE:
       return getDouble();
     case BSON_TYPE_UTF8:
+      // The number that the text begins with, in the locale's own notation; 0 without one.
       return std::strtod(getString(), nullptr);
     case BSON_TYPE_BOOL:
       return getBool() ? 1.0 : 0.0;

@@ -32,6 +32,7 @@ int bridgeHook(int level, int /*route*/, const char* text, unsigned /*bufferSize
 }
 
 void setFlags(bool logPrefix, int minLogLevel, int verbosity, const std::string& vmodule, const std::string& logDir) {
+  // A text that begins with a zero byte is empty to glog, too.
   if (!logDir.empty() && logDir.front() != '\0') {
     FLAGS_log_dir = logDir;
     FLAGS_alsologtostderr = true;
@@ -71,6 +72,7 @@ void setUpLogging(bool configure, const char* programName, bool logPrefix, int m
     setFlags(logPrefix, minLogLevel, verbosity, vmodule, logDir);
   }
   google::InitGoogleLogging(programName);
+  // A crash shows its stack on standard error.
   google::InstallFailureSignalHandler();
   discard(google::GLOG_FATAL);
   discard(google::GLOG_ERROR);

@@ -19,6 +19,7 @@ std::atomic<int> firstSignal{0};
 
 void onSignal(int signal) {
   const int savedErrno = errno;
+  // The first one stays: a shell is told which signal ended the program.
   int none = 0;
   firstSignal.compare_exchange_strong(none, signal);
   eventfd_write(wakeUp, 1);
@@ -28,12 +29,14 @@ void onSignal(int signal) {
 }  // namespace
 
 void catchStopSignals() {
+  // Before the handlers: a signal may come between two lines.
   wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   struct sigaction action {};
   action.sa_handler = onSignal;
   for (const int signal : kSignals) {
     struct sigaction before {};
     sigaction(signal, nullptr, &before);
+    // nohup ignores it on purpose.
     if (signal != SIGHUP || before.sa_handler != SIG_IGN) {
       sigaction(signal, &action, nullptr);
     }
@@ -60,6 +63,7 @@ bool sleepUnlessStopped(double seconds) {
     if (isStopWished() || left <= 0) {
       return !isStopWished();
     }
+    // In pieces of a minute, since milliseconds of a long wait do not fit; rounded up, so that it never spins.
     poll(&event, 1, left > 60 ? 60000 : static_cast<int>(left * 1000) + 1);
   }
 }

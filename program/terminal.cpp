@@ -19,6 +19,7 @@ std::string_view environment(const char* name) {
 
 bool isSwitchedOff = false;
 
+// NO_COLOR counts when it is not empty (no-color.org).
 bool isPainting(const std::ostream& stream) {
   return !isSwitchedOff && isTerminal(stream) && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
 }
@@ -34,6 +35,7 @@ void switchColorOff() {
 }
 
 bool isTerminal(const std::ostream& stream) {
+  // Of std::ostream nobody learns its descriptor.
   return isatty(&stream == &std::cout ? STDOUT_FILENO : STDERR_FILENO) != 0;
 }
 

@@ -32,6 +32,7 @@ struct Parity {
   tcflag_t input;
 };
 
+// Without parity a byte with a bad frame is dropped (IGNPAR); with it a byte in error reads as NUL (INPCK alone).
 constexpr Parity kParities[] = {{'n', 0, IGNPAR}, {'e', PARENB, INPCK}, {'o', PARENB | PARODD, INPCK}};
 
 struct BitCount {
@@ -90,6 +91,7 @@ const BitCount* findStopBits(const char* path, long bits) {
 
 void reportInvalidString(const char* text, std::size_t length) {
   constexpr char kMessage[] = "invalid comstr: ";
+  // As much of the string as a report holds.
   constexpr std::size_t kRoom = kXDbgMessageSize - sizeof kMessage;
   XDbgError("%s%.*s", kMessage, static_cast<int>(std::min(length, kRoom)), text);
 }
@@ -104,6 +106,7 @@ struct Settings {
 
 Settings readSettings(const char* text) {
   Settings read;  // NOLINTNEXTLINE(cert-err34-c): a number out of range is in no table of accepted ones
+  // Fields in their order: the first that does not read leaves all behind it missing.
   std::sscanf(text, "%ld,%c,%ld,%ld", &read.baud, reinterpret_cast<char*>(&read.parity), &read.dataBits,
               &read.stopBits);
   return read;
@@ -185,6 +188,7 @@ int XPLBuildDCB(const char* connectionString, XplDcb* dcb, const XplDcb* templ) 
     xpl::reportInvalidString(connectionString, length);
     return 0;
   }
+  // Only now: a string that is too long leaves the block untouched.
   *dcb = templ != nullptr ? *templ : xpl::freshBlock();
   xpl::storeString(connectionString, length, dcb);
   const xpl::SplitString parts = xpl::splitConnectionString(*dcb);

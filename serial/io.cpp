@@ -34,6 +34,7 @@ int XPLRead(int handle, void* buffer, int length) {
   auto* const out = static_cast<unsigned char*>(buffer);
   const auto wanted = static_cast<std::uint32_t>(length);
   for (std::uint32_t taken = 0; taken < wanted;) {
+    // Only then: what a read brings is traced as one piece, and hosts see the bursts of the line.
     if (port->ring->count == 0) {
       refill(port);
     }
@@ -58,6 +59,7 @@ int XPLWrite(int handle, const void* buffer, int length) {
     return 0;
   }
   xpl::trace(*port, kXplTraceSent, buffer, static_cast<unsigned>(sent));
+  // Minus a count: less than all, but what was taken is out.
   return sent == length ? length : -static_cast<int>(sent);
 }
 

@@ -17,6 +17,7 @@ bool claimLine(XplPort* port, int descriptor) {
     reportSystemError(port->path, "lock");
     return false;
   }
+  // What is found here is put back at the close, so a modem's line outlives us as it was.
   if (tcgetattr(descriptor, &port->saved) != 0) {
     reportSystemError(port->path, "get attribs");
     flock(descriptor, LOCK_UN);
@@ -39,6 +40,7 @@ bool openLine(XplPort* port, const XplDcb& dcb) {
     reportSystemError(port->path, "open");
     return false;
   }
+  // A line for hosts without hardware: it has no settings and may be opened by many.
   if (std::strcmp(port->path, "/dev/null") == 0) {
     port->flags = kNoLineDiscipline | kNoModemLines;
   } else if (!claimLine(port, descriptor)) {
@@ -67,6 +69,7 @@ void closeLine(XplPort* port) {
     return;
   }
   if ((port->flags & kNoLineDiscipline) == 0) {
+    // Settings before the lock: whoever waits for it finds the line as it was.
     tcsetattr(port->descriptor, TCSANOW, &port->saved);
     flock(port->descriptor, LOCK_UN);
   }

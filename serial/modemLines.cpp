@@ -13,6 +13,7 @@ struct LineBit {
   unsigned changed;   // the line has changed
 };
 
+// The system's bits and ours have nothing in common but their meaning.
 constexpr LineBit kLines[] = {
     {TIOCM_CAR, kXplCarrier, kXplCarrierChanged}, {TIOCM_RNG, kXplRing, kXplRingChanged},
     {TIOCM_DSR, kXplDsr, kXplDsrChanged},         {TIOCM_CTS, kXplCts, kXplCtsChanged},

@@ -10,6 +10,7 @@
 namespace xpl {
 namespace {
 
+// Handles are 1 to 7: hosts know the number.
 constexpr unsigned kSlotCount = 7;
 
 XplPort* slots[kSlotCount];
@@ -51,6 +52,7 @@ XplPort* createPort(unsigned receiveSize) {
   port->receiveSize = receiveSize;
   port->scratch = static_cast<unsigned char*>(std::malloc(receiveSize));
   port->ring = createRing(receiveSize);
+  // In the table before it is whole, so that one function undoes whatever is missing.
   *slot = port;
   if (port->scratch == nullptr || port->ring == nullptr) {
     destroyPort(port);

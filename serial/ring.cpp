@@ -15,6 +15,7 @@ struct Run {
 
 Run runFrom(const XplRing* ring, const unsigned char* position, std::uint32_t length) {
   const std::size_t left = std::size_t{ring->capacity} + 1 - static_cast<std::size_t>(position - ring->storage);
+  // A copy that would run over the end is cut in two there.
   const std::uint32_t toEnd = length < left ? length : static_cast<std::uint32_t>(left);
   return {toEnd, length - toEnd};
 }

@@ -28,6 +28,7 @@ void xpl::chooseTrace(XplPort* port, void* context, XplTraceCallback callback) {
     chosen = globalTrace;
   } else {
     XDbgInfo("using no trace settings");
+    // Half a pair is none.
     chosen = {nullptr, nullptr};
   }
   port->traceContext = chosen.context;

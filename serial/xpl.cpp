@@ -29,5 +29,6 @@ int XPLClose(int handle) {
 }
 
 int XPLGetVersion() {
+  // As hosts compare it; it says nothing of this source's age.
   return 1225;
 }
