@@ -7,6 +7,7 @@ namespace orvix::gateway {
 
 void Outbox::Store::addNote(const Record& record) {
   const Message& message = record.message;
+  // Other owners ask over HTTP: nobody would ever drop their notes.
   if (message.owner != "mqtt") {
     return;
   }
@@ -33,6 +34,7 @@ std::vector<Outbox::Announcement> Outbox::announcements(std::int64_t afterNumber
       " ORDER BY number LIMIT ?",
       afterNumber, limit);
   while (rows.next()) {
+    // The message as it is now, and over it what the note remembers of its moment.
     Message message = store->recordAt(rows.number(1)).message;
     message.state = rows.as<MessageState>(2);
     message.modem = rows.text(3).empty() ? std::nullopt : std::optional(rows.text(3));
@@ -42,6 +44,7 @@ std::vector<Outbox::Announcement> Outbox::announcements(std::int64_t afterNumber
     message.dueMs = rows.optional(7);
     message.endedMs = rows.optional(8);
     message.attempts = attemptsOf(store->database.get(), message.sequence);
+    // Attempts that began later are no part of that moment.
     message.attempts.resize(rows.as<std::size_t>(9));
     if (message.state == MessageState::kAttempting) {
       const Attempt& last = message.attempts.back();

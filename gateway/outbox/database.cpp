@@ -11,6 +11,7 @@ namespace {
 [[noreturn]] void fail(sqlite3* database) {
   const int code = sqlite3_errcode(database);
   const bool isDamaged = code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+  // Taken before the rollback, which would put its own message in this one's place.
   const std::string text = std::string(isDamaged ? "is damaged: " : "database: ") + sqlite3_errmsg(database);
   if (sqlite3_get_autocommit(database) == 0) {
     sqlite3_exec(database, "ROLLBACK", nullptr, nullptr, nullptr);
@@ -27,12 +28,14 @@ Rows::Rows(Rows&& other) noexcept : database(other.database), statement(std::exc
 }
 
 Rows::~Rows() {
+  // Kept for its next use; null after a move, which SQLite takes.
   sqlite3_reset(statement);
 }
 
 bool Rows::next() {
   const int result = sqlite3_step(statement);
   if (result != SQLITE_ROW && result != SQLITE_DONE) {
+    // Nothing of the statement is pending then when the transaction is rolled back.
     sqlite3_reset(statement);
     fail(database);
   }
@@ -44,6 +47,7 @@ std::int64_t Rows::number(int column) const {
 }
 
 std::string Rows::text(int column) const {
+  // By its length, since a text may hold a zero byte.
   const auto* const bytes = static_cast<const char*>(sqlite3_column_blob(statement, column));
   return bytes == nullptr ? "" : std::string(bytes, static_cast<std::size_t>(sqlite3_column_bytes(statement, column)));
 }
@@ -53,6 +57,7 @@ bool Rows::isNull(int column) const {
 }
 
 Database::Database(const std::string& file) {
+  // One thread uses the connection: SQLite needs no mutex.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX;
   if (sqlite3_open_v2(file.c_str(), &database, flags, nullptr) != SQLITE_OK) {
     const std::string text = database == nullptr ? "out of memory" : sqlite3_errmsg(database);
@@ -88,6 +93,7 @@ std::int64_t Database::lastSequence() const {
 }
 
 bool Database::hasChanges() const {
+  // SQLite commits each statement by itself as long as no transaction is open.
   return sqlite3_get_autocommit(database) == 0;
 }
 
@@ -110,6 +116,7 @@ void Database::rollback() noexcept {
 }
 
 sqlite3_stmt* Database::prepared(const char* sql) {
+  // By the text's address, which a literal never changes.
   sqlite3_stmt*& statement = statements[sql];
   if (statement == nullptr &&
       sqlite3_prepare_v3(database, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK) {
@@ -125,6 +132,7 @@ void Database::bind(sqlite3_stmt* statement, int place, std::int64_t value) {
 }
 
 void Database::bind(sqlite3_stmt* statement, int place, const std::string& value) {
+  // SQLITE_TRANSIENT copies: the argument may be gone when the rows are read.
   if (sqlite3_bind_text(statement, place, value.data(), static_cast<int>(value.size()), SQLITE_TRANSIENT) !=
       SQLITE_OK) {
     fail(database);

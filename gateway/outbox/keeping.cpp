@@ -19,6 +19,7 @@ std::string expiryReason(const Record& record) {
 
 std::vector<Message> Outbox::expire(std::int64_t nowMs) {
   store->at(nowMs);
+  // Read to the end first: each move changes the table that is read.
   std::vector<Record> records;
   {
     // Without a hint SQLite would walk through all that is queued.
@@ -40,6 +41,7 @@ std::vector<Message> Outbox::expire(std::int64_t nowMs) {
 }
 
 void Outbox::Store::remove(const Record& record) {
+  // Its attempts and notes go with it (ON DELETE CASCADE).
   database->change("DELETE FROM message WHERE sequence = ?", record.message.sequence);
   count(record.message.state, -1);
   if (record.batch) {
@@ -69,6 +71,7 @@ void Outbox::purge(std::int64_t nowMs) {
 // A person wants it out: it gets its time and its attempts anew.
 void Outbox::Store::renew(Record* record) {
   Message& message = record->message;
+  // As long as it had at first: a person decides to send it, not for how long.
   const std::int64_t lifetimeMs = message.expiresMs - message.acceptedMs;
   message.expiresMs = nowMs + lifetimeMs;
   message.dueMs.reset();

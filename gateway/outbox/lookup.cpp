@@ -15,6 +15,8 @@ std::vector<Record> recordsOf(Rows rows) {
 // An owner's messages are found by their owner, but for the states that few are in.
 Rows filtered(Database* database, const MessageFilter& filter) {
   if (filter.owner && filter.state.value_or(MessageState::kSent) == MessageState::kSent) {
+    // The index holds owner and time: the time of the first message behind the page begins the search, the sequence
+    // tells apart what was accepted in one moment.
     return database->rows(
         "SELECT * FROM message WHERE owner = ?1 AND sequence > ?2 AND (?3 IS NULL OR state = ?3)"
         " AND accepted >= (SELECT accepted FROM message WHERE sequence > ?2 ORDER BY sequence LIMIT 1)"
@@ -34,6 +36,7 @@ Rows filtered(Database* database, const MessageFilter& filter) {
 }  // namespace
 
 std::optional<KnownRequest> Outbox::findRequest(const std::string& id) {
+  // A part of a batch is no request: its id holds a "~", which no request's id does.
   if (const std::optional<Record> record = store->record(id); record && !record->batch) {
     return KnownRequest{record->message.owner, record->fingerprint, false, {store->shown(*record)}};
   }
@@ -80,6 +83,7 @@ Counts Outbox::counts() {
       counts.perState[rows.number(0)] = rows.number(1);
     }
   }
+  // In the order of acceptance, which the clock follows.
   Rows rows = store->database->rows("SELECT accepted FROM message WHERE state = 0 ORDER BY sequence LIMIT 1");
   counts.oldestQueuedMs = rows.next() ? rows.optional(0) : std::nullopt;
   return counts;

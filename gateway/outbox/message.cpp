@@ -6,6 +6,7 @@
 namespace orvix::gateway {
 namespace {
 
+// In the order of the enumerations: a value is the place of its word.
 constexpr std::array<const char*, kMessageStates> kStates{"queued",    "attempting", "sent",     "failed",
                                                           "uncertain", "expired",    "cancelled"};
 constexpr std::array<const char*, 3> kPriorities{"alarm", "normal", "bulk"};

@@ -69,13 +69,17 @@ static_assert(areCausesUnique(), "a cause leads to one state");
 
 Outcome outcomeOfRefusal(std::optional<hostkit::ErrorClass> errorClass) {
   switch (errorClass.value_or(hostkit::ErrorClass::kChance)) {
+    // No other attempt would end otherwise.
     case hostkit::ErrorClass::kMessage:
       return {Cause::kGivenUp, true, false};
+    // No fault of the message: it waits, but loses no attempt.
     case hostkit::ErrorClass::kNetwork:
       return {Cause::kRetry, false, true};
+    // The modem is out of service now, so another one may take the message at once.
     case hostkit::ErrorClass::kModem:
       return {Cause::kRetry, false, false};
     case hostkit::ErrorClass::kChance:
+    // A doubt is no refusal and never comes here.
     case hostkit::ErrorClass::kDoubt:
       break;
   }
@@ -88,6 +92,7 @@ Outcome outcomeOfVerdict(const AttemptEnd& end, OnUncertain onUncertain) {
       return {Cause::kWentOut, true, false};
     case hostkit::Verdict::kRefused:
       return outcomeOfRefusal(end.errorClass);
+    // A dead line costs no attempt: an unplugged modem would use up all of them.
     case hostkit::Verdict::kNotSent:
       return {Cause::kRetry, end.hasAnswered, true};
     case hostkit::Verdict::kUncertain:
@@ -102,6 +107,7 @@ Outcome outcomeOf(const AttemptEnd& end, OnUncertain onUncertain, int attempts, 
   Outcome outcome = outcomeOfVerdict(end, onUncertain);
   const bool isLast = sending.maxAttempts != 0 && attempts + 1 >= sending.maxAttempts;
   if (outcome.cause == Cause::kRetry && outcome.isCounted && isLast) {
+    // The last attempt decides what is said of the message: a doubt is never called failed.
     outcome.cause = end.verdict == hostkit::Verdict::kUncertain ? Cause::kDoubt : Cause::kGivenUp;
   }
   return outcome;

@@ -14,12 +14,14 @@ Outbox::Store::Store(const StorageConfig& storageConfig, const SendingConfig& se
       database(folder.openDatabase()),
       queue(database.get(), sending.perRecipient),
       reports(database.get()) {
+  // Time goes on from the last commit, whatever the clocks show by now.
   {
     Rows rows = database->rows("SELECT time, offset FROM clock");
     rows.next();
     nowMs = storedTimeMs = rows.number(0);
     offsetMs = storedOffsetMs = rows.number(1);
   }
+  // Derived from the messages at each start: nothing on the disk can contradict them.
   database->script(
       "CREATE TEMP TABLE tally(state INTEGER PRIMARY KEY, count INTEGER);"
       "INSERT INTO tally SELECT state, count(*) FROM message GROUP BY state");
@@ -28,6 +30,7 @@ Outbox::Store::Store(const StorageConfig& storageConfig, const SendingConfig& se
 }
 
 std::int64_t Outbox::Store::at(std::int64_t timeMs) {
+  // A caller may have taken its time before another one was served.
   nowMs = std::max(nowMs, timeMs);
   return nowMs;
 }
@@ -74,6 +77,7 @@ std::int64_t Outbox::Store::insert(const NewMessage& message, const NewRequest& 
 
 void Outbox::Store::move(Record* record, Cause cause) {
   Message& message = record->message;
+  // The doubt is asked as it is after the attempt: see finishAttempt.
   const std::optional<MessageState> to = stateAfter(message.state, cause, record->isInDoubt);
   if (!to) {
     throw std::logic_error("message " + message.id + " is " + wordOf(message.state) + ": no such move");
@@ -86,6 +90,7 @@ void Outbox::Store::move(Record* record, Cause cause) {
       " reference = ?, code = ?, reason = ? WHERE sequence = ?",
       message.state, record->isInDoubt, record->attempts, record->retries, message.dueMs, message.endedMs,
       message.modem.value_or(""), message.reference, message.code, message.reason, message.sequence);
+  // Counts, queue and notes follow in the same transaction, so that a crash leaves them in step.
   count(from, -1);
   count(*to, 1);
   if (from == MessageState::kQueued) {
@@ -105,6 +110,7 @@ Outbox::~Outbox() = default;
 
 bool Outbox::commit(bool isTrial) {
   Database& database = *store->database;
+  // First, so that they are a part of this commit.
   if (store->reports.areDue()) {
     store->reports.write();
   }
@@ -113,6 +119,7 @@ bool Outbox::commit(bool isTrial) {
   }
   database.change("UPDATE clock SET time = ?, offset = ?", store->nowMs, store->offsetMs);
   database.commit();
+  // Only now: until the commit the disk holds the older time.
   store->storedTimeMs = store->nowMs;
   store->storedOffsetMs = store->offsetMs;
   return true;
@@ -168,6 +175,7 @@ std::optional<Message> Outbox::cancel(const std::string& id, std::int64_t nowMs)
   if (!record || record->message.state != MessageState::kQueued) {
     return std::nullopt;
   }
+  // Only what waits has a due time.
   record->message.dueMs.reset();
   record->message.reason = record->isInDoubt ? "cancelled after an attempt that may have gone out" : "cancelled";
   store->move(&*record, Cause::kTakenBack);
@@ -180,6 +188,7 @@ std::optional<Message> Outbox::resolve(const std::string& id, Resolution resolut
   if (!record || record->message.state != MessageState::kUncertain) {
     return std::nullopt;
   }
+  // The reason says that a person decided, since no traffic will.
   switch (resolution) {
     case Resolution::kSent:
       record->message.reason = "a person knows that it was sent";

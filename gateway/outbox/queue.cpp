@@ -43,11 +43,13 @@ void Queue::makeTables() {
 void Queue::rebuild(std::int64_t nowMs) {
   database->run("DELETE FROM turn");
   database->run(
+      // The oldest of each lane; then those that came back for another attempt, each by itself.
       "INSERT INTO turn SELECT min(sequence), recipient, priority, wanted, charsets, 0, expires, 0, 0 FROM message"
       " WHERE state = 0 AND due IS NULL GROUP BY recipient, priority, wanted, charsets");
   database->run(
       "INSERT INTO turn SELECT sequence, recipient, priority, wanted, charsets, sequence, expires, due, due"
       " FROM message WHERE state = 0 AND due IS NOT NULL");
+  // Whom a budget may hold: all others go at once.
   std::vector<std::string> recipients;
   {
     Rows rows = database->rows(
@@ -83,6 +85,7 @@ void Queue::enter(const Record& record, std::int64_t nowMs) {
         message.to, message.priority, message.wantedModem.value_or(""), record.charsets);
     oldest = rows.next() ? rows.optional(0) : std::nullopt;
   }
+  // A person's resend brings an old message back into its lane: it is first again.
   if (oldest && *oldest > message.sequence) {
     database->run("DELETE FROM turn WHERE sequence = ?", *oldest);
     oldest.reset();
@@ -95,6 +98,7 @@ void Queue::enter(const Record& record, std::int64_t nowMs) {
 void Queue::leave(const Record& record, std::int64_t nowMs) {
   const Message& message = record.message;
   database->run("DELETE FROM turn WHERE sequence = ?", message.sequence);
+  // The next one of the lane takes the turn.
   std::optional<Record> oldest;
   {
     Rows rows = database->rows(
@@ -111,6 +115,7 @@ void Queue::leave(const Record& record, std::int64_t nowMs) {
 }
 
 void Queue::onAttempt(const std::string& recipient, std::int64_t nowMs) {
+  // Alarms are held back by alarms alone, all else by whatever went out.
   for (const bool alarm : {true, false}) {
     const std::int64_t free = recipientFreeMs(recipient, alarm, nowMs);
     database->run(
@@ -127,6 +132,8 @@ std::optional<std::int64_t> Queue::pick(const FreeModem& modem, std::int64_t now
   modems[modem.name] = modem;
   wakeUp(nowMs);
   std::optional<std::tuple<Priority, std::int64_t>> best;
+  // Two looks, each along the index, for messages that any modem may take and for those that want this one. What has
+  // expired and was not moved yet must not go out.
   for (const std::string& wanted : {std::string(), modem.name}) {
     Rows rows = database->rows(
         "SELECT priority, sequence FROM turn WHERE wake = 0 AND wanted = ? AND charsets & ? AND expires > ?"
@@ -151,6 +158,7 @@ std::optional<std::int64_t> Queue::nextChangeMs(std::int64_t nowMs) {
     Rows rows = database->rows("SELECT min(wake) FROM turn WHERE wake > 0");
     next = rows.next() ? rows.optional(0).value_or(next) : next;
   }
+  // A modem's budget makes nobody's row wait: it is asked when the modem is free, and here.
   for (const auto& [name, modem] : modems) {
     for (const bool alarm : {true, false}) {
       const std::int64_t free = modemFreeMs(modem, alarm, nowMs);
@@ -164,6 +172,7 @@ std::int64_t Queue::recipientFreeMs(const std::string& recipient, bool isAlarm, 
   if (perRecipient.count == 0 || perRecipient.seconds == 0) {
     return 0;
   }
+  // The weight of the count-th last: when that one is old enough, there is room for one more.
   return freeMs(database->rows("SELECT weight FROM attempt WHERE recipient = ? AND weight > ? AND is_alarm >= ?"
                                " ORDER BY weight DESC LIMIT 1 OFFSET ?",
                                recipient, nowMs - perRecipient.seconds * kMsInSecond, isAlarm, perRecipient.count - 1),
@@ -183,6 +192,7 @@ std::int64_t Queue::modemFreeMs(const FreeModem& modem, bool isAlarm, std::int64
 
 void Queue::explain(Record* record, std::int64_t nowMs) {
   Message& message = record->message;
+  // A retry has its own reason and time.
   if (message.state != MessageState::kQueued || message.dueMs.value_or(0) > nowMs) {
     return;
   }

@@ -10,6 +10,7 @@ namespace {
 constexpr std::int64_t kMinuteMs = 60000;
 constexpr std::int64_t kHourMs = 60 * kMinuteMs;
 constexpr std::int64_t kDayMs = 24 * kHourMs;
+// A write every few seconds would wear the flash; what a crash loses is 5 minutes of a curve.
 constexpr std::int64_t kWritesApartMs = 5 * kMinuteMs;
 constexpr int kMostAtOnce = 2000;
 
@@ -66,11 +67,13 @@ bool Reports::areDue() const {
 }
 
 void Reports::write() {
+  // Taken out first: what cannot be written is given up.
   const std::vector<Measurement> measurements = std::exchange(waiting, {});
   for (const Measurement& measurement : measurements) {
     for (std::size_t level = 0; level < kLevels.size(); ++level) {
       const std::int64_t timeMs = measurement.timeMs - measurement.timeMs % kLevels.at(level).widthMs;
       database->change(
+          // A row grows with each measurement of its time, so that all levels are right at every moment.
           "INSERT INTO report VALUES(?1, ?2, ?3, ?4, coalesce(?5, 0), ?5, ?5, ?6) ON CONFLICT DO UPDATE SET"
           " count = count + excluded.count, sum = sum + excluded.sum,"
           " least = coalesce(min(least, excluded.least), least, excluded.least),"
@@ -84,6 +87,7 @@ void Reports::write() {
 
 // Of every modem that there ever was.
 void Reports::purge(std::int64_t nowMs) {
+  // From name to name along the key: a modem that was taken out of the configuration has rows as well.
   std::string modem;
   while (true) {
     {
@@ -110,12 +114,14 @@ std::vector<HistoryPoint> Reports::history(const std::string& modem, std::int64_
     if (sample.timeMs < fromMs || sample.timeMs > toMs) {
       return;
     }
+    // + 1, since both ends belong to the stretch. Rows come in order, so a new index begins a new point.
     const std::int64_t index = (sample.timeMs - fromMs) * points / (toMs - fromMs + 1);
     if (index != std::exchange(last, index)) {
       buckets.emplace_back(sample.timeMs);
     }
     buckets.back().add(sample);
   };
+  // The coarse ones tell of the oldest time and come first.
   for (std::size_t level = kLevels.size(); level-- > 0;) {
     const std::int64_t endMs = level == 0 ? toMs + 1 : std::min(toMs + 1, beginOf(level - 1, nowMs));
     Rows rows = database->rows(
@@ -127,6 +133,7 @@ std::vector<HistoryPoint> Reports::history(const std::string& modem, std::int64_
            rows.number(5) != 0});
     }
   }
+  // The newest, which no level holds yet.
   for (const Measurement& measurement : waiting) {
     if (measurement.modem == modem) {
       add({measurement.timeMs, measurement.dBm.has_value() ? 1 : 0, measurement.dBm.value_or(0), measurement.dBm,

@@ -30,6 +30,7 @@ enum Column {
   kReason
 };
 
+// "" stands for none in columns that are part of an index, where NULL would be distinct from itself.
 std::optional<std::string> unlessEmpty(const std::string& text) {
   return text.empty() ? std::nullopt : std::optional<std::string>(text);
 }
@@ -84,6 +85,7 @@ int bitOf(hostkit::Charset charset) {
 }
 
 int charsetsOf(const std::string& text) {
+  // Kept with the message, so that the queue chooses by a number and reads no text.
   int charsets = 0;
   for (const hostkit::Charset charset : {hostkit::Charset::kIra, hostkit::Charset::kGsm}) {
     charsets |= hostkit::textFit(text, charset).isFit() ? bitOf(charset) : 0;

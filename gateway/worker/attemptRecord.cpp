@@ -20,6 +20,7 @@ std::string AttemptRecord::recording() const {
 void AttemptRecord::take(const TrafficNews& news) {
   trafficBytes += news.bytes.size();
   if (trafficBytes <= kMostTrafficBytes && traffic.size() < kMostPieces) {
+    // What comes beyond the limits is left out: the modem's result stands at the beginning of what it says.
     traffic.push_back({news.us, news.kind, news.bytes});
   }
 }
@@ -47,6 +48,7 @@ bool AttemptRecord::allow() {
 }
 
 std::optional<AttemptResult> AttemptRecord::provenResult() const {
+  // hasReturned is false: the worker may have written behind the last piece that came over.
   const hostkit::Judgement judgement = hostkit::judge(traffic, made.text, false, modem->okIsSent, modem->codes);
   if (judgement.verdict != hostkit::Verdict::kSent && judgement.verdict != hostkit::Verdict::kRefused) {
     return std::nullopt;

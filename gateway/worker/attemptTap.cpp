@@ -7,6 +7,7 @@
 namespace orvix::gateway {
 namespace {
 
+// A commit takes far less, also to a slow card; a supervisor that is stuck must not hold the modem at its prompt.
 constexpr int kGoAheadWaitMs = 5000;
 constexpr int kNotAllowed = 2;
 
@@ -37,6 +38,7 @@ void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
   if (piece.kind == kXplTraceReceived) {
     receivedBytes += piece.bytes.size();
   }
+  // Sent bytes are ours and few; a modem that never stops talking is cut off here.
   if (piece.kind != kXplTraceReceived || receivedBytes <= kMostTrafficBytes) {
     pieces.push_back(piece);
     if (isStreaming) {
@@ -44,6 +46,7 @@ void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
     }
   }
   if (isStreaming && isPrompt(piece)) {
+    // Behind the traffic that holds the prompt: the supervisor's record is complete when it is asked.
     link->send(PromptNews{});
     // Ended here, the process cannot write the text; the next one sends an Escape first.
     if (!link->waitForGoAhead(kGoAheadWaitMs)) {

@@ -10,6 +10,7 @@ constexpr std::size_t kHeadSize = 2;  // version and type
 
 std::string bytesOf(const Frame& frame) {
   const std::size_t length = kHeadSize + frame.body.size();
+  // A fault of this side, so no ProtocolError: the other end never sees it.
   if (length > kMaxFrameLength) {
     throw std::length_error("a frame is too long");
   }
@@ -27,9 +28,11 @@ std::optional<Frame> FrameBuffer::next() {
     return std::nullopt;
   }
   std::size_t length = 0;
+  // Low byte first, whatever the machine.
   for (std::size_t i = kLengthSize; i-- > 0;) {
     length = length << 8 | static_cast<unsigned char>(pending[i]);
   }
+  // Checked before the frame is there: a wrong length would have us wait for bytes that never come.
   if (length < kHeadSize || length > kMaxFrameLength) {
     throw ProtocolError("a frame's length is out of range");
   }

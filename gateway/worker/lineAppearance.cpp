@@ -13,6 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// Of links that lead in a circle.
 constexpr int kMostLinks = 8;
 
 std::string identity(const struct stat& node) {
@@ -57,10 +58,12 @@ LineAppearance::~LineAppearance() {
 
 void LineAppearance::add(int descriptor) {
   epoll_event event{EPOLLIN, {}};
+  // Either of the two is enough.
   isWatching = epoll_ctl(events, EPOLL_CTL_ADD, descriptor, &event) == 0 || isWatching;
 }
 
 void LineAppearance::listenToUdev() {
+  // Without its daemon a monitor is silent, and its silence would be taken for calm.
   if (access("/run/udev/control", F_OK) != 0) {
     return;
   }
@@ -74,6 +77,7 @@ void LineAppearance::listenToUdev() {
 
 // The folders of every step from the path to its device; where one is missing, the nearest above it.
 void LineAppearance::watchFolders() {
+  // Watched anew each time: after a re-plug the links lead through other folders.
   close(folders);
   folders = inotify_init1(IN_CLOEXEC | IN_NONBLOCK);
   fs::path step = path;
@@ -87,6 +91,7 @@ void LineAppearance::watchFolders() {
 
 // Watched before looked at, so that nothing falls in between.
 bool LineAppearance::look() {
+  // Emptied only: what has changed is asked of the file system, whatever was announced.
   while (monitor) {
     udev_device* const device = udev_monitor_receive_device(monitor.get());
     if (device == nullptr) {

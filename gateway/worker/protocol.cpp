@@ -11,6 +11,7 @@
 namespace orvix::gateway {
 namespace {
 
+// Below what any receiver hears: a number that is lower is a mistake.
 constexpr int kLowestDbm = -150;
 constexpr int kHighestPercent = 100;
 constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
@@ -33,6 +34,7 @@ constexpr Range rangeOf(XplTraceKind /*type*/) {
   return {kXplTraceReceived, kXplTraceLinesSet};
 }
 
+// A number from the other end becomes an enumerator only where there is one: all else would be undefined behaviour.
 template <typename Enum>
 Enum enumOf(int number) {
   constexpr Range kRange = rangeOf(Enum{});
@@ -58,6 +60,7 @@ class Writer {
     if (value) {
       field(key, *value);
     } else {
+      // A null, so that every field is there in every document.
       document.appendString(key, nullptr);
     }
   }
@@ -93,6 +96,7 @@ class Reader {
     object = document.getObject(false);
   }
 
+  // Texts go on into JSON and logs, which want UTF-8; only traffic is bytes.
   void field(const char* key, std::string& text) {
     text = object.getString(key, "");
     if (!bson_utf8_validate(text.data(), text.size(), false)) {
@@ -222,6 +226,7 @@ void check(const TrafficNews& m) {
 template <typename Variant>
 Frame frameOf(const Variant& message) {
   Writer writer;
+  // A copy, for describe() takes what a Reader may change.
   std::visit([&](auto copy) { describe(writer, copy); }, message);
   return {static_cast<std::uint8_t>(message.index()), writer.text()};
 }
@@ -246,6 +251,8 @@ Variant decoded(const Frame& frame) {
         check(m);
       },
       message);
+  // Written again it must be the same, byte for byte: so no field is missing, left over or of another type, and no rule
+  // has to be written twice.
   if (frameOf(message).body != frame.body) {
     throw ProtocolError("a frame's fields are not those of its type");
   }

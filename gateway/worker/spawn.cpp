@@ -19,10 +19,12 @@ class Setup {
     sigemptyset(&none);
     sigfillset(&all);
     posix_spawnattr_init(&attributes);
+    // What the service blocks or ignores would be inherited by the worker and never come back.
     posix_spawnattr_setsigmask(&attributes, &none);
     posix_spawnattr_setsigdefault(&attributes, &all);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF);
     posix_spawn_file_actions_init(&files);
+    // A copy without close-on-exec, under a number that the child knows.
     posix_spawn_file_actions_adddup2(&files, socket, kChildSocket);
     // Whatever else is open here, a database or another worker's socket, is not the child's.
     posix_spawn_file_actions_addclosefrom_np(&files, kChildSocket + 1);
@@ -48,6 +50,7 @@ Child spawn(const std::string& program, const std::vector<std::string>& argument
   std::vector<char*> words;
   words.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) {
+    // argv is not const for history's sake; nobody writes into it.
     words.push_back(const_cast<char*>(argument.c_str()));
   }
   words.push_back(nullptr);
@@ -59,6 +62,7 @@ Child spawn(const std::string& program, const std::vector<std::string>& argument
     close(ends[0]);
     child = {};
   }
+  // posix_spawn returns the error; close may have changed errno.
   errno = error;
   return child;
 }

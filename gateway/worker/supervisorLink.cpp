@@ -31,6 +31,7 @@ void SupervisorLink::send(const FromWorker& message) {
   const std::string bytes = encoded(message);
   for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t count = ::send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    // A supervisor that is busy with a commit reads soon; one that is gone wakes this with an error.
     if (count < 0 && errno == EAGAIN) {
       waitFor(socket, POLLOUT, -1);
     } else if (count < 0 && errno != EINTR) {
@@ -45,6 +46,7 @@ void SupervisorLink::receive(int timeoutMs) {
   waitFor(socket, POLLIN, timeoutMs);
   char bytes[4096];
   const ssize_t count = recv(socket, bytes, sizeof bytes, MSG_DONTWAIT);
+  // Its end of the socket is closed: whatever it was, it is gone.
   if (count == 0 || (count < 0 && errno != EAGAIN && errno != EINTR)) {
     endOrphaned();
   }
@@ -71,6 +73,7 @@ std::optional<AttemptOrder> SupervisorLink::takeAttempt() {
 
 // Other orders that come meanwhile are kept.
 bool SupervisorLink::waitForGoAhead(int timeoutMs) {
+  // Leave that came too late for the last attempt is none for this one.
   isAllowed = false;
   const std::int64_t endMs = nowMs() + timeoutMs;
   while (!isAllowed && nowMs() < endMs) {

@@ -39,6 +39,7 @@ void serve(SupervisorLink* link, const StartOrder& order) {
 }  // namespace
 
 int workerMain(int descriptor) {
+  // For a supervisor that dies while we are inside a call and read no socket.
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   prctl(PR_SET_NAME, "gsm-gateway");  // executed as /proc/self/exe, it would be called "exe"
   // A terminal's or a service manager's signal reaches the supervisor too, which says when it is time.
@@ -47,6 +48,7 @@ int workerMain(int descriptor) {
   }
   SupervisorLink link(descriptor);
   const StartOrder order = link.waitForStart();
+  // Only now, since the supervisor says how much is to be logged.
   setUpLogging(true, "gsm-gateway", true, 0, order.verbosity, "", "");
   serve(&link, order);
   tearDownLogging();

@@ -18,6 +18,7 @@
 namespace orvix::gateway {
 namespace {
 
+// A message takes some 16 s in the plug-in, a close with a full line 30 s; a worker speaks every 30 s at least.
 constexpr std::int64_t kLongestCallMs = 45000;
 constexpr std::int64_t kLongestSilenceMs = 90000;
 constexpr std::int64_t kFirstDelayMs = 1000;
@@ -165,6 +166,7 @@ AttemptRecord& WorkerProcess::State::attemptOf(const char* news) {
 void WorkerProcess::State::take(const StateNews& news, std::int64_t /*nowMs*/) {
   if (news.state == ModemState::kReady) {
     delayMs = kFirstDelayMs;
+    // A modem that is ready answers, unless it is attempting just now.
     mayWaitAtPrompt = mayWaitAtPrompt && running;
   }
   listener->onState(config.name, news.state, news.reason);
@@ -188,6 +190,7 @@ void WorkerProcess::State::take(const TrafficNews& news, std::int64_t /*nowMs*/)
 
 void WorkerProcess::State::take(const PromptNews& /*news*/, std::int64_t /*nowMs*/) {
   AttemptRecord& attempt = attemptOf("a prompt");
+  // The text waits for the commit of the mark; without an answer the worker ends by itself.
   attempt.takePrompt();
   listener->onPrompt(config.name, attempt.order().id, attempt.order().number);
 }
@@ -196,6 +199,7 @@ void WorkerProcess::State::take(const EndNews& news, std::int64_t /*nowMs*/) {
   const AttemptResult result = attemptOf("an end").end(news);
   const AttemptOrder order = running->order();
   running.reset();
+  // Only an attempt that ended without the text can have left the modem at its prompt.
   mayWaitAtPrompt = result.verdict == hostkit::Verdict::kNotSent;
   listener->onAttemptEnded(config.name, order.id, order.number, result);
 }
@@ -225,6 +229,7 @@ void WorkerProcess::State::end(const std::string& reason, std::int64_t nowMs) {
 
 // What the modem said of the text before its worker died still counts: the traffic came over as it happened.
 void WorkerProcess::State::tellDeath(const std::string& reason) {
+  // It was told to stop and had nothing to do: an end as wished.
   if (!isWanted && !running) {
     return;
   }
@@ -274,6 +279,7 @@ WorkerProcess::WorkerProcess(const ModemConfig& modem, const std::string& plugin
 WorkerProcess::~WorkerProcess() {
   if (state->pid != -1) {
     ::kill(state->pid, SIGKILL);
+    // Not waited for: it may hang in the close of its line. Its end is the kernel's then.
     waitpid(state->pid, nullptr, WNOHANG);
   }
   if (state->socket != -1) {
@@ -306,6 +312,7 @@ void WorkerProcess::onReady(std::int64_t nowMs) {
   }
   state->flush();
   const bool isOpen = state->receive(nowMs);
+  // Before the end is looked at: the last words of a worker that ended count.
   state->handleFrames(nowMs);
   if (!isOpen && state->socket != -1) {
     state->end("the worker process ended", nowMs);
