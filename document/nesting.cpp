@@ -9,7 +9,7 @@ namespace {
 constexpr std::size_t kSmallestLevel = 7;
 
 // A type of its own, because a template argument drops the alignment that libbson asks of an iterator.
-struct Level {
+struct OpenLevel {
   bson_iter_t position;
   std::size_t depth;  // below the document, or the scope that it stands in
 };
@@ -22,10 +22,10 @@ std::optional<std::size_t> offsetOfTooDeep(const bson_t* document, Walk walk) {
     return std::nullopt;
   }
   // On the heap, for the depth is what is in question.
-  std::vector<Level> levels(1);
+  std::vector<OpenLevel> levels(1);
   bson_iter_init(&levels[0].position, document);
   while (!levels.empty()) {
-    const Level& level = levels.back();
+    const OpenLevel& level = levels.back();
     bson_t nested;
     if (!bson_iter_next(&levels.back().position)) {
       levels.pop_back();

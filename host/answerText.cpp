@@ -10,9 +10,6 @@
 namespace orvix::host {
 namespace {
 
-// Enough to recognise a boot message or a GPS, and one line of a terminal.
-constexpr std::size_t kShownBytes = 60;
-
 // The last error result among the lines, with its meaning; "" when there is none.
 std::string errorIn(const std::string& received) {
   std::string text;

@@ -1,12 +1,16 @@
 // What came back from a modem that is not of use, for people. Pure functions; any thread.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
 #include "hostkit/traffic.h"
 
 namespace orvix::host {
+
+constexpr std::size_t kShownBytes =
+    60;  // of what a modem sent: enough to recognise a boot message or a GPS, and one line of a terminal
 
 // The bytes of one kind in the traffic.
 std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceKind kind);

@@ -20,8 +20,6 @@
 namespace orvix::host {
 namespace {
 
-constexpr std::size_t kShownBytes = 60;
-
 // What was looked at and what it showed: printed line by line, or kept for one document at the end.
 class Diary {
  public:

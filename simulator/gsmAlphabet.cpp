@@ -5,7 +5,7 @@
 namespace orvix::simulator {
 namespace {
 
-constexpr char kEscape = 0x1B;
+constexpr char kEscapeSeptet = 0x1B;
 constexpr char32_t kReplacement = 0xFFFD;
 
 // 3GPP TS 23.038, 6.2.1: the septet is the index. At 0x1B stands what an escape is shown as, a blank.
@@ -66,7 +66,7 @@ std::string septetsOfAscii(char character) {
   }
   for (const auto& row : kExtension) {
     if (row.character == code) {
-      return {kEscape, row.septet};
+      return {kEscapeSeptet, row.septet};
     }
   }
   return "?";
@@ -120,7 +120,7 @@ std::string septetsOfIraText(std::string_view bytes) {
 std::string utf8OfGsm(std::string_view septets) {
   std::string text;
   for (std::size_t i = 0; i < septets.size(); ++i) {
-    const bool escaped = septets[i] == kEscape && i + 1 < septets.size();
+    const bool escaped = septets[i] == kEscapeSeptet && i + 1 < septets.size();
     append(text, escaped ? extended(septets[++i]) : plain(septets[i]));
   }
   return text;

@@ -4,10 +4,13 @@
 // Failures throw std::system_error; its what() names the step and the reason.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
 namespace orvix::simulator {
+
+constexpr std::size_t kReadSize = 512;  // bytes that one receive brings at most
 
 class Line {
  public:

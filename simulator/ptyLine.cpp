@@ -12,8 +12,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::size_t kReadSize = 512;
-
 // Without O_NONBLOCK a client that does not read would hold the modem up.
 Descriptor openMaster() {
   Descriptor master(::posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));

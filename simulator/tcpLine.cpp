@@ -16,7 +16,6 @@
 namespace orvix::simulator {
 namespace {
 
-constexpr std::size_t kReadSize = 512;
 // Clients that come and go quickly wait here: one too many would wait for a second to try again.
 constexpr int kBacklog = SOMAXCONN;
 constexpr int kOn = 1;

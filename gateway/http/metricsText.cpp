@@ -28,7 +28,7 @@ std::string quoted(const std::string& value) {
   return '"' + text + '"';
 }
 
-class Page {
+class MetricsPage {
  public:
   std::string text;
 
@@ -57,7 +57,7 @@ const ModemReport* reportOf(const ModemView& modem) {
   return modem.state == ModemState::kReady && modem.report ? &*modem.report : nullptr;
 }
 
-void addModems(Page* page, const std::vector<ModemView>& modems) {
+void addModems(MetricsPage* page, const std::vector<ModemView>& modems) {
   page->begin("gsm_modem_ready", "gauge", "Whether the modem is in service.");
   for (const ModemView& modem : modems) {
     page->add({{"modem", modem.name}}, modem.state == ModemState::kReady ? 1 : 0);
@@ -76,7 +76,7 @@ void addModems(Page* page, const std::vector<ModemView>& modems) {
   }
 }
 
-void addOutbox(Page* page, const Counts& counts, std::int64_t nowMs) {
+void addOutbox(MetricsPage* page, const Counts& counts, std::int64_t nowMs) {
   page->begin("gsm_outbox_messages", "gauge", "Messages that the outbox holds, by state.");
   for (std::size_t state = 0; state < kStates; ++state) {
     page->add({{"state", wordOf(static_cast<MessageState>(state))}}, counts.perState[state]);
@@ -94,7 +94,7 @@ Value valueOf(const std::map<std::string, Value>& values, const std::string& key
   return found == values.end() ? Value() : found->second;
 }
 
-void addAttempts(Page* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
+void addAttempts(MetricsPage* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
   page->begin("gsm_attempts_total", "counter", "Attempts to send that ended since the start, by verdict.");
   for (const ModemView& modem : modems) {
     const auto verdicts = valueOf(metrics.attempts, modem.name);
@@ -105,7 +105,7 @@ void addAttempts(Page* page, const Metrics& metrics, const std::vector<ModemView
   }
 }
 
-void addCounters(Page* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
+void addCounters(MetricsPage* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
   page->begin("gsm_messages_total", "counter", "Messages that entered a state since the start.");
   for (std::size_t state = 0; state < kStates; ++state) {
     const std::string word = wordOf(static_cast<MessageState>(state));
@@ -122,7 +122,7 @@ void addCounters(Page* page, const Metrics& metrics, const std::vector<ModemView
   }
 }
 
-void addSendSeconds(Page* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
+void addSendSeconds(MetricsPage* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
   page->begin("gsm_send_seconds", "histogram", "Seconds from the acceptance of a message until it was sent.");
   for (const ModemView& modem : modems) {
     const SendSeconds histogram = valueOf(metrics.sendSeconds, modem.name);
@@ -141,7 +141,7 @@ void addSendSeconds(Page* page, const Metrics& metrics, const std::vector<ModemV
 
 std::string metricsText(const Metrics& metrics, const Counts& counts, const std::vector<ModemView>& modems,
                         std::int64_t nowMs) {
-  Page page;
+  MetricsPage page;
   addModems(&page, modems);
   addOutbox(&page, counts, nowMs);
   addCounters(&page, metrics, modems);

@@ -2,6 +2,7 @@
 #include "common/isoTime.h"
 #include "gateway/http/handlers.h"
 #include "gateway/http/metricsText.h"
+#include "gateway/service/jsonValue.h"
 #include "gateway/service/modemJson.h"
 
 namespace orvix::gateway {
@@ -18,11 +19,6 @@ json modemsJson(const Service& service) {
     list.push_back(modemJson(modem, service.offsetMs()));
   }
   return list;
-}
-
-template <typename Value>
-json orNull(const std::optional<Value>& value) {
-  return value ? json(*value) : json(nullptr);
 }
 
 json pointJson(const HistoryPoint& point, std::int64_t offsetMs) {

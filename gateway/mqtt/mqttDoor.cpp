@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "common/duration.h"
 #include "common/isoTime.h"
 #include "common/printable.h"
 #include "gateway/mqtt/discovery.h"
@@ -17,8 +18,7 @@ using nlohmann::json;
 
 constexpr std::size_t kMostUntaken = 20;
 constexpr std::size_t kLongestCommand = 65536;
-constexpr std::int64_t kQueueMs = 60000;
-constexpr std::int64_t kMsInSecond = 1000;
+constexpr std::int64_t kQueueMs = kMinuteMs;
 // Dropping a note costs a write of its own, so several go together; a crash before merely tells them once more.
 constexpr std::int64_t kDropMs = 30000;
 
@@ -200,7 +200,7 @@ void MqttDoor::showQueue() {
                    {"oldestSeconds", nullptr},
                    {"lastResult", lastResult}};
   if (counts.oldestQueuedMs) {
-    document["oldestSeconds"] = (service->nowMs() - *counts.oldestQueuedMs) / kMsInSecond;
+    document["oldestSeconds"] = (service->nowMs() - *counts.oldestQueuedMs) / kSecondMs;
   }
   show(base + "/queue", document.dump());
   isQueueChanged = false;

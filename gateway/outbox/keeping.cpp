@@ -1,10 +1,10 @@
 // What time does to messages: they expire, and those that ended are not kept for ever.
+#include "common/duration.h"
 #include "gateway/outbox/store.h"
 
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kDayMs = 86400000;
 constexpr int kMostAtOnce = 200;  // nobody else gets a turn meanwhile
 
 std::string expiryReason(const Record& record) {

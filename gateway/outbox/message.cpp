@@ -10,11 +10,11 @@ namespace {
 constexpr std::array<const char*, kMessageStates> kStates{"queued",    "attempting", "sent",     "failed",
                                                           "uncertain", "expired",    "cancelled"};
 constexpr std::array<const char*, 3> kPriorities{"alarm", "normal", "bulk"};
-constexpr std::array<const char*, 2> kOnUncertain{"hold", "resend"};
+constexpr std::array<const char*, 2> kOnUncertainWords{"hold", "resend"};
 
 static_assert(static_cast<std::size_t>(MessageState::kCancelled) + 1 == kStates.size());
 static_assert(static_cast<std::size_t>(Priority::kBulk) + 1 == kPriorities.size());
-static_assert(static_cast<std::size_t>(OnUncertain::kResend) + 1 == kOnUncertain.size());
+static_assert(static_cast<std::size_t>(OnUncertain::kResend) + 1 == kOnUncertainWords.size());
 
 template <typename Value, std::size_t kSize>
 std::optional<Value> valueOf(const std::string& word, const std::array<const char*, kSize>& words) {
@@ -37,7 +37,7 @@ const char* wordOf(Priority priority) {
 }
 
 const char* wordOf(OnUncertain onUncertain) {
-  return kOnUncertain.at(static_cast<std::size_t>(onUncertain));
+  return kOnUncertainWords.at(static_cast<std::size_t>(onUncertain));
 }
 
 const char* wordOf(hostkit::Verdict verdict) {
@@ -53,7 +53,7 @@ std::optional<Priority> priorityOf(const std::string& word) {
 }
 
 std::optional<OnUncertain> onUncertainOf(const std::string& word) {
-  return valueOf<OnUncertain>(word, kOnUncertain);
+  return valueOf<OnUncertain>(word, kOnUncertainWords);
 }
 
 }  // namespace orvix::gateway

@@ -4,11 +4,10 @@
 #include <tuple>
 #include <vector>
 
+#include "common/duration.h"
+
 namespace orvix::gateway {
 namespace {
-
-constexpr std::int64_t kMsInSecond = 1000;
-constexpr int kDaySeconds = 86400;
 
 bool isAlarm(Priority priority) {
   return priority == Priority::kAlarm;
@@ -24,7 +23,7 @@ std::int64_t freeMs(Rows rows, const Budget& budget, std::int64_t nowMs) {
     return 0;
   }
   const std::int64_t weight = rows.number(0);
-  const std::int64_t free = weight == kForEver ? kForEver : weight + budget.seconds * kMsInSecond;
+  const std::int64_t free = weight == kForEver ? kForEver : weight + budget.seconds * kSecondMs;
   return free <= nowMs ? 0 : free;
 }
 
@@ -54,7 +53,7 @@ void Queue::rebuild(std::int64_t nowMs) {
   {
     Rows rows = database->rows(
         "SELECT DISTINCT recipient FROM attempt WHERE weight > ? AND recipient IN (SELECT recipient FROM turn)",
-        nowMs - perRecipient.seconds * kMsInSecond);
+        nowMs - perRecipient.seconds * kSecondMs);
     while (rows.next()) {
       recipients.push_back(rows.text(0));
     }
@@ -175,7 +174,7 @@ std::int64_t Queue::recipientFreeMs(const std::string& recipient, bool isAlarm, 
   // The weight of the count-th last: when that one is old enough, there is room for one more.
   return freeMs(database->rows("SELECT weight FROM attempt WHERE recipient = ? AND weight > ? AND is_alarm >= ?"
                                " ORDER BY weight DESC LIMIT 1 OFFSET ?",
-                               recipient, nowMs - perRecipient.seconds * kMsInSecond, isAlarm, perRecipient.count - 1),
+                               recipient, nowMs - perRecipient.seconds * kSecondMs, isAlarm, perRecipient.count - 1),
                 perRecipient, nowMs);
 }
 
@@ -183,10 +182,10 @@ std::int64_t Queue::modemFreeMs(const FreeModem& modem, bool isAlarm, std::int64
   if (modem.perDay == 0) {
     return 0;
   }
-  const Budget perDay{modem.perDay, kDaySeconds};
+  const Budget perDay{modem.perDay, kDayMs / kSecondMs};
   return freeMs(database->rows("SELECT weight FROM attempt WHERE modem = ? AND weight > ? AND is_alarm >= ?"
                                " ORDER BY weight DESC LIMIT 1 OFFSET ?",
-                               modem.name, nowMs - kDaySeconds * kMsInSecond, isAlarm, modem.perDay - 1),
+                               modem.name, nowMs - kDayMs, isAlarm, modem.perDay - 1),
                 perDay, nowMs);
 }
 

@@ -4,15 +4,14 @@
 #include <array>
 #include <utility>
 
+#include "common/duration.h"
+
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kMinuteMs = 60000;
-constexpr std::int64_t kHourMs = 60 * kMinuteMs;
-constexpr std::int64_t kDayMs = 24 * kHourMs;
 // A write every few seconds would wear the flash; what a crash loses is 5 minutes of a curve.
 constexpr std::int64_t kWritesApartMs = 5 * kMinuteMs;
-constexpr int kMostAtOnce = 2000;
+constexpr int kMostReadAtOnce = 2000;
 
 // How much time a row of the level stands for, and how long it is kept.
 struct Level {
@@ -101,7 +100,7 @@ void Reports::purge(std::int64_t nowMs) {
       database->change(
           "DELETE FROM report WHERE modem = ?1 AND level = ?2 AND time IN (SELECT time FROM report WHERE modem = ?1"
           " AND level = ?2 AND time < ?3 ORDER BY time LIMIT ?4)",
-          modem, level, beginOf(level, nowMs), kMostAtOnce);
+          modem, level, beginOf(level, nowMs), kMostReadAtOnce);
     }
   }
 }

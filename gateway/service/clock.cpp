@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <ctime>
 
+#include "common/duration.h"
+
 namespace orvix::gateway {
 namespace {
-
-constexpr std::int64_t kMsInSecond = 1000;
 
 std::int64_t read(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
-  return static_cast<std::int64_t>(time.tv_sec) * kMsInSecond + time.tv_nsec / 1000000;
+  return static_cast<std::int64_t>(time.tv_sec) * kSecondMs + time.tv_nsec / 1000000;
 }
 
 }  // namespace

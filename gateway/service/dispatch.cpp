@@ -3,13 +3,12 @@
 
 #include <utility>
 
+#include "common/duration.h"
 #include "common/printable.h"
 #include "gateway/service/serviceState.h"
 
 namespace orvix::gateway {
 namespace {
-
-constexpr std::int64_t kMsInSecond = 1000;
 
 void count(SendSeconds* histogram, double seconds) {
   std::size_t bucket = 0;
@@ -76,7 +75,7 @@ void Service::State::finish(Modem* modem) {
       ++metrics.attempts[name][wordOf(verdict)];
       if (message.state == MessageState::kSent) {
         const auto ms = static_cast<double>(message.endedMs.value_or(message.acceptedMs) - message.acceptedMs);
-        count(&metrics.sendSeconds[name], ms / kMsInSecond);
+        count(&metrics.sendSeconds[name], ms / kSecondMs);
       }
     });
   });

@@ -1,8 +1,10 @@
 // The side of the doors: who may do what, and what is taken.
 #include <unistd.h>
+
 #include <algorithm>
 #include <set>
 
+#include "common/duration.h"
 #include "common/printable.h"
 #include "gateway/service/serviceState.h"
 #include "gateway/service/textFit.h"
@@ -10,8 +12,6 @@
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kMsInSecond = 1000;
-constexpr std::int64_t kDayMs = 86400 * kMsInSecond;
 constexpr int kRetryAfterSeconds = 60;
 constexpr int kMaxPoints = 10000;
 
@@ -40,7 +40,7 @@ std::string fingerprintOf(const Submission& submission) {
       .dump();
 }
 
-Priority priorityOf(const Submission& submission, const Caller& caller) {
+Priority priorityFor(const Submission& submission, const Caller& caller) {
   return submission.priority.value_or(std::max(Priority::kNormal, caller.rights.highest));
 }
 
@@ -94,7 +94,7 @@ std::optional<Refusal> checkRights(const Submission& submission, const Caller& c
 
 NewRequest requestOf(const Submission& submission, const std::vector<std::string>& texts, const Caller& caller,
                      std::int64_t nowMs, int defaultExpirySeconds) {
-  const Priority priority = priorityOf(submission, caller);
+  const Priority priority = priorityFor(submission, caller);
   const int expiresSeconds = submission.expiresSeconds.value_or(defaultExpirySeconds);
   NewRequest request;
   request.id = submission.id ? *submission.id : freshId();
@@ -105,7 +105,7 @@ NewRequest requestOf(const Submission& submission, const std::vector<std::string
     for (const std::string& text : texts) {
       const std::string part = "~" + std::to_string(request.messages.size() + 1);
       request.messages.push_back({request.id + (request.isBatch ? part : ""), caller.owner, number, text, priority,
-                                  submission.onUncertain, submission.modem, nowMs + expiresSeconds * kMsInSecond});
+                                  submission.onUncertain, submission.modem, nowMs + expiresSeconds * kSecondMs});
     }
   }
   return request;

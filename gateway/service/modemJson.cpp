@@ -1,28 +1,16 @@
 #include "gateway/service/modemJson.h"
 
-#include "common/isoTime.h"
+#include "gateway/service/jsonValue.h"
 
 namespace orvix::gateway {
-namespace {
 
 using nlohmann::json;
-
-template <typename Value>
-json orNull(const std::optional<Value>& value) {
-  return value ? json(*value) : json(nullptr);
-}
-
-json textOrNull(const std::string& text) {
-  return text.empty() ? json(nullptr) : json(text);
-}
-
-}  // namespace
 
 json reportJson(const ModemView& modem, std::int64_t offsetMs) {
   if (!modem.report) {
     return nullptr;
   }
-  return {{"time", modem.reportMs ? json(rfc3339(*modem.reportMs + offsetMs)) : json(nullptr)},
+  return {{"time", timeOrNull(modem.reportMs, offsetMs)},
           {"dBm", orNull(modem.report->dBm)},
           {"percent", orNull(modem.report->percent)},
           {"registration", modem.report->registration},

@@ -2,7 +2,7 @@
 
 #include <set>
 
-#include "common/isoTime.h"
+#include "gateway/service/jsonValue.h"
 
 namespace orvix::gateway {
 namespace {
@@ -123,19 +123,6 @@ class Reader {
     }
   }
 };
-
-template <typename Value>
-json orNull(const std::optional<Value>& value) {
-  return value ? json(*value) : json(nullptr);
-}
-
-json timeOrNull(const std::optional<std::int64_t>& timeMs, std::int64_t offsetMs) {
-  return timeMs ? json(rfc3339(*timeMs + offsetMs)) : json(nullptr);
-}
-
-json textOrNull(const std::string& text) {
-  return text.empty() ? json(nullptr) : json(text);
-}
 
 json attemptJson(const Attempt& attempt, std::int64_t offsetMs) {
   return {{"number", attempt.number},

@@ -20,10 +20,8 @@
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kSecond = 1000;
-constexpr std::int64_t kFirstDelayMs = 1 * kSecond;
-constexpr std::int64_t kLongestDelayMs = 60 * kSecond;
-constexpr std::int64_t kSignOfLifeMs = 30 * kSecond;
+constexpr std::int64_t kFirstDelayMs = kSecondMs;
+constexpr std::int64_t kLongestDelayMs = kMinuteMs;
 constexpr int kUnregisteredReportSeconds = 10;
 // A modem that is just ready is left to a message that has waited for it; the supervisor commits before it orders.
 constexpr std::int64_t kOrderFirstMs = 300;
@@ -173,7 +171,7 @@ void ModemWorker::report() {
   awaitsNetwork = awaitsNetwork && !report.isRegistered();
   const int seconds =
       awaitsNetwork ? std::min(kUnregisteredReportSeconds, settings.reportSeconds) : settings.reportSeconds;
-  dueMs = nowMs() + seconds * kSecond;
+  dueMs = nowMs() + seconds * kSecondMs;
 }
 
 void ModemWorker::heal() {
@@ -255,7 +253,7 @@ void ModemWorker::listen(const std::string& what, std::int64_t seconds, const st
   if (!watch) {
     return;
   }
-  hostkit::listenOn(watch.get(), &trace, static_cast<int>(seconds * kSecond), [&] {
+  hostkit::listenOn(watch.get(), &trace, static_cast<int>(seconds * kSecondMs), [&] {
     link->receive();
     showLife();
     return isEnough();

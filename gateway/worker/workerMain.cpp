@@ -13,8 +13,7 @@
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kTryAgainMs = 60000;
-constexpr std::int64_t kSignOfLifeMs = 30000;
+constexpr std::int64_t kTryAgainMs = kMinuteMs;
 
 // A plug-in or a configuration that is not fit may be mended while this waits.
 void waitToTryAgain(SupervisorLink* link, const std::string& trouble) {

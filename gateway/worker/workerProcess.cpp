@@ -11,6 +11,7 @@
 #include <cstring>
 #include <utility>
 
+#include "common/duration.h"
 #include "gateway/worker/attemptRecord.h"
 #include "gateway/worker/protocol.h"
 #include "gateway/worker/spawn.h"
@@ -21,8 +22,8 @@ namespace {
 // A message takes some 16 s in the plug-in, a close with a full line 30 s; a worker speaks every 30 s at least.
 constexpr std::int64_t kLongestCallMs = 45000;
 constexpr std::int64_t kLongestSilenceMs = 90000;
-constexpr std::int64_t kFirstDelayMs = 1000;
-constexpr std::int64_t kLongestDelayMs = 60000;
+constexpr std::int64_t kFirstRestartMs = kSecondMs;
+constexpr std::int64_t kLongestRestartMs = kMinuteMs;
 constexpr std::int64_t kReapEveryMs = 20;
 // A worker that never stops talking leaves time for the others.
 constexpr int kMostReads = 16;
@@ -64,7 +65,7 @@ struct WorkerProcess::State {
   std::string doing;
   std::optional<AttemptRecord> running;
   bool mayWaitAtPrompt = false;
-  std::int64_t delayMs = kFirstDelayMs;
+  std::int64_t delayMs = kFirstRestartMs;
   std::int64_t startMs = 0;
   std::int64_t reapMs = 0;
 
@@ -106,7 +107,7 @@ void WorkerProcess::State::startProcess(std::int64_t nowMs) {
 // A worker that dies again and again before its modem is ready costs little.
 void WorkerProcess::State::delayStart(std::int64_t nowMs) {
   startMs = nowMs + delayMs;
-  delayMs = std::min(2 * delayMs, kLongestDelayMs);
+  delayMs = std::min(2 * delayMs, kLongestRestartMs);
 }
 
 void WorkerProcess::State::send(const ToWorker& message) {
@@ -165,7 +166,7 @@ AttemptRecord& WorkerProcess::State::attemptOf(const char* news) {
 
 void WorkerProcess::State::take(const StateNews& news, std::int64_t /*nowMs*/) {
   if (news.state == ModemState::kReady) {
-    delayMs = kFirstDelayMs;
+    delayMs = kFirstRestartMs;
     // A modem that is ready answers, unless it is attempting just now.
     mayWaitAtPrompt = mayWaitAtPrompt && running;
   }
