@@ -9,6 +9,7 @@
 namespace orvix::gateway {
 namespace {
 
+// As the service's own limit, so that a mistake is told before anything is sent.
 constexpr int kLongestExpiry = 31 * 86400;
 constexpr int kLongestWait = 31 * 86400;
 
@@ -28,6 +29,7 @@ class Commands {
     CLI::App* const run = add("run", "Run the service in the foreground, until SIGTERM", own.run);
     run->add_flag("--verbose", options.isVerbose, "Log texts and whole numbers, too");
     add("check", "Is the configuration fit to run? Tells every problem with its key", own.check);
+    // No group: the help does not show it.
     add("worker", "", own.worker)->group("");
   }
 
@@ -62,6 +64,7 @@ class Commands {
  private:
   CLI::App* add(const char* name, const char* description, const Command& command) {
     CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
+    // Only noted: it is executed when the whole line has been understood.
     added->final_callback([this, command] { invocation->command = command; });
     return added;
   }
@@ -127,6 +130,7 @@ Invocation readCommandLine(int argc, char** argv, const OwnCommands& own) {
   commands.addOthers();
   try {
     app.parse(argc, argv);
+    // CLI11 was told that none is fine.
     if (!invocation.command) {
       throw CLI::RequiredError("A command");
     }

@@ -22,6 +22,7 @@ namespace {
 using namespace orvix::gateway;
 
 constexpr char kName[] = "gsm-gateway";
+// As spawn.h promises it to every worker.
 constexpr int kSupervisorsSocket = 3;
 
 int complain(const std::string& text, int exitCode) {
@@ -33,6 +34,7 @@ int complain(const std::string& text, int exitCode) {
 std::optional<Config> readFitConfig(const Options& options) {
   const ConfigResult result = readConfig(options.configFile);
   for (const ConfigProblem& problem : result.problems) {
+    // All of them, each on a line of its own with the path of its key.
     complain(options.configFile + ": " + (problem.key.empty() ? "" : problem.key + ": ") + problem.text, 0);
   }
   return result.problems.empty() ? std::optional(result.config) : std::nullopt;
@@ -80,6 +82,7 @@ int execute(const Invocation& invocation) {
 
 int main(int argc, char** argv) {
   orvix::program::openStandardStreams();
+  // A client or a reader of a pipe that goes away must not end the service.
   std::signal(SIGPIPE, SIG_IGN);
   const auto worker = [](const Options&) { return workerMain(kSupervisorsSocket); };
   const Invocation invocation = readCommandLine(argc, argv, {run, check, worker});

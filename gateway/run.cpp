@@ -21,6 +21,7 @@
 namespace orvix::gateway {
 namespace {
 
+// Nothing is due so seldom; a clock that was set is noticed within this.
 constexpr std::int64_t kMostIdleMs = 60000;
 constexpr int kListenAfterStopSeconds = 10;
 constexpr std::int64_t kPatienceMs = 25000;     // from the signal until what still runs is killed
@@ -34,6 +35,7 @@ class Loop {
   Loop(Service* served, HttpDoor* door, MqttDoor* broker) : service(served), http(door), mqtt(broker) {
     std::uint64_t watchdogUs = 0;
     if (sd_watchdog_enabled(0, &watchdogUs) > 0) {
+      // Half of what systemd waits: 2000 for microseconds to milliseconds, and two.
       watchdogMs = static_cast<std::int64_t>(watchdogUs / 2000);
     }
   }
@@ -50,10 +52,13 @@ class Loop {
         worker->onReady(nowMs);
         worker->onTime(nowMs);
       }
+      // Behind the events, so that what came before the signal is not lost.
       if (program::isStopWished() && !stoppedMs) {
         beginStop(nowMs);
       }
+      // One commit for all that this round brought; doors answer from inside it.
       service->settle();
+      // Behind the commit: what is told is durable.
       if (mqtt != nullptr) {
         mqtt->tell();
       }
@@ -88,11 +93,13 @@ class Loop {
   void beginStop(std::int64_t nowMs) {
     stoppedMs = nowMs;
     sd_notify(0, "STOPPING=1");
+    // Clients that are connected may still ask what became of their messages.
     http->stopAccepting();
     service->stop(kListenAfterStopSeconds);
   }
 
   void waitForEvents() {
+    // Anew in each round: workers come and go. A negative descriptor is ignored by poll.
     std::vector<pollfd> watched;
     if (!stoppedMs) {  // readable from then on
       watched.push_back({program::stopDescriptor(), POLLIN, 0});
@@ -118,6 +125,7 @@ class Loop {
     if (mqtt != nullptr) {
       next = std::min(next, mqtt->nextTimeMs().value_or(next));
     }
+    // Whatever happens, systemd hears of us in time.
     next = watchdogMs != 0 ? std::min(next, nextWatchdogMs) : next;
     for (const std::int64_t stopMs : {kPatienceMs, kLongestStopMs}) {
       next = stoppedMs && nowMs < *stoppedMs + stopMs ? std::min(next, *stoppedMs + stopMs) : next;
@@ -152,6 +160,7 @@ class Loop {
 }  // namespace
 
 int runService(const Config& config) {
+  // First of all: a signal during the start ends it in order.
   program::catchStopSignals();
   try {
     Outbox outbox(config.storage, config.sending);
@@ -166,10 +175,12 @@ int runService(const Config& config) {
         return std::vector<DoorState>{{"mqtt", config.mqtt->broker, state}};
       });
     }
+    // Last, when every door is open: nothing that can fail comes behind it.
     service.startWorkers();
     sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
     Loop(&service, &http, mqtt ? &*mqtt : nullptr).run();
     return kDone;
+    // Told apart for scripts: one is running already, which may be what they want.
   } catch (const StoreInUse& error) {
     program::complain("gsm-gateway", error.what());
     return kNotRunning;

@@ -13,6 +13,7 @@ namespace {
 
 using nlohmann::json;
 
+// The largest page that the service gives: few requests for a long list.
 constexpr char kMostAPage[] = "1000";
 
 int show(const Options& options, const json& answer, std::string (*view)(const json&)) {
@@ -31,6 +32,7 @@ int listMessages(const Options& options) {
   const Session session(options);
   const std::string state = options.state.empty() ? "" : "&state=" + percentEncoded(options.state);
   json messages = json::array();
+  // Until the service says null, so that the list is whole.
   for (json next = ""; next.is_string();) {
     std::string path = std::string("/v1/messages?limit=").append(kMostAPage).append(state);
     if (const auto after = next.get<std::string>(); !after.empty()) {
@@ -43,6 +45,7 @@ int listMessages(const Options& options) {
     next = page.at("next");
   }
   if (options.json) {
+    // As one answer of HTTP would be, with everything in it.
     return show(options, {{"messages", std::move(messages)}, {"next", nullptr}}, nullptr);
   }
   return show(options, messages, messagesView);
@@ -67,10 +70,12 @@ int showStatus(const Options& options) {
 
 int makeToken(const Options& options) {
   const std::string token = newToken();
+  // In the order in which a person writes it into the file.
   nlohmann::ordered_json entry;
   entry["name"] = options.tokenName;
   entry["sha256"] = sha256Of(token);
   entry["to"] = {"*"};
+  // The token on a line of its own: it is shown once, and only its hash is kept.
   std::cout << token << "\n" << entry.dump() << "\n";
   return kDone;
 }

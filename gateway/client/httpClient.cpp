@@ -18,6 +18,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr time_t kPatienceSeconds = 60;  // a full disk or a slow one may hold a commit up
+// Far above any page of messages: a service gone wrong must not fill our memory.
 constexpr std::size_t kMostBytes = std::size_t{64} * 1024 * 1024;
 
 class Connection {
@@ -25,6 +26,7 @@ class Connection {
   explicit Connection(const std::string& path) : descriptor(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
+    // connect would see the path cut off, and maybe somebody else's socket.
     if (path.empty() || path.size() >= sizeof address.sun_path) {
       throw std::system_error(ENAMETOOLONG, std::generic_category(), path);
     }
@@ -35,6 +37,7 @@ class Connection {
     if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
       const int error = errno;
       close(descriptor);
+      // Only these say that nobody listens; all else is a matter of rights.
       if (error == ENOENT || error == ECONNREFUSED || error == ENOTDIR || error == EAGAIN) {
         throw NoService("the service is not running: nobody listens at " + path);
       }
@@ -80,6 +83,7 @@ class Connection {
 // Of a header line that every answer of the service has.
 std::size_t contentLength(const std::string& head) {
   constexpr std::string_view kName = "\r\ncontent-length:";
+  // Header names may be written in any case (RFC 9110, 5.1).
   const std::size_t at = toLower(head).find(kName);
   const std::size_t begin = at == std::string::npos ? at : head.find_first_not_of(' ', at + kName.size());
   std::size_t length = 0;
@@ -101,6 +105,7 @@ HttpReply readReply(const std::string& bytes) {
     throw NoAnswer("the service went away before it answered");
   }
   reply.body = bytes.substr(end + 4);
+  // The connection ends with the answer, so only the length tells whether it is whole.
   if (reply.body.size() != contentLength(bytes.substr(0, end))) {
     throw NoAnswer("the service went away in the middle of its answer");
   }
@@ -110,6 +115,7 @@ HttpReply readReply(const std::string& bytes) {
 HttpReply request(const std::string& socketPath, const std::string& method, const std::string& target,
                   const std::string& body) {
   Connection connection(socketPath);
+  // Connection: close, so that the end of the answer is the end of the connection.
   connection.send(method + " " + target + " HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n" +
                   "Content-Type: application/json\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" +
                   body);

@@ -98,10 +98,12 @@ int sendMessage(const Options& options) {
   const Session session(options);
   const std::vector<std::string> ids = handOver(session, options);
   for (const std::string& id : ids) {
+    // At once, before any waiting: a script that is stopped has the id.
     std::cout << id << std::endl;
   }
   int code = kDone;
   const auto end = Clock::now() + std::chrono::seconds(options.waitSeconds.value_or(0));
+  // One end for all of them: the time was given for the whole request.
   for (auto id = ids.begin(); options.waitSeconds && id != ids.end(); ++id) {
     const json message = waitFor(session, *id, end);
     const auto state = message.at("state").get<std::string>();

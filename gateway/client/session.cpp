@@ -10,11 +10,13 @@ namespace {
 
 using nlohmann::json;
 
+// That of HttpConfig, which this room does not read: a client may run where the service's own files are closed to it.
 constexpr char kDefaultSocket[] = "/run/orvix/gateway.sock";
 constexpr int kFirstError = 400;
 
 std::string wordsOf(const HttpReply& reply) {
   const json body = json::parse(reply.body, nullptr, false);
+  // Not the service's own answer, such as one of the library's.
   if (!body.is_object() || !body.value("error", json()).is_string()) {
     return "the service refuses with status " + std::to_string(reply.status);
   }
@@ -31,6 +33,7 @@ Session::Session(const Options& options) {
     throw Failure(kBadConfiguration,
                   options.configFile + (file.is_open() ? ": is no JSON object" : ": cannot be read"));
   }
+  // Nothing else of the file matters to a client: what is wrong there is the service's to tell.
   const json http = config.value("http", json::object());
   const json socket = http.is_object() ? http.value("socket", json(kDefaultSocket)) : json();
   if (!socket.is_string()) {
@@ -59,6 +62,7 @@ std::string messageTarget(const std::string& id, const std::string& rest) {
   return "/v1/messages/" + percentEncoded(id) + rest;
 }
 
+// A terminal in another character set gives bytes that JSON cannot hold.
 std::string jsonBody(const json& json) try { return json.dump(); } catch (const json::exception&) {
   throw Failure(kUsage, "what you gave is no UTF-8");
 }

@@ -46,6 +46,7 @@ std::string signalOf(const json& report) {
   return cell(report.at("dBm")) + " dBm";
 }
 
+// What a modem sends is told first, then why it is not ready, then what it does by itself.
 Rows modemRows(const json& modems) {
   Rows rows = {{"MODEM", "STATE", "SIGNAL", "REGISTRATION", "LINE", "DOING"}};
   for (const json& modem : modems) {
@@ -74,6 +75,7 @@ std::string cell(const json& value) {
   if (value.is_null()) {
     return "-";
   }
+  // Texts and reasons may hold anything: what would break a row or steer the terminal is made harmless.
   std::string text = shown(value.is_string() ? value.get<std::string>() : value.dump());
   std::replace_if(
       text.begin(), text.end(), [](char character) { return character == '\n' || character == '\t'; }, ' ');
@@ -81,6 +83,7 @@ std::string cell(const json& value) {
 }
 
 std::string timeCell(const json& value) {
+  // "2026-03-01T09:30:05+01:00" cut behind the seconds, with a blank for the T.
   constexpr std::size_t kDate = 10;
   constexpr std::size_t kDateAndTime = 19;
   const auto timeMs = value.is_string() ? msOfRfc3339(value.get<std::string>()) : std::nullopt;
@@ -95,6 +98,7 @@ std::string table(const Rows& rows) {
   std::string text;
   for (const auto& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
+      // The last column ends the line, so that nothing is padded behind it.
       const std::size_t padding = i + 1 == row.size() ? 0 : columns[i] - width(row[i]) + 2;
       text += row[i] + std::string(padding, ' ');
     }
@@ -126,6 +130,7 @@ std::string messageView(const json& message) {
 std::string statusView(const json& status) {
   std::string text;
   for (const json& reason : status.at("reasons")) {
+    // First, for that is what somebody who asks has to see.
     text += "TROUBLE: " + cell(reason) + "\n";
   }
   Rows doors = {{"DOOR", "STATE", "ADDRESS"}};

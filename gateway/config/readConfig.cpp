@@ -11,6 +11,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr int kMonthSeconds = 31 * kDaySeconds;
+// A configuration of hundreds of tokens is smaller; /dev/zero is not.
 constexpr std::size_t kMostBytes = 1 << 20;
 
 StorageConfig readStorage(StrictObject object) {
@@ -37,6 +38,7 @@ Budget readBudget(StrictObject object, int keepDays) {
   return budget;
 }
 
+// Words of the file, none for any other.
 std::optional<LongText> longTextOf(const std::string& word) {
   if (word == "refuse") {
     return LongText::kRefuse;
@@ -92,6 +94,7 @@ HeartbeatConfig readHeartbeat(StrictObject object) {
 Config configOf(const nlohmann::json& document, Problems* problems) {
   Config config;
   StrictObject root(document, "", problems);
+  // In the order of the documented file, so that problems come in that order.
   config.plugin = root.text("plugin", config.plugin);
   refuseUnreadable(&root, "plugin", config.plugin);
   config.modems = readModems(&root);
@@ -121,6 +124,7 @@ bool isName(const std::string& text) {
 
 std::string readName(StrictObject* object, const std::string& key) {
   const std::string name = object->needed(key);
+  // An empty one was told already.
   if (!name.empty() && !isName(name)) {
     object->complain(key, kNameRule);
   }
@@ -136,6 +140,7 @@ void refuseUnreadable(StrictObject* object, const std::string& key, const std::s
 ConfigResult readConfig(const std::string& file) {
   ConfigResult result;
   std::ifstream stream(file, std::ios::binary);
+  // One byte more than may be there shows that there is more.
   std::string text(kMostBytes + 1, '\0');
   stream.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (!stream.is_open() || stream.bad()) {

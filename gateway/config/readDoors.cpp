@@ -35,6 +35,7 @@ TokenConfig readToken(StrictObject object) {
   TokenConfig token;
   token.name = readName(&object, "name");
   token.sha256 = object.needed("sha256");
+  // Digits of either case are one hash; compared later, it must have one form.
   std::transform(token.sha256.begin(), token.sha256.end(), token.sha256.begin(), [](char digit) {
     return digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
   });
@@ -53,6 +54,7 @@ std::vector<TokenConfig> readTokens(StrictObject* http) {
   for (StrictObject& object : http->objects("tokens")) {
     const TokenConfig& token = tokens.emplace_back(readToken(object));
     for (const auto& [key, value] : {std::pair{"name", token.name}, std::pair{"sha256", token.sha256}}) {
+      // Two tokens of one hash would be one word with two owners.
       const auto [first, isNew] = seen.emplace(key + (" " + value), object.pathTo(key));
       if (!isNew && !value.empty()) {
         object.complain(key, "is the same as " + first->second);
@@ -79,6 +81,7 @@ bool isBroker(const std::string& text) {
   for (const std::string scheme : {"mqtt://", "mqtts://"}) {
     if (text.compare(0, scheme.size(), scheme) == 0) {
       const std::string rest = text.substr(scheme.size());
+      // A port may be left out.
       return isHostAndPort(rest) || isHostAndPort(rest + ":1");
     }
   }
@@ -136,6 +139,7 @@ MqttConfig readMqtt(StrictObject object) {
     object.complain(mqtt.certFile.empty() ? "certFile" : "keyFile", "is missing: certFile and keyFile go together");
   }
   mqtt.homeAssistant = object.text("homeAssistant", "");
+  // Wildcards: a topic that holds one cannot be published to.
   if (mqtt.homeAssistant.find_first_of("+#") != std::string::npos) {
     object.complain("homeAssistant", "must be the beginning of a topic, without + and #");
   }

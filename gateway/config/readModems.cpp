@@ -13,6 +13,7 @@ namespace {
 std::string deviceOf(const std::string& line) {
   std::error_code ignored;
   const std::string path = hostkit::pathOf(line);
+  // Weakly: a device that is not there now counts by its name.
   const std::string real = std::filesystem::weakly_canonical(path, ignored).string();
   return real.empty() ? path : real;
 }
@@ -25,6 +26,7 @@ std::string readLine(StrictObject* object, const std::string& file) {
     return "";
   }
   const std::string line = hostkit::connectionString(document);
+  // The device would open it without a word and fail at each start: told here.
   if (const std::size_t colon = line.find(':'); colon == 0 || colon == std::string::npos) {
     object->complain("config", file + " names no line: " + hostkit::kNoSettingsText);
   } else if (line.find(':', colon + 1) != std::string::npos) {
@@ -36,6 +38,7 @@ std::string readLine(StrictObject* object, const std::string& file) {
 std::map<int, hostkit::ErrorClass> readCodes(StrictObject object) {
   std::map<int, hostkit::ErrorClass> codes;
   for (const std::string& key : object.keys()) {
+    // So few digits cannot overflow.
     if (key.empty() || key.size() > 5 || !consistsOf(key, "0123456789")) {
       object.complain(key, "must be the number of a CMS error");
       continue;
@@ -78,6 +81,7 @@ std::vector<ModemConfig> readModems(StrictObject* root) {
   for (StrictObject& object : root->objects("modems")) {
     const ModemConfig& modem = modems.emplace_back(readModem(object));
     const auto [name, isNewName] = names.emplace(modem.name, object.pathTo("name"));
+    // A name that is missing was told already.
     if (!isNewName && !modem.name.empty()) {
       object.complain("name", "is the same as " + name->second);
     }

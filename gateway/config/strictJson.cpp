@@ -7,6 +7,7 @@ namespace {
 
 using nlohmann::json;
 
+// Stands for an object that is not there, so that its defaults are read in the same way.
 const json& nothing() {
   static const json object = json::object();
   return object;
@@ -86,6 +87,7 @@ std::optional<json> parseStrictly(const std::string& text, Problems* problems) {
     if (!document.is_object()) {
       problems->push_back({"", "must be a JSON object"});
     }
+    // Only a document without doubt is read on: each problem would draw others behind it.
     return problems->empty() ? std::optional(std::move(document)) : std::nullopt;
   } catch (const json::exception& error) {
     problems->push_back({"", sentenceOf(error.what())});
@@ -116,6 +118,7 @@ int StrictObject::whole(const std::string& key, int fallback, int least, int mos
   if (found == nullptr) {
     return fallback;
   }
+  // Unsigned numbers above the signed range would turn negative otherwise.
   const bool isInRange = found->is_number_unsigned() ? found->get<std::uint64_t>() <= static_cast<std::uint64_t>(most)
                                                      : found->is_number_integer();
   if (!isInRange || found->get<std::int64_t>() < least) {
@@ -152,6 +155,7 @@ std::string StrictObject::needed(const std::string& key) {
     complain(key, "is missing");
     return "";
   }
+  // A fallback that is not empty, so that a wrong type is told once.
   std::string value = text(key, "-");
   if (value.empty()) {
     complain(key, "must not be empty");

@@ -12,7 +12,9 @@ namespace {
 
 using nlohmann::json;
 
+// Alertmanager gives a notification up sooner; a reminder comes hours later (repeat_interval).
 constexpr std::int64_t kRetryMs = std::int64_t{15} * 60 * 1000;
+// So that the tail of a text stays short, whatever a payload claims.
 constexpr std::uint64_t kMostCounted = 999999;
 constexpr std::size_t kLongestHead = 1000;  // bytes, far more than any message holds
 
@@ -46,6 +48,7 @@ const json& leadingAlert(const json& payload) {
 
 std::string headOf(const json& payload) {
   const json& alert = leadingAlert(payload);
+  // "alertname" is a convention, not a rule.
   const std::string name = firstOf({stringIn(alert, "labels", "alertname"), "alert"});
   const std::string what =
       firstOf({stringIn(alert, "annotations", "summary"), stringIn(alert, "annotations", "description"),
@@ -63,6 +66,7 @@ std::string tailOf(const json& payload) {
 
 // On one line, of what the charset carries.
 std::string carriedBy(hostkit::Charset charset, const std::string& text) {
+  // " " for what has no likeness: a text with a gap is better than none.
   std::string carried = transliterated(text.substr(0, kLongestHead), " ");
   for (char& character : carried) {
     if (character == '\n' || !hostkit::textFit(std::string(1, character), charset).isFit()) {
@@ -78,6 +82,7 @@ std::string shortened(std::string head, const std::string& tail, hostkit::Charse
     return head + tail;
   }
   while (!isFit(head + "...")) {
+    // From the end, where the least important words stand; three dots show it.
     head.pop_back();
   }
   return head + "..." + tail;
@@ -88,6 +93,7 @@ std::string identityOf(const json& payload) {
   for (const json& alert : payload.at("alerts")) {
     alerts.push_back(stringIn(alert, "fingerprint") + " " + stringIn(alert, "startsAt"));
   }
+  // Their order may change from one try to the next.
   std::sort(alerts.begin(), alerts.end());
   return jsonText({stringIn(payload, "groupKey"), stringIn(payload, "status"), alerts});
 }
@@ -120,6 +126,7 @@ hostkit::Charset charsetOf(const Config& config) {
 std::variant<Accepted, Refusal> submitAlarm(Service& service, const Caller& caller, const Submission& submission) {
   auto result = service.submit(caller, submission);
   if (auto* const refusal = std::get_if<Refusal>(&result); refusal != nullptr && refusal->status == 429) {
+    // 4xx is final to Alertmanager, and a budget is not.
     refusal->status = 503;
   }
   return result;
@@ -144,11 +151,13 @@ std::variant<Accepted, Refusal> acceptAlerts(Service& service, const Caller& cal
   if (const auto* const refusal = std::get_if<Refusal>(&read)) {
     return *refusal;
   }
+  // An unescaped "+" in an address is a blank.
   if (to.rfind(' ', 0) == 0) {
     to.front() = '+';
   }
   const auto& notice = std::get<AlertNotice>(read);
   // Ids change every 15 minutes: a retry finds its message under the present one or the one before.
+  // 128 bits of the hash are enough; the caller is part of it, for ids are shared by all owners.
   const std::string name = "alert-" + sha256Of(jsonText({caller.owner, to, notice.identity})).substr(0, 32) + "-";
   const std::int64_t period = service.nowMs() / kRetryMs;
   for (const std::int64_t candidate : {period, period - 1}) {

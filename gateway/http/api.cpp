@@ -24,6 +24,7 @@ Response showPage(const Call& /*call*/) {
   Response response;
   response.body = page.html;
   response.contentType = "text/html; charset=utf-8";
+  // A referrer would give away the page's address, behind whose # the token may stand.
   response.headers = {{"Content-Security-Policy", page.contentSecurityPolicy}, {"Referrer-Policy", "no-referrer"}};
   return response;
 }
@@ -41,6 +42,7 @@ Response beginEvents(const Call& /*call*/) {
   return response;
 }
 
+// The whole API; openapi.json describes the same rows, against which the tests hold every answer.
 constexpr Route kRoutes[] = {
     {"GET", "/", "", showPage, true},
     {"GET", "/healthz", "", showHealth, true},
@@ -60,9 +62,11 @@ constexpr Route kRoutes[] = {
 };
 
 bool isPathOf(const Route& route, const std::vector<std::string>& path) {
+  // Split as a request's own path is, so that both mean the same by a slash.
   const std::vector<std::string> pattern = std::get<Target>(readTarget(route.path)).path;
   return std::equal(pattern.begin(), pattern.end(), path.begin(), path.end(),
                     [](const std::string& part, const std::string& given) {
+                      // An empty part is no id.
                       return part == given || (part == "*" && !given.empty());
                     });
 }
@@ -89,11 +93,13 @@ Response wrongMethod(const std::vector<const Route*>& routes) {
     allowed += route->method == std::string_view("GET") ? ", HEAD" : "";
   }
   Response response = refusalResponse(405, "this address takes " + allowed);
+  // RFC 9110 wants it with every 405.
   response.headers.emplace_back("Allow", allowed);
   return response;
 }
 
 std::optional<std::string> unknownKey(const Route& route, const Target& target) {
+  // With blanks around, so that no key is found within another.
   const std::string known = " " + std::string(route.query) + " ";
   for (const auto& [key, value] : target.query) {
     if (key.empty() || known.find(" " + key + " ") == std::string::npos) {
@@ -125,6 +131,7 @@ Response answer(const Api& api, const Request& request) {
   const std::variant<Target, Refusal> read = readTarget(request.target);
   const auto* const target = std::get_if<Target>(&read);
   const std::vector<const Route*> routes = target != nullptr ? routesOf(target->path) : std::vector<const Route*>();
+  // Before anything is said of the address: without a token nobody learns what there is.
   if (!request.caller && (routes.empty() || !routes.front()->isOpen)) {
     return unauthorized();
   }

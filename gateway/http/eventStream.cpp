@@ -6,6 +6,7 @@
 namespace orvix::gateway {
 namespace {
 
+// What the slowest reader may be behind, for all readers together.
 constexpr std::size_t kMostBytes = std::size_t{1024} * 1024;
 constexpr std::size_t kMostEvents = 4096;
 
@@ -30,6 +31,7 @@ void EventStream::comment() {
 }
 
 void EventStream::add(const std::string& owner, const char* name, const nlohmann::json& data) {
+  // Nobody reads: the JSON is not even made.
   if (readerCount > 0) {
     add({owner, std::string("event: ") + name + "\ndata: " + jsonText(data) + "\n\n"});
   }
@@ -41,6 +43,7 @@ void EventStream::add(Event event) {
   }
   bytes += event.text.size();
   events.push_back(std::move(event));
+  // The oldest go; a reader who stood there finds out by himself.
   while (bytes > kMostBytes || events.size() > kMostEvents) {
     bytes -= events.front().text.size();
     events.pop_front();
@@ -55,6 +58,7 @@ EventReader::EventReader(EventStream* source, const Caller& reader)
 
 EventReader::~EventReader() {
   if (--stream->readerCount == 0) {
+    // The count goes on, so that no place of a reader ever means two events.
     stream->first = stream->end();
     stream->events.clear();
     stream->bytes = 0;
@@ -63,6 +67,7 @@ EventReader::~EventReader() {
 
 std::string EventReader::next() {
   while (!isTooSlow() && position < stream->end()) {
+    // Events of others are passed over without an id: a gap would tell of them.
     const EventStream::Event& event = stream->events[static_cast<std::size_t>(position++ - stream->first)];
     if (event.text.empty()) {
       return ":\n\n";

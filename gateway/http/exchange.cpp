@@ -3,6 +3,7 @@
 namespace orvix::gateway {
 
 std::string jsonText(const nlohmann::json& json) {
+  // Reasons may quote a modem's bytes.
   return json.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
@@ -22,6 +23,7 @@ Response refusalResponse(const Refusal& refusal) {
 }
 
 Response refusalResponse(int status, const std::string& error, std::optional<std::string> field) {
+  // For refusals of the door's own, which are final: no time to come again.
   return refusalResponse(Refusal{status, error, std::move(field), std::nullopt});
 }
 

@@ -12,7 +12,9 @@
 namespace orvix::gateway {
 namespace {
 
+// Proxies and browsers give a silent connection up after half a minute and more.
 constexpr std::int64_t kCommentMs = 15000;
+// Each holds one of the places for clients as long as he likes.
 constexpr int kMostReaders = 32;
 constexpr int kRetryAfterSeconds = 60;
 
@@ -25,6 +27,7 @@ int listenOrTell(const char* key, Listen listen, const std::string& address) {
   try {
     return listen(address);
   } catch (const std::runtime_error& error) {
+    // With the key, for a person has to change the configuration.
     throw std::runtime_error(std::string(key) + ": " + error.what());
   }
 }
@@ -47,10 +50,12 @@ HttpDoor::HttpDoor(Service* served, const HttpConfig& settings)
         server(listener, [this](const std::string& header) { return callerWith(header, config.tokens); }));
     LOG(INFO) << "http: listening on " << tcpAddress;
   }
+  // Last, when nothing can fail any more: a listener cannot be taken back.
   service->addListener(&events);
 }
 
 HttpDoor::~HttpDoor() {
+  // Before the file goes: nobody is let in any more.
   servers.clear();
   unlink(config.socket.c_str());
 }
@@ -90,6 +95,7 @@ std::vector<int> HttpDoor::descriptors() const {
 
 void HttpDoor::onReady() {
   const std::int64_t nowMs = service->nowMs();
+  // Before the readers are woken, so that it goes out in this round.
   if (nowMs - lastCommentMs >= kCommentMs) {
     lastCommentMs = nowMs;
     events.comment();

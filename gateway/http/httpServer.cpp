@@ -13,6 +13,7 @@
 namespace orvix::gateway {
 namespace {
 
+// Descriptors are few on small machines; one address leaves places for the others.
 constexpr unsigned kMostClients = 256;
 constexpr unsigned kMostClientsOfOneAddress = 192;
 constexpr std::size_t kMemoryOfClient = std::size_t{32} * 1024;  // holds the request's head
@@ -48,6 +49,7 @@ struct Client : std::enable_shared_from_this<Client> {
   const int descriptor;
   Phase phase = Phase::kRequest;
   std::int64_t sinceMs;  // in this phase
+  // The library does not look at a suspended connection: nothing comes from it until it is resumed.
   bool isSuspended = false;
   Request request;
   bool hasHead = false;
@@ -112,6 +114,7 @@ MHD_Result Client::takeHead(const char* method) {
   request.method = method;
   request.caller = server->handlers.recognise(headerOf(connection, "Authorization"));
   // Without a length, or with a wrong one, the bytes themselves are counted.
+  // Content-Length is not to be trusted, but one that is honest saves the reading.
   if (std::strtoull(headerOf(connection, "Content-Length").c_str(), nullptr, 10) > kMostDiscarded) {
     request.isTooLarge = true;
     return handle();
@@ -127,10 +130,12 @@ MHD_Result Client::takeBody(const char* data, std::size_t size) {
   } else {
     request.body.append(data, size);
   }
+  // MHD_NO closes the connection: who sends that much does not listen anyway.
   return received > kMostDiscarded ? MHD_NO : MHD_YES;
 }
 
 MHD_Result Client::handle() {
+  // Suspended before it is handed over, since the answer may come from inside the call.
   enter(Phase::kHandling);
   suspend();
   server->handlers.handle(request, [weak = weak_from_this()](const Response& response) {
@@ -149,6 +154,7 @@ void Client::reply(const Response& response) {
   MHD_Response* answer = nullptr;
   if (response.isEventStream) {
     reader = server->handlers.beginEvents(*request.caller);
+    // A first line at once, so that the reader sees the stream open.
     pending = ":\n\n";
     answer = MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, kEventBlock, giveEventsTo, this, nullptr);
   } else {
@@ -156,18 +162,21 @@ void Client::reply(const Response& response) {
                                              MHD_RESPMEM_MUST_COPY);
   }
   MHD_add_response_header(answer, MHD_HTTP_HEADER_CONTENT_TYPE, response.contentType.c_str());
+  // Every answer is of this moment, and may hold somebody's messages.
   MHD_add_response_header(answer, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
   MHD_add_response_header(answer, "X-Content-Type-Options", "nosniff");
   for (const auto& [name, value] : response.headers) {
     MHD_add_response_header(answer, name.c_str(), value.c_str());
   }
   MHD_queue_response(connection, static_cast<unsigned>(response.status), answer);
+  // Only this reference: the queue holds its own.
   MHD_destroy_response(answer);
   enter(response.isEventStream ? Phase::kEvents : Phase::kAnswer);
   resume();
 }
 
 ssize_t Client::giveEvents(char* buffer, std::size_t size) {
+  // Nothing yet: rests until wakeReaders.
   if (pending.empty()) {
     pending = reader->next();
   }
@@ -178,6 +187,7 @@ ssize_t Client::giveEvents(char* buffer, std::size_t size) {
     suspend();
     return 0;
   }
+  // An event may be larger than the block.
   const std::size_t given = pending.copy(buffer, size);
   pending.erase(0, given);
   return static_cast<ssize_t>(given);
@@ -224,6 +234,7 @@ MHD_Result onRequest(void* /*server*/, MHD_Connection* connection, const char* /
 void onCompleted(void* /*server*/, MHD_Connection* connection, void** /*context*/,
                  MHD_RequestTerminationCode /*code*/) {
   Client& client = clientOf(connection);
+  // A connection may bring its next request: nothing of this one is left.
   client.reader.reset();
   client.request = Request();
   client.enter(Client::Phase::kRequest);
@@ -268,7 +279,9 @@ int HttpServer::descriptor() const {
 void HttpServer::onReady(std::int64_t nowMs) {
   state->nowMs = nowMs;
   state->hasResumed = false;
+  // Gives every client that was resumed the end of its answer, before all are closed.
   MHD_run(state->daemon);
+  // Behind the run, so that what came in time counts.
   bool hasCutOff = false;
   for (const auto& [connection, client] : state->clients) {
     if (client->deadlineMs().value_or(nowMs + 1) <= nowMs) {
@@ -282,6 +295,7 @@ void HttpServer::onReady(std::int64_t nowMs) {
 }
 
 std::optional<std::int64_t> HttpServer::nextTimeMs() const {
+  // What was resumed is served only by the next run.
   if (state->hasResumed) {
     return state->nowMs;
   }
@@ -310,6 +324,7 @@ void HttpServer::wakeReaders() {
 void HttpServer::stopAccepting() {
   if (state->listener >= 0) {
     MHD_quiesce_daemon(state->daemon);
+    // Quiesced, the library no longer owns it.
     close(state->listener);
     state->listener = -1;
   }

@@ -52,6 +52,7 @@ sockaddr_un pathAddress(const std::string& path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   if (path.empty() || path.size() >= sizeof address.sun_path) {
+    // sun_path holds 108 bytes with its zero (unix(7)).
     throw std::runtime_error(path + ": a socket's path has 1 to 107 bytes");
   }
   path.copy(address.sun_path, path.size());
@@ -78,6 +79,7 @@ void removeStaleSocket(const std::string& path, const sockaddr_un& address) {
   if (!S_ISSOCK(file.st_mode)) {
     throw std::runtime_error(path + ": is there and no socket");
   }
+  // A service that lives answers a connect; EAGAIN says that it lives and is busy.
   const Descriptor probe(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (connect(probe.get(), anyAddress(address), sizeof address) == 0 || errno == EAGAIN) {
     throw std::runtime_error(path + ": another program listens there");
@@ -98,6 +100,7 @@ void giveToGroup(const std::string& path) {
 using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
 
 Addresses resolve(const std::string& text) {
+  // The last one: an IPv6 address has more of them.
   const std::size_t colon = text.rfind(':');
   if (colon == std::string::npos) {
     throw std::runtime_error(text + ": no port");
@@ -107,6 +110,7 @@ Addresses resolve(const std::string& text) {
     host = host.substr(1, host.size() - 2);
   }
   addrinfo hints{};
+  // AI_PASSIVE: without a host on every address.
   hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
   hints.ai_socktype = SOCK_STREAM;
   addrinfo* found = nullptr;
@@ -139,8 +143,10 @@ int listenOnPath(const std::string& path) {
 }
 
 int listenOnTcp(const std::string& address) {
+  // Of several addresses of a name the first.
   const Addresses found = resolve(address);
   Descriptor listener(socket(found->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  // A restart must not wait for connections of the last run to fade.
   const int on = 1;
   setsockopt(listener.get(), SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
   // Connections inherit it: a reader of events that has vanished without a word is found by its silence.
@@ -156,6 +162,7 @@ std::string tcpAddressOf(int listener) {
   socklen_t size = sizeof address;
   char host[NI_MAXHOST];
   char port[NI_MAXSERV];
+  // Asked back, for port 0 lets the kernel choose.
   if (getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size) != 0 ||
       getnameinfo(anyAddress(address), size, host, sizeof host, port, sizeof port, NI_NUMERICHOST | NI_NUMERICSERV) !=
           0) {

@@ -22,6 +22,7 @@ json messagesJson(const std::vector<Message>& messages, std::int64_t offsetMs) {
 
 Response acceptedResponse(const Accepted& accepted, std::int64_t offsetMs) {
   const json messages = messagesJson(accepted.messages, offsetMs);
+  // 202, since it is accepted and not sent; a repeat is no new acceptance.
   return jsonResponse(accepted.isNew ? 202 : 200, accepted.isBatch ? json({{"messages", messages}}) : messages.at(0));
 }
 
@@ -40,6 +41,7 @@ std::variant<MessageFilter, Refusal> readFilter(const Call& call) {
       return Refusal{422, "no state of a message", "state", std::nullopt};
     }
   }
+  // "next" is opaque to clients: a number that they give back.
   const auto after = numberIn(call.parameter("after").value_or("0"), 0, std::numeric_limits<std::int64_t>::max());
   if (!after) {
     return Refusal{422, "must be the \"next\" of an answer", "after", std::nullopt};
@@ -89,6 +91,7 @@ std::optional<std::string> Call::parameter(const std::string& key) const {
 std::optional<std::int64_t> numberIn(const std::string& text, std::int64_t low, std::int64_t high) {
   std::int64_t number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  // from_chars takes a minus sign, which no number here has.
   const bool isWhole = error == std::errc() && end == text.data() + text.size() && text.front() != '-';
   return isWhole && number >= low && number <= high ? std::optional(number) : std::nullopt;
 }
@@ -139,6 +142,7 @@ Response showRecording(const Call& call) {
     return refusalResponse(*refusal);
   }
   Response response;
+  // Lines of JSON, of which none is the whole.
   response.contentType = "text/plain; charset=utf-8";
   response.body = std::move(std::get<std::string>(result));
   return response;

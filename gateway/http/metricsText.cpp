@@ -20,6 +20,7 @@ std::string numberText(Number number) {
 std::string quoted(const std::string& value) {
   std::string text;
   for (const char character : value) {
+    // The format escapes these two in a label; a line feed, which names cannot hold, would end the sample.
     if (character == '\\' || character == '"') {
       text += '\\';
     }
@@ -39,6 +40,7 @@ class MetricsPage {
 
   template <typename Number>
   void add(const Labels& labels, Number value, const std::string& suffix = "") {
+    // Samples of a metric stand together below its HELP and TYPE, which the format asks for.
     text += name + suffix;
     const char* separator = "{";
     for (const auto& [label, labelValue] : labels) {
@@ -98,6 +100,7 @@ void addAttempts(MetricsPage* page, const Metrics& metrics, const std::vector<Mo
   page->begin("gsm_attempts_total", "counter", "Attempts to send that ended since the start, by verdict.");
   for (const ModemView& modem : modems) {
     const auto verdicts = valueOf(metrics.attempts, modem.name);
+    // All of them, also those that are 0.
     for (const hostkit::Verdict verdict : {hostkit::Verdict::kSent, hostkit::Verdict::kRefused,
                                            hostkit::Verdict::kNotSent, hostkit::Verdict::kUncertain}) {
       page->add({{"modem", modem.name}, {"verdict", wordOf(verdict)}}, valueOf(verdicts, wordOf(verdict)));
@@ -128,6 +131,7 @@ void addSendSeconds(MetricsPage* page, const Metrics& metrics, const std::vector
     const SendSeconds histogram = valueOf(metrics.sendSeconds, modem.name);
     std::uint64_t count = 0;  // of this bucket and all below
     for (std::size_t i = 0; i < kSendSecondsBounds.size(); ++i) {
+      // Buckets of the format are cumulative, ours count each value once.
       count += histogram.buckets[i];
       page->add({{"modem", modem.name}, {"le", numberText(kSendSecondsBounds[i])}}, count, "_bucket");
     }

@@ -10,6 +10,7 @@ namespace {
 
 using nlohmann::json;
 
+// One for every 5 minutes of a day.
 constexpr int kPoints = 288;
 constexpr int kMaxPoints = 10000;
 
@@ -44,6 +45,7 @@ std::optional<std::int64_t> timeParameter(const Call& call, const std::string& k
 
 json queueJson(const Counts& counts, std::int64_t nowMs) {
   json queue = json::object();
+  // What still moves or needs somebody; the ended ones are in the metrics.
   for (const MessageState state : {MessageState::kQueued, MessageState::kAttempting, MessageState::kUncertain}) {
     queue[wordOf(state)] = counts.of(state);
   }
@@ -95,6 +97,7 @@ Response showStatus(const Call& call) {
 Response showHealth(const Call& call) {
   const Health health = call.service().health();
   json body = {{"ok", health.isOk}};
+  // Reasons name modems and files: without a token the answer is yes or no.
   if (call.request.caller) {
     body["reasons"] = health.reasons;
   }
@@ -104,6 +107,7 @@ Response showHealth(const Call& call) {
 Response showMetrics(const Call& call) {
   Service& service = call.service();
   Response response;
+  // The version of the format, which scrapers look for.
   response.contentType = "text/plain; version=0.0.4; charset=utf-8";
   response.body = metricsText(service.metrics(), service.counts(), service.modems(), service.nowMs());
   return response;

@@ -16,6 +16,7 @@ std::string decoded(std::string_view text) {
       bytes += text[0];
       continue;
     }
+    // RFC 3986, 2.1: two digits, of either case.
     const auto byte = text.size() < 3 ? std::nullopt : bytesOfHex(text.substr(1, 2));
     if (!byte) {
       throw std::invalid_argument("a % in the address is not followed by two hexadecimal digits");
@@ -27,6 +28,7 @@ std::string decoded(std::string_view text) {
 }
 
 std::string decodedInQuery(std::string_view text) {
+  // As forms write it (application/x-www-form-urlencoded).
   std::string withBlanks(text);
   std::replace(withBlanks.begin(), withBlanks.end(), '+', ' ');
   return decoded(withBlanks);
@@ -49,6 +51,7 @@ std::variant<Target, Refusal> readTarget(const std::string& target) try {
   if (path.empty() || path.front() != '/') {
     return Refusal{400, "the address does not begin with a slash", std::nullopt, std::nullopt};
   }
+  // Split before it is decoded, so that an escaped slash stays inside its part.
   do {
     path.remove_prefix(1);
     const std::string_view part = path.substr(0, path.find('/'));
@@ -58,6 +61,7 @@ std::variant<Target, Refusal> readTarget(const std::string& target) try {
   while (!query.empty()) {
     std::string_view value = cutAt(&query, '&');
     const std::string key = decodedInQuery(cutAt(&value, '='));
+    // Nobody knows which of the two was meant.
     if (!result.query.emplace(key, decodedInQuery(value)).second) {
       return Refusal{422, "comes twice", key, std::nullopt};
     }

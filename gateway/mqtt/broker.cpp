@@ -15,10 +15,12 @@
 namespace orvix::gateway {
 namespace {
 
+// At least once: an id makes a repeat harmless in either direction.
 constexpr int kQos = 1;
 constexpr int kKeepAliveSeconds = 30;
 constexpr unsigned kShortestDelaySeconds = 1;
 constexpr unsigned kLongestDelaySeconds = 60;
+// Small brokers hold few; the rest waits in the library.
 constexpr unsigned kMostInFlight = 20;
 constexpr std::size_t kMostWaiting = 1000;
 constexpr std::chrono::seconds kPatience{3};  // with a thread that hangs in the resolver
@@ -34,7 +36,9 @@ Address addressOf(const std::string& url) {
   Address address;
   address.isSecure = url.rfind("mqtts://", 0) == 0;
   std::string rest = url.substr(url.find("://") + 3);
+  // As registered: secure-mqtt and mqtt.
   address.port = address.isSecure ? 8883 : 1883;
+  // Behind the bracket of an IPv6 address, whose own colons do not count.
   const std::size_t colon = rest.find(':', rest.find(']') == std::string::npos ? 0 : rest.find(']'));
   if (colon != std::string::npos) {
     address.port = std::stoi(rest.substr(colon + 1));
@@ -79,7 +83,9 @@ struct Broker::Connection {
     require(mosquitto_will_set(client, will.topic.c_str(), static_cast<int>(will.payload.size()), will.payload.data(),
                                kQos, true),
             "mqtt.id");
+    // We run the thread, so the library must be told to lock.
     mosquitto_threaded_set(client, true);
+    // Doubling, so that a broker that comes back is not overrun.
     mosquitto_reconnect_delay_set(client, kShortestDelaySeconds, kLongestDelaySeconds, true);
     mosquitto_max_inflight_messages_set(client, kMostInFlight);
     mosquitto_connect_callback_set(client, onConnect);
@@ -111,6 +117,7 @@ struct Broker::Connection {
 
   void post(BrokerEvent event) {
     const std::lock_guard<std::mutex> guard(lock);
+    // Only messages are dropped: a lost kConnected or kTaken would never be made good.
     if (event.kind != BrokerEvent::Kind::kMessage || events.size() < kMostWaiting) {
       events.push_back(std::move(event));
       eventfd_write(wake, 1);
@@ -144,6 +151,7 @@ struct Broker::Connection {
       connection->post({BrokerEvent::Kind::kDisconnected, mosquitto_connack_string(result), "", "", 0});
       return;
     }
+    // At every connection, though the session is persistent: a broker may have lost it.
     mosquitto_subscribe(client, nullptr, connection->subscription.c_str(), kQos);
     connection->post({BrokerEvent::Kind::kConnected, "", "", "", 0});
   }
@@ -198,6 +206,7 @@ int Broker::descriptor() const {
 
 std::vector<BrokerEvent> Broker::take() {
   const std::lock_guard<std::mutex> guard(connection->lock);
+  // Emptied together with the list, under the lock, so that no wake-up is lost.
   eventfd_t ignored = 0;
   eventfd_read(connection->wake, &ignored);
   return std::exchange(connection->events, {});
@@ -216,6 +225,7 @@ void Broker::disconnect() {
     connection->isEnding = true;
     connection->ended.notify_all();
   }
+  // Outside the lock: the library may call back from here.
   mosquitto_disconnect(connection->client);
 }
 

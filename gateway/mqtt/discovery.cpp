@@ -29,6 +29,7 @@ class Device {
 
   void add(const std::string& component, const std::string& object, json document) {
     const std::string unique = node + "_" + object;
+    // Every entity has its own for ever, so that a renamed one keeps its history.
     document["unique_id"] = unique;
     document["availability_topic"] = base + "/availability";
     document["qos"] = 1;
@@ -55,6 +56,7 @@ class Device {
         {{"name", "Modem " + name + " ready"},
          {"state_topic", topic + "/state"},
          {"payload_on", "ready"},
+         // "noData" is off as well: the template makes two of three states.
          {"payload_off", "notAvailable"},
          {"value_template", "{{ 'ready' if value == 'ready' else 'notAvailable' }}"},
          {"device_class", "connectivity"}});
@@ -81,6 +83,7 @@ class Device {
     add("sensor", "last_result",
         {{"name", "Last result"},
          {"state_topic", topic},
+         // A last result that is not there yet would make the template fail.
          {"value_template", "{{ value_json.lastResult.state if value_json.lastResult else 'none' }}"}});
   }
 
@@ -109,6 +112,7 @@ std::vector<Publication> discoveryOf(const MqttConfig& mqtt, const std::vector<M
   }
   device.addQueue();
   for (const std::string& number : mqtt.rights.to) {
+    // A pattern is no number that one could send to.
     if (number.find('*') == std::string::npos) {
       device.addRecipient(number);
     }

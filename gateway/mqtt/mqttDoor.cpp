@@ -16,12 +16,15 @@ namespace {
 
 using nlohmann::json;
 
+// As many as the library has under way; the others stay in the outbox, which is durable.
 constexpr std::size_t kMostUntaken = 20;
+// As of a body over HTTP.
 constexpr std::size_t kLongestCommand = 65536;
 constexpr std::int64_t kQueueMs = kMinuteMs;
 // Dropping a note costs a write of its own, so several go together; a crash before merely tells them once more.
 constexpr std::int64_t kDropMs = 30000;
 
+// For the last result: what an uncertain one became is news, though it has not ended.
 bool isEnd(MessageState state) {
   return state != MessageState::kQueued && state != MessageState::kAttempting;
 }
@@ -42,6 +45,7 @@ MqttDoor::MqttDoor(Service* served, const MqttConfig& configuration)
       base("gsm/" + config.id),
       caller{"mqtt", config.rights},
       broker(config, {base + "/availability", "offline"}, base + "/send") {
+  // From the outbox, so that a restart shows what the run before showed.
   if (const std::optional<Message> message = service->lastEnded()) {
     remember(*message);
   }
@@ -85,6 +89,7 @@ void MqttDoor::onEvent(const BrokerEvent& event) {
       break;
     case BrokerEvent::Kind::kDisconnected:
       connected = false;
+      // Once a reason: a broker that is away is tried again for hours.
       if (trouble != event.text && !goodbye) {
         LOG(WARNING) << "mqtt: no broker: " << escaped(event.text);
         trouble = event.text;
@@ -108,6 +113,7 @@ void MqttDoor::onConnected() {
   if (goodbye) {
     return;
   }
+  // Everything that is retained is told anew: the broker may have lost it, or be another one.
   show(base + "/availability", "online");
   if (!config.homeAssistant.empty()) {
     for (const Publication& publication : discoveryOf(config, service->config().modems)) {
@@ -129,6 +135,7 @@ void MqttDoor::onTaken(int publication) {
     broker.disconnect();
     return;
   }
+  // Retained topics are publications too, but no notes.
   const auto found = told.find(publication);
   if (found == told.end()) {
     return;
@@ -162,9 +169,11 @@ void MqttDoor::onCommand(const std::string& payload) {
     return;
   }
   const auto& accepted = std::get<Accepted>(result);
+  // A repeat hears of the message as it is, for its sender missed what was told before.
   if (!accepted.isNew) {
     service->announce(accepted.messages);
   }
+  // The acceptance itself is told by the note that was written with it.
   service->onCommitted([this, id](bool isCommitted) {
     if (!isCommitted) {
       refuse(id, {503, "the outbox takes nothing at the moment", std::nullopt, std::nullopt});
@@ -218,6 +227,7 @@ void MqttDoor::tellMessages() {
         return;
       }
       told[*publication] = note.number;
+      // Only when it is under way: after a failure the next call begins here again.
       lastTold = note.number;
     }
     if (notes.empty()) {
@@ -248,6 +258,7 @@ void MqttDoor::remember(const Message& message) {
 }
 
 void MqttDoor::onModem(const ModemView& modem) {
+  // onModem also tells of what the modem is doing, which no topic shows.
   if (connected && shownStates[modem.name] != modem.state) {
     showModem(modem);
   }
@@ -264,6 +275,7 @@ void MqttDoor::stop() {
     dropTaken();
   }
   if (connected) {
+    // Published by ourselves, since the will is not sent after a disconnect.
     goodbye = broker.publish(base + "/availability", "offline", true);
   }
   hasSaidGoodbye = !goodbye;

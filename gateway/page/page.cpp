@@ -7,6 +7,7 @@
 namespace orvix::gateway {
 namespace {
 
+// RFC 4648, with padding, as hash sources of CSP are written.
 std::string base64(const std::string& bytes) {
   constexpr char kDigits[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   std::string text;
@@ -33,6 +34,7 @@ void fill(std::string* html, const std::string& mark, const std::string& content
 Page makePage() {
   Page page;
   page.html = kPageHtml;
+  // Inline, for one file needs no second request and no second hash in an address.
   fill(&page.html, "%STYLE%", kPageCss);
   fill(&page.html, "%SCRIPT%", kPageJs);
   page.contentSecurityPolicy = "default-src 'none'; connect-src 'self'; img-src data:; style-src " +

@@ -17,6 +17,8 @@ std::int64_t read(clockid_t clock) {
 }  // namespace
 
 ServiceClock::ServiceClock(std::int64_t storedMs, std::int64_t storedOffsetMs)
+    // Wall time without the stored offset is service time; a clock that stands before the last time stored counts for
+    // nothing.
     : startMs(std::max(storedMs, read(CLOCK_REALTIME) - storedOffsetMs)),
       monotonicStartMs(read(CLOCK_MONOTONIC)),
       floorMs(storedMs + storedOffsetMs),

@@ -12,6 +12,7 @@ namespace {
 
 void count(SendSeconds* histogram, double seconds) {
   std::size_t bucket = 0;
+  // The value of a bound itself counts in its bucket (Prometheus' "le"); past all of them comes the last one.
   while (bucket < kSendSecondsBounds.size() && seconds > kSendSecondsBounds[bucket]) {
     ++bucket;
   }
@@ -33,6 +34,7 @@ Modem* Service::State::find(const std::string& name) {
 
 void Service::State::dispatch() {
   for (Modem& modem : modems) {
+    // One message a modem: it is free again only when the end of its attempt is on the disk.
     if (isStopping || !modem.isFree()) {
       continue;
     }
@@ -49,6 +51,7 @@ void Service::State::dispatch() {
 // and never a byte without an attempt.
 void Service::State::begin(Modem* modem, const Message& message) {
   const int number = outbox->beginAttempt(message.id, modem->config.name, clock->nowMs());
+  // As it is now, for whoever is told.
   const Message begun = *outbox->find(message.id);
   modem->running = Running{{message.id, number, message.to, message.text}, false, std::nullopt, false};
   modem->view.sending = message.id;
@@ -58,6 +61,7 @@ void Service::State::begin(Modem* modem, const Message& message) {
     if (isCommitted) {
       modem->worker->attempt(modem->running->order, clock->nowMs());
     } else {
+      // Nothing of it happened, so the message is still queued and may go to any modem.
       modem->running.reset();
       modem->view.sending.reset();
     }
@@ -71,6 +75,7 @@ void Service::State::finish(Modem* modem) {
   modem->running->isWritten = onStore([&] {
     const Message message = outbox->endAttempt(running.order.id, *running.end, clock->nowMs());
     changed(message);
+    // Counted only once it is committed: a counter never goes back.
     news.push_back([this, name = modem->config.name, message, verdict = running.end->verdict] {
       ++metrics.attempts[name][wordOf(verdict)];
       if (message.state == MessageState::kSent) {
@@ -107,6 +112,7 @@ void Service::State::onReport(const std::string& name, const ModemReport& report
   Modem* const modem = find(name);
   modem->view.report = report;
   modem->view.reportMs = clock->nowMs();
+  // It answers again, so what it refused a message for may be over.
   modem->awaitsReport = false;
   modem->awaitsRegistration = modem->awaitsRegistration && !report.isRegistered();
   onStore([&] { outbox->addReport(name, report.dBm, report.isRegistered(), clock->nowMs()); });
@@ -128,6 +134,7 @@ void Service::State::onPrompt(const std::string& name, const std::string& id, in
   if (!modem->running || modem->running->order.id != id || modem->running->order.number != number) {
     return;  // Without an answer the worker ends.
   }
+  // No leave without the mark: the worker ends, and its message was not sent.
   if (!onStore([&] { outbox->markMayBeOut(id); })) {
     return;
   }
@@ -142,12 +149,14 @@ void Service::State::onPrompt(const std::string& name, const std::string& id, in
 void Service::State::onAttemptEnded(const std::string& name, const std::string& id, int number,
                                     const AttemptResult& result) {
   Modem* const modem = find(name);
+  // An end that is told twice, or of an attempt that is not ours any more, changes nothing.
   if (!modem->running || modem->running->order.id != id || modem->running->order.number != number ||
       modem->running->end) {
     return;
   }
   modem->running->end = AttemptEnd{result.verdict,     result.reference, result.code,     result.errorClass,
                                    result.hasAnswered, result.reason,    result.recording};
+  // What the class of the error says of the modem; what it says of the message is the outbox's.
   if (result.verdict == hostkit::Verdict::kRefused) {
     modem->awaitsRegistration = result.errorClass == hostkit::ErrorClass::kNetwork;
     modem->awaitsReport = result.errorClass == hostkit::ErrorClass::kModem;
@@ -167,12 +176,14 @@ void Service::State::onDied(const std::string& name, const std::optional<Attempt
                             const std::string& recording, const std::string& reason) {
   Modem* const modem = find(name);
   LOG(WARNING) << "modem " << name << ": its worker ended: " << escaped(reason);
+  // The mark decides what can be said: before it no byte of the text was written.
   if (modem->running && !modem->running->end) {
     AttemptEnd end;
     end.verdict = modem->running->isMarked ? hostkit::Verdict::kUncertain : hostkit::Verdict::kNotSent;
     end.reason = modem->running->isMarked ? "the worker ended after the text may have been sent: " + reason
                                           : "the worker ended before the text was sent: " + reason;
     end.recording = recording;
+    // By the recording's own words: the traffic itself went with the record of the attempt.
     end.hasAnswered = recording.find(R"("kind":"received")") != std::string::npos;
     modem->running->end = end;
     modem->worker->escapeFirst();

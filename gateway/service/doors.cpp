@@ -13,6 +13,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr int kRetryAfterSeconds = 60;
+// Of a curve: more than a screen has columns.
 constexpr int kMaxPoints = 10000;
 
 Refusal refuse(int status, const std::string& error, std::optional<std::string> field = std::nullopt) {
@@ -26,6 +27,7 @@ Refusal refuse(int status, const std::string& error, std::optional<std::string> 
 bool isAllowed(const std::string& number, const std::vector<std::string>& patterns) {
   return std::any_of(patterns.begin(), patterns.end(), [&number](const std::string& pattern) {
     if (!pattern.empty() && pattern.back() == '*') {
+      // "+49*": only the beginning is compared; "*" alone lets every number pass.
       return number.compare(0, pattern.size() - 1, pattern, 0, pattern.size() - 1) == 0;
     }
     return number == pattern;
@@ -41,10 +43,12 @@ std::string fingerprintOf(const Submission& submission) {
 }
 
 Priority priorityFor(const Submission& submission, const Caller& caller) {
+  // Less urgent is the larger number.
   return submission.priority.value_or(std::max(Priority::kNormal, caller.rights.highest));
 }
 
 std::string freshId() {
+  // 96 random bits: no two requests will ever meet.
   unsigned char bytes[12];
   if (getentropy(bytes, sizeof bytes) != 0) {
     throw std::runtime_error("no random bytes to be had");
@@ -59,6 +63,7 @@ std::optional<Refusal> checkAddress(const Submission& submission, const Config& 
     if (const std::string trouble = hostkit::numberFit(number).problem; !trouble.empty()) {
       return refuse(422, trouble, "to");
     }
+    // It would get the text twice, which nobody means.
     if (!seen.insert(number).second) {
       return refuse(422, "a number comes twice", "to");
     }
@@ -70,6 +75,7 @@ std::optional<Refusal> checkAddress(const Submission& submission, const Config& 
   return std::nullopt;
 }
 
+// Of the modems that may take it: a text is fit when one of them carries it.
 std::vector<hostkit::Charset> charsetsOf(const Submission& submission, const Config& config) {
   std::vector<hostkit::Charset> charsets;
   for (const ModemConfig& modem : config.modems) {
@@ -101,6 +107,7 @@ NewRequest requestOf(const Submission& submission, const std::vector<std::string
   request.owner = caller.owner;
   request.fingerprint = fingerprintOf(submission);
   request.isBatch = submission.isList || texts.size() > 1;
+  // Number by number, each with every part, so that the parts of a text stay together.
   for (const std::string& number : submission.to) {
     for (const std::string& text : texts) {
       const std::string part = "~" + std::to_string(request.messages.size() + 1);
@@ -115,6 +122,7 @@ NewRequest requestOf(const Submission& submission, const std::vector<std::string
 
 std::variant<Accepted, Refusal> Service::submit(const Caller& caller, const Submission& submission) {
   const Config& config = state->config;
+  // 422 before 403: what is wrong in itself is told to everybody.
   if (const auto refusal = checkAddress(submission, config)) {
     return *refusal;
   }
@@ -127,6 +135,7 @@ std::variant<Accepted, Refusal> Service::submit(const Caller& caller, const Subm
   }
   const NewRequest request =
       requestOf(submission, std::get<std::vector<std::string>>(texts), caller, nowMs(), config.sending.expireSeconds);
+  // What stays when the work below fails.
   std::variant<Accepted, Refusal> result = refuse(503, "the outbox takes nothing at the moment");
   state->onStore([&] { result = state->take(request, caller); });
   return result;
@@ -146,6 +155,7 @@ std::variant<Accepted, Refusal> Service::State::take(const NewRequest& request, 
     return refuse(429, "you have sent your number of messages for 24 hours");
   }
   const std::int64_t limit = config.storage.queueLimit;
+  // The last tenth is for alarms, so that a flood of others cannot keep them out.
   const std::int64_t kept = request.messages.front().priority == Priority::kAlarm ? 0 : limit / 10;
   if (limit != 0 && outbox->counts().of(MessageState::kQueued) + count > limit - kept) {
     return refuse(503, "the queue is full");
@@ -161,6 +171,7 @@ std::variant<Message, Refusal> Service::State::visible(const Caller& caller, con
   std::variant<Message, Refusal> result = refuse(503, "the outbox does not answer");
   onStore([&] {
     const std::optional<Message> message = outbox->find(id);
+    // Another owner's message is not there at all: a 403 would tell that the id is taken.
     const bool isShown = message && (caller.rights.all || message->owner == caller.owner);
     result = isShown ? decltype(result)(*message) : refuse(404, "there is no message of this id");
   });
@@ -192,6 +203,7 @@ std::variant<Message, Refusal> Service::show(const Caller& caller, const std::st
 
 std::variant<std::vector<Message>, Refusal> Service::list(const Caller& caller, MessageFilter filter) {
   if (!caller.rights.all) {
+    // In the query, so that a page holds as many as were asked for.
     filter.owner = caller.owner;
   }
   std::variant<std::vector<Message>, Refusal> result = refuse(503, "the outbox does not answer");
@@ -211,6 +223,7 @@ std::variant<Message, Refusal> Service::resolve(const Caller& caller, const std:
 }
 
 std::variant<std::string, Refusal> Service::recording(const Caller& caller, const std::string& id, int number) {
+  // The right to see a recording is that of its message.
   const auto message = state->visible(caller, id);
   if (const auto* const refusal = std::get_if<Refusal>(&message)) {
     return *refusal;
@@ -239,6 +252,7 @@ std::variant<std::vector<HistoryPoint>, Refusal> Service::history(const std::str
   }
   const std::int64_t endMs = toMs.value_or(nowMs());
   const std::int64_t beginMs = fromMs.value_or(endMs - kDayMs);
+  // Here, where both are known: either may have been left out.
   if (beginMs >= endMs) {
     return refuse(422, "must be before the end", "from");
   }
@@ -256,6 +270,7 @@ Health Service::health() const {
     health.reasons.push_back("outbox: " + state->storeTrouble);
   }
   for (const Modem& modem : state->modems) {
+    // A modem that is unplugged has a worker that waits for it; one that cannot be kept alive is a fault.
     if (!modem.worker->isRunning() && !state->isStopping) {
       health.reasons.push_back("modem " + modem.config.name + ": its worker does not run");
     }

@@ -25,6 +25,7 @@ int minuteOf(const std::tm& local) {
 }  // namespace
 
 std::optional<std::string> heartbeatDate(std::int64_t wallMs, int minuteOfDay) {
+  // Modulo a day, so that a heartbeat of 23:50 is still due at 00:10.
   const int late = (minuteOf(localTime(wallMs)) - minuteOfDay + kMinutesOfDay) % kMinutesOfDay;
   if (late > kMinutesOfHour) {
     return std::nullopt;
@@ -40,6 +41,7 @@ std::int64_t heartbeatWaitMs(std::int64_t wallMs, int minuteOfDay) {
   const std::tm local = localTime(wallMs);
   const int minutes = (minuteOfDay - minuteOf(local) + kMinutesOfDay) % kMinutesOfDay;
   const std::int64_t intoMinuteMs = wallMs % kMinuteMs;
+  // Counted from the begin of the minute; when this is the minute itself, the next one is a day away.
   const std::int64_t waitMs = (minutes == 0 ? kMinutesOfDay : minutes) * kMinuteMs - intoMinuteMs;
   return std::min(waitMs, kMinutesOfHour * kMinuteMs);
 }

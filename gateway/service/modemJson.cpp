@@ -10,6 +10,7 @@ json reportJson(const ModemView& modem, std::int64_t offsetMs) {
   if (!modem.report) {
     return nullptr;
   }
+  // "registered" besides the word, for those who do not want to know the words.
   return {{"time", timeOrNull(modem.reportMs, offsetMs)},
           {"dBm", orNull(modem.report->dBm)},
           {"percent", orNull(modem.report->percent)},
@@ -18,6 +19,7 @@ json reportJson(const ModemView& modem, std::int64_t offsetMs) {
 }
 
 json modemJson(const ModemView& modem, std::int64_t offsetMs) {
+  // Every key is always there, null where nothing is known: a page or a script need not ask.
   return {{"name", modem.name},
           {"state", wordOf(modem.state)},
           {"reason", textOrNull(modem.reason)},

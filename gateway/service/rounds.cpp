@@ -33,6 +33,7 @@ void Service::State::voidRound(const std::string& reason) {
   }
   storeTrouble = reason;
   storeRetryMs = clock->nowMs() + kStoreRetryMs;
+  // First on the disk's side: done() and whatever it calls must find the state of the last commit.
   outbox->rollback();
   news.clear();
   for (const auto& done : std::exchange(waiting, {})) {
@@ -43,6 +44,7 @@ void Service::State::voidRound(const std::string& reason) {
 bool Service::State::commitRound() {
   const bool isAwaited = !waiting.empty() || !news.empty();
   outbox->setTime(clock->nowMs(), clock->offsetMs());
+  // After a failure something is written even when nothing waits, or nobody would learn that the disk is well again.
   const bool isTrial = !storeTrouble.empty() && clock->nowMs() >= storeRetryMs;
   bool isWritten = false;
   if (!onStore([&] { isWritten = outbox->commit(isTrial); })) {
@@ -56,6 +58,7 @@ bool Service::State::commitRound() {
   for (const auto& done : std::exchange(waiting, {})) {
     done(true);
   }
+  // Behind the answers: who hears of a message may have handed it in himself.
   for (const auto& tell : std::exchange(news, {})) {
     tell();
   }
@@ -65,6 +68,7 @@ bool Service::State::commitRound() {
 void Service::State::letTimePass() {
   const std::int64_t nowMs = clock->nowMs();
   for (Modem& modem : modems) {
+    // Also those of a round that could not be committed.
     if (modem.running && modem.running->end && !modem.running->isWritten) {
       finish(&modem);
     }
@@ -73,6 +77,7 @@ void Service::State::letTimePass() {
     for (const Message& message : outbox->expire(nowMs)) {
       changed(message);
     }
+    // Once a minute, a bounded number at a time.
     if (nowMs >= nextPurgeMs) {
       outbox->purge(nowMs);
       nextPurgeMs = nowMs + kPurgeMs;
@@ -113,6 +118,7 @@ void Service::settle() {
 
 std::optional<std::int64_t> Service::nextTimeMs() {
   const std::int64_t nowMs = state->clock->nowMs();
+  // While the database refuses, its time is not asked: it would be due all the time.
   std::int64_t next = state->storeTrouble.empty() ? state->nextPurgeMs : state->storeRetryMs;
   if (nowMs >= state->storeRetryMs) {
     state->onStore([&] { next = std::min(next, state->outbox->nextChangeMs(nowMs).value_or(next)); });

@@ -28,10 +28,12 @@ Service::Service(const Config& config, Outbox* outbox, ServiceClock* clock)
     : state(std::make_unique<State>(config, outbox, clock)) {
   clock->update();
   for (const std::string& name : outbox->recover(clock->nowMs())) {
+    // It may be gone from the configuration since.
     if (Modem* const modem = state->find(name)) {
       modem->worker->escapeFirst();
     }
   }
+  // Before any door opens: whoever asks must see what the start made of it.
   outbox->commit();
 }
 
@@ -72,6 +74,7 @@ void Service::beat() {
   if (!date || *date == state->lastHeartbeat) {
     return;
   }
+  // One byte is left for the zero that gethostname may leave out.
   char host[256] = "";
   gethostname(host, sizeof host - 1);
   const Counts now = counts();
@@ -81,8 +84,10 @@ void Service::beat() {
   submission.text = "gsm-gateway " + std::string(host) + " alive, " + std::to_string(now.of(MessageState::kQueued)) +
                     " queued, " + std::to_string(now.of(MessageState::kUncertain)) + " uncertain";
   // The id keeps a restart from sending it twice: with other counts the same id is refused.
+  // As the socket, whose rights know no limit.
   const auto result = submit(Caller{"socket", Rights{{"*"}, 0, Priority::kAlarm, true}}, submission);
   const auto* const refusal = std::get_if<Refusal>(&result);
+  // Asked again in a minute, as long as the hour lasts.
   if (refusal != nullptr && refusal->status == 503) {
     state->nextHeartbeatMs = nowMs() + kHeartbeatRetryMs;
     return;

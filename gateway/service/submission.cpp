@@ -23,6 +23,7 @@ struct Body {
 Body parseBody(const std::string& text) {
   Body body;
   std::set<std::string> keys;
+  // The callback sees every event: returning false leaves that value out, which the problem then tells.
   body.document = json::parse(text, [&](int depth, json::parse_event_t event, json& parsed) {
     using Event = json::parse_event_t;
     if (depth > kDeepest && (event == Event::object_start || event == Event::array_start)) {
@@ -69,6 +70,7 @@ class Reader {
 
   void refuse(const std::string& field, const std::string& error) {
     if (!refusal) {
+      // The first one, so that the answer does not depend on what follows.
       refusal = wrong(field, error);
     }
   }
@@ -90,11 +92,13 @@ class Reader {
   }
 
   void readTo(const json& value) {
+    // A list of one is answered as a list, for a script expects what it asked for.
     submission.isList = value.is_array();
     if (!value.is_array()) {
       readString("to", value, &submission.to.emplace_back());
       return;
     }
+    // Before the numbers are read: a list of a million is not copied.
     if (value.empty() || value.size() > kMaxRecipients) {
       refuse("to", "must name 1 to 100 numbers");
       return;
@@ -115,6 +119,7 @@ class Reader {
   }
 
   void readExpiry(const json& value) {
+    // Compared as JSON numbers, so that none is cut to an int first.
     const bool isFit = value.is_number_integer() && value >= 1 && value <= kMaxExpiresSeconds;
     if (isFit) {
       submission.expiresSeconds = value.get<int>();
@@ -138,6 +143,7 @@ json attemptJson(const Attempt& attempt, std::int64_t offsetMs) {
 }  // namespace
 
 bool isUsableId(const std::string& id) {
+  // What needs no escape in an address, a topic or a file name.
   constexpr char kFit[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
   return !id.empty() && id.size() <= 64 && id.find_first_not_of(kFit) == std::string::npos;
 }
@@ -160,6 +166,7 @@ std::variant<Submission, Refusal> readSubmission(const std::string& text) {
   for (const auto& [key, value] : document.items()) {
     reader.read(key, value);
   }
+  // Behind the others, so that a misspelt key is told rather than the one that it leaves missing.
   for (const char* const required : {"to", "text"}) {
     if (!document.contains(required)) {
       reader.refuse(required, "missing");
@@ -172,6 +179,7 @@ std::variant<Submission, Refusal> readSubmission(const std::string& text) {
 }
 
 nlohmann::json messageJson(const Message& message, std::int64_t offsetMs) {
+  // Explicitly, for an empty list would be null otherwise.
   json attempts = json::array();
   for (const Attempt& attempt : message.attempts) {
     attempts.push_back(attemptJson(attempt, offsetMs));
@@ -182,6 +190,7 @@ nlohmann::json messageJson(const Message& message, std::int64_t offsetMs) {
           {"priority", wordOf(message.priority)},
           {"state", wordOf(message.state)},
           {"onUncertain", wordOf(message.onUncertain)},
+          // The one that had it last, else the one that is wanted.
           {"modem", orNull(message.modem ? message.modem : message.wantedModem)},
           {"reference", orNull(message.reference)},
           {"code", orNull(message.code)},

@@ -7,6 +7,7 @@
 namespace orvix::gateway {
 namespace {
 
+// So that the numbers have one digit and all parts the same head.
 constexpr std::size_t kMostParts = 9;
 constexpr int kPartSeptets = hostkit::kLongestText - 6;  // "(1/3) " comes before each part
 
@@ -16,12 +17,14 @@ bool isAscii(const std::string& text) {
 
 // Cuts what fits into one part off the front of the text, at its last blank where there is one.
 std::string cutPart(std::string* text, hostkit::Charset charset) {
+  // At first as many bytes as septets; characters that take two make it less.
   std::size_t length = std::min<std::size_t>(text->size(), kPartSeptets);
   while (hostkit::textFit(text->substr(0, length), charset).septets > kPartSeptets) {
     --length;
   }
   std::size_t next = length;
   if (length < text->size()) {
+    // The blank itself is left out: the next part begins with a word.
     const std::size_t blank = text->find_last_of(" \n", length);
     if (blank != std::string::npos && blank > 0) {
       length = blank;
@@ -64,6 +67,7 @@ std::string whyUnfit(const std::string& text, const std::vector<hostkit::Charset
     if (fit.isFit()) {
       return "";
     }
+    // The first modem's complaint stands for all.
     problem = problem.empty() ? fit.problem : problem;
   }
   return problem;
@@ -72,6 +76,7 @@ std::string whyUnfit(const std::string& text, const std::vector<hostkit::Charset
 std::variant<std::vector<std::string>, Refusal> textsFor(const std::string& text,
                                                          const std::vector<hostkit::Charset>& charsets,
                                                          const SendingConfig& sending) {
+  // ASCII stays as it is: only what cannot be sent is rewritten.
   const bool isChanged = sending.nonAscii == NonAscii::kTransliterate && !isAscii(text);
   const std::string plain = isChanged ? transliterated(text) : text;
   const std::string problem = whyUnfit(plain, charsets);

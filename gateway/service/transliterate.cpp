@@ -40,6 +40,7 @@ class LikenessTables {
   std::optional<std::string> find(std::string_view letter) const {
     for (const locale_t locale : locales) {
       if (isUsable() && locale != nullptr) {
+        // Of this thread alone, and only for the call: tables belong to locales, not to converters.
         const locale_t before = uselocale(locale);
         const std::string found = convert(letter);
         uselocale(before);
@@ -62,6 +63,7 @@ class LikenessTables {
     char* to = ascii.data();
     std::size_t toLeft = ascii.size();
     if (iconv(converter, &from, &fromLeft, &to, &toLeft) == static_cast<std::size_t>(-1)) {
+      // Back to the beginning: a character that failed leaves a state behind.
       iconv(converter, nullptr, nullptr, nullptr, nullptr);
       return "?";
     }
@@ -76,6 +78,7 @@ class LikenessTables {
 // Bytes of the character that begins there; 1 where none does.
 std::size_t characterLength(std::string_view text) {
   const auto first = static_cast<unsigned char>(text[0]);
+  // By the first byte (RFC 3629); a byte that continues nothing stands for itself.
   const std::size_t length = first < 0xc0 ? 1 : first < 0xe0 ? 2 : first < 0xf0 ? 3 : 4;
   for (std::size_t i = 1; i < length; ++i) {
     if (i >= text.size() || (static_cast<unsigned char>(text[i]) & 0xc0) != 0x80) {
@@ -104,6 +107,7 @@ std::optional<std::string> likenessOf(const LikenessTables& tables, std::string_
 }  // namespace
 
 std::string transliterated(const std::string& utf8, const std::optional<std::string>& unknown) {
+  // Made for each text: texts that need them are rare, and nothing stays open.
   const LikenessTables tables;
   std::string ascii;
   for (std::string_view left = utf8; !left.empty();) {

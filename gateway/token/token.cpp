@@ -31,6 +31,7 @@ std::string sha256Of(std::string_view bytes) {
 }
 
 bool isSameHash(const std::string& a, const std::string& b) {
+  // memeql_sec looks at all bytes, wherever the first difference is.
   return a.size() == b.size() && memeql_sec(a.data(), b.data(), a.size()) != 0;
 }
 

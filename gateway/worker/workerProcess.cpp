@@ -92,6 +92,7 @@ struct WorkerProcess::State {
 
 void WorkerProcess::State::startProcess(std::int64_t nowMs) {
   const Child child = spawn(program, {"gsm-gateway", "worker"});
+  // Out of processes or memory, which may pass: tried again with backoff.
   if (child.pid == -1) {
     delayStart(nowMs);
     listener->onState(config.name, ModemState::kNoData, std::string("no worker can be started: ") + strerror(errno));
@@ -119,6 +120,7 @@ void WorkerProcess::State::send(const ToWorker& message) {
 void WorkerProcess::State::flush() {
   while (socket != -1 && !outgoing.empty()) {
     const ssize_t count = ::send(socket, outgoing.data(), outgoing.size(), MSG_NOSIGNAL);
+    // Full, which poll tells when it is over; or broken, which the next read tells.
     if (count <= 0) {
       return;
     }
@@ -157,6 +159,7 @@ void WorkerProcess::State::handleFrames(std::int64_t nowMs) {
   }
 }
 
+// What belongs to an attempt proves a broken worker when there is none.
 AttemptRecord& WorkerProcess::State::attemptOf(const char* news) {
   if (!running) {
     throw ProtocolError(std::string(news) + " of no attempt");
@@ -199,6 +202,7 @@ void WorkerProcess::State::take(const PromptNews& /*news*/, std::int64_t /*nowMs
 void WorkerProcess::State::take(const EndNews& news, std::int64_t /*nowMs*/) {
   const AttemptResult result = attemptOf("an end").end(news);
   const AttemptOrder order = running->order();
+  // Before the listener is called: it may order the next attempt.
   running.reset();
   // Only an attempt that ended without the text can have left the modem at its prompt.
   mayWaitAtPrompt = result.verdict == hostkit::Verdict::kNotSent;
@@ -234,6 +238,7 @@ void WorkerProcess::State::tellDeath(const std::string& reason) {
   if (!isWanted && !running) {
     return;
   }
+  // The state first, so that nobody gives the modem the message that is handed back by the next call.
   listener->onState(config.name, ModemState::kNoData, reason);
   const std::optional<AttemptRecord> last = std::exchange(running, std::nullopt);
   if (!last) {
@@ -331,6 +336,7 @@ void WorkerProcess::onTime(std::int64_t nowMs) {
   if (state->socket == -1 && state->running) {
     state->tellDeath("the worker process ended");  // an order for one that was gone
   }
+  // From time to time, since SIGCHLD is the program's, not ours.
   if (state->socket == -1 && state->pid != -1 && nowMs >= state->reapMs) {
     state->reap(nowMs);
   }
