@@ -1,3 +1,5 @@
+// Rows of documents: reading, building, comparing, copying and rendering, beside libbson itself.
+
 #include "document/document.h"
 
 #include <cstring>

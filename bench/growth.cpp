@@ -1,3 +1,5 @@
+// How the time of a work grows with the size of its input.
+
 #include "bench/row.h"
 #include "document/document.h"
 #include "tests/world/host.h"

@@ -1,3 +1,5 @@
+// Rows of the serial library, beside the system calls that it must make.
+
 #include "serial/xpl.h"
 
 #include <fcntl.h>

@@ -1,3 +1,5 @@
+// Rows of Status, beside a block on the heap.
+
 #include "common/status.h"
 
 #include <cstring>

@@ -15,23 +15,28 @@ namespace orvix {
 
 class Status {
  public:
-  // The numbers are the boundary's and never change. This plug-in uses kFailed for what a modem, a line or a file did
-  // not do; kInvalidArgument and kInvalidPointer for a host's mistake; kUnexpected for a call in the wrong state;
-  // kInvalidHandle for a line that is not open; kOutOfMemory and kNotImplemented as they read. The others are there for
-  // devices of other kinds.
+  // The numbers are the boundary's and never change. Codes without a word here are not used by this plug-in.
   enum eCode : unsigned {
     kOk = 0,
-    kOkWithMessage = 1,  // counts as success
+    // Success, with a remark in its text.
+    kOkWithMessage = 1,
     kAborted = 2,
     kAccessDenied = 3,
+    // What a modem, a line or a file did not do.
     kFailed = 4,
+    // A host's mistake in what it gives: an unknown name, a value that cannot be.
     kInvalidArgument = 5,
+    // A line that is not open.
     kInvalidHandle = 6,
+    // Null where a document or a report must be.
     kInvalidPointer = 7,
     kNoInterface = 8,
+    // An operation that is optional.
     kNotImplemented = 9,
+    // Of this call: the device itself stays in use.
     kOutOfMemory = 10,
     kPendingOperation = 11,
+    // A call in the wrong state.
     kUnexpected = 12,
     kForbidden = 13,
   };
@@ -49,7 +54,8 @@ class Status {
   Status& operator=(Status&& other) noexcept = default;
   ~Status() = default;
 
-  // One pair for each code.
+  // One pair for each code. The text is the message, then ": " and the detail; a detail that is null or empty is left
+  // out, and the message must be there.
   static Status okWithMessage(const char* message, const char* detail = nullptr) {
     return {kOkWithMessage, message, detail};
   }
@@ -117,6 +123,7 @@ class Status {
     return {kForbidden, message, detail};
   }
 
+  // kOk for success; also a code outside the list, as another side of the boundary may have given it.
   eCode code() const noexcept;
   // True for kOk and kOkWithMessage.
   bool isOk() const noexcept;

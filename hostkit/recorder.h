@@ -1,4 +1,5 @@
-// Writes a line's traffic to a file while it happens, in the format of docs/recording.md. Told by one LineTrace.
+// Writes a line's traffic to a file while it happens, in the format of docs/recording.md. Told by one LineTrace,
+// which calls it from one thread at a time.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,5 @@
-// Descriptors 0 to 2 as a program expects them. Call first thing in main.
+// Descriptors 0 to 2 as a program expects them. Call first thing in main, before
+// there is another thread.
 #pragma once
 
 namespace orvix::program {

@@ -1,4 +1,5 @@
-// The record that a handle stands for, and the table of all of them. Process-wide, without a lock.
+// The record that a handle stands for, and the table of all of them. Process-wide, without a lock:
+// one thread at a time, as serial/xpl.h says.
 #pragma once
 
 #include <termios.h>

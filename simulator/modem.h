@@ -27,9 +27,11 @@
 
 namespace orvix::simulator {
 
+// Limits, in bytes unless another unit is named.
 constexpr std::size_t kMaxLineLength = 1024;  // bytes without CR; a longer line answers ERROR
 constexpr std::size_t kMaxBodyLength = 1024;  // bytes without Ctrl-Z
 constexpr std::size_t kMaxTextSeptets = 160;  // of a body in text mode
+// That messages() remembers; the oldest goes first.
 constexpr std::size_t kMaxMessages = 1000;
 
 // A body that ended with Ctrl-Z and that the modem could read.
@@ -44,10 +46,12 @@ enum class Direction { kToModem, kFromModem };
 
 class Modem : public Dce {
  public:
+  // Called from inside receive.
   using MessageHandler = std::function<void(const Message& message)>;
   using TraceHandler = std::function<void(Direction direction, std::string_view bytes)>;
 
   // Switched on at 0 ms.
+  // Copies the options.
   explicit Modem(const ModemOptions& initialOptions = {});
 
   // One handler each, replaced by the next call. A message is handed over before its result is due. The trace sees

@@ -27,6 +27,7 @@ class PtyLine final : public Line {
   // "/dev/pts/5"; another one after a return, as a rule.
   const std::string& slavePath() const;
 
+  // See Line. name() is slavePath().
   std::string name() const override;
   int descriptor() const override;
   std::string receive() override;

@@ -33,6 +33,7 @@ class Event {
 class StopEvent {
  public:
   void request() const noexcept { event.signal(); }
+  // For run(), and for poll. Borrowed.
   int descriptor() const noexcept { return event.descriptor(); }
 
  private:
@@ -48,11 +49,13 @@ class Plug {
     ++pullCount;
     event.signal();
   }
+  // The line comes back in run(), not here.
   void putIn() noexcept {
     in = true;
     event.signal();
   }
 
+  // For the loop, from its own thread.
   bool isIn() const noexcept { return in; }
   // How often it was pulled: a pull is seen even when it is in again before anybody looked.
   unsigned pulls() const noexcept { return pullCount; }
@@ -66,6 +69,7 @@ class Plug {
 
 // What else a loop does; nothing by default.
 struct RunOptions {
+  // Called after each return from a hang-up: the line may have another name then.
   std::function<void()> onReturn{};  // after each return from a hang-up
   Plug* plug = nullptr;              // borrowed
 };

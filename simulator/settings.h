@@ -1,4 +1,4 @@
-// What a client may change while it talks to a modem. Plain data; one modem's own.
+// What a client may change while it talks to a modem. Plain data; one modem's own, in its thread.
 //
 // Texts are kept as they were given, quotes included, and shown so again.
 #pragma once

@@ -1,4 +1,4 @@
-// The development modem: its dialogue in virtual time, its line and loop for real.
+// The development modem: its dialogue and PDU mode in virtual time, its line and loop for real.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "common/printable.h"
+#include "simulator/messageLog.h"
 #include "simulator/modem.h"
 #include "simulator/ptyLine.h"
 #include "simulator/runLoop.h"
@@ -165,6 +166,50 @@ TEST(Modem, BoundsLinesBodiesAndOutput) {
   EXPECT_EQ(talk(modem, "AT\r"), kOk);
 }
 
+TEST(PduMode, TakesSubmittedMessages) {
+  const struct {
+    const char* name;
+    int octets;
+    const char* pdu;
+    const char* number;  // empty: refused
+    const char* text;
+  } rows[] = {
+      {"7 bit", 23, "049194001011000A9194711032540000FF0BE8329BFD06DDDF723619", "+4917012345", "hello world"},
+      {"extension", 27, "04919400101100048110070000FF13E10D4FBCF16D50E34D6AD3DB5036C0CD0B", "0170", "a[b]{c}~^|\\"},
+      {"UCS-2", 18, "04919400101100048110070008FF08017E006C00750165", "0170", "\u017elu\u0165"},
+      {"surrogates", 12, "0001000181F1000804D83DDE00", "1", "\U0001F600"},
+      {"half a pair", 10, "0001000181F1000802D83D", "1", "\uFFFD"},
+      {"8 bit", 10, "0001000181F1000402E941", "1", "\u00e9A"},
+      {"long validity", 18, "0019000181F10004AAAAAAAAAAAAAA03414243", "1", "ABC"},
+      {"header", 15, "0041000181F100000805000301020190", "1", "H"},
+      {"surplus", 11, "0001000181F1000402E94100", "", ""},
+      {"other length", 22, "049194001011000A9194711032540000FF0BE8329BFD06DDDF723619", "", ""},
+      {"compressed", 10, "0001000181F1002002E941", "", ""},
+      {"no digits", 10, "0001000181F100FF02E94", "", ""},
+      {"cut short", 9, "0001000181F1000402E9", "", ""},
+      {"not to be sent", 10, "0002000181F1000402E941", "", ""},
+  };
+  for (const auto& row : rows) {
+    Modem modem;
+    modem.receive("ATE0\rAT+CMGS=" + std::to_string(row.octets) + "\r", 0);
+    modem.takeOutput(0);
+    modem.receive(row.pdu + std::string(1, '\x1a'), 0);
+    const bool isTaken = *row.number != '\0';
+    EXPECT_EQ(modem.takeOutput(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << row.name;
+    ASSERT_EQ(modem.messages().size(), isTaken ? 1u : 0u) << row.name;
+    if (isTaken) {
+      EXPECT_EQ(modem.messages()[0].destination, row.number) << row.name;
+      EXPECT_EQ(modem.messages()[0].text, row.text) << row.name;
+    }
+  }
+}
+
+TEST(MessageLine, HoldsAnyText) {
+  const std::string line = messageLine({"1", std::string("\"\u00e9\n\0", 5), MessageMode::kText, std::nullopt}, 0);
+  EXPECT_EQ(line.substr(0, line.find(",\"at\"")),
+            R"({"number":"1","text":"\"é\n\u0000","mode":"text","reference":null)");
+}
+
 // A modem on a line in a thread of its own, and a place for the link.
 class LineTest : public testing::Test {
  protected:
@@ -287,6 +332,23 @@ TEST_F(LineTest, LooksAfterItsLink) {
   }
   EXPECT_FALSE(fs::is_symlink(link));
   EXPECT_THROW(PtyLine(folder / "missing" / "modem"), std::system_error);
+}
+
+TEST(PtyLine, ComesBackUnderItsLink) {
+  const std::string link = testing::TempDir() + "orvix-line-" + std::to_string(::getpid());
+  PtyLine line(link);
+  const Descriptor client(::open(link.c_str(), O_RDWR | O_NOCTTY));
+  line.hangUp();
+  EXPECT_NE(::access(link.c_str(), F_OK), 0);
+  char byte = 0;
+  EXPECT_EQ(::read(client.get(), &byte, 1), 0);
+  EXPECT_EQ(line.descriptor(), -1);
+  line.reconnect();
+  const Descriptor next(::open(link.c_str(), O_RDWR | O_NOCTTY));
+  line.send("x");
+  EXPECT_EQ(::read(next.get(), &byte, 1), 1);
+  EXPECT_EQ(byte, 'x');
+  EXPECT_TRUE(line.isDrained());
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+// The frames between supervisor and worker, and what either end makes of broken ones.
+
 #include <gtest/gtest.h>
 
 #include <vector>

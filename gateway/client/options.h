@@ -1,4 +1,4 @@
-// What the command line says, as the commands read it. Plain values.
+// What the command line says, as the commands read it. Plain values; any thread.
 //
 // One struct for all commands: each reads its own members and leaves the others as they are. Words were checked against
 // their lists; what only the service can judge (number, text, id) comes to it as it was typed.
@@ -10,6 +10,7 @@
 namespace orvix::gateway {
 
 struct Options {
+  // Of every command. The file also names the socket that a client speaks to.
   std::string configFile = "/etc/orvix/gateway.json";
   bool json = false;
   bool isVerbose = false;  // run

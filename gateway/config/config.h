@@ -126,11 +126,13 @@ struct Config {
   std::optional<HeartbeatConfig> heartbeat;  // missing: switched off, as mqtt is
 };
 
+// What is wrong, for the person who wrote the file.
 struct ConfigProblem {
   std::string key;  // its path, such as "modems[0].charset"; "" for the file as a whole
   std::string text;
 };
 
+// A configuration without problems has been checked whole; with some its values are of no use.
 struct ConfigResult {
   Config config;  // to be used only without problems
   std::vector<ConfigProblem> problems;

@@ -43,8 +43,10 @@ class HttpDoor {
   void tellAlso(std::function<std::vector<DoorState>()> others) { otherDoors = std::move(others); }
 
  private:
+  // The socket's and TCP's differ only in how a caller is recognised.
   std::unique_ptr<HttpServer> server(int listener, std::function<std::optional<Caller>(const std::string&)> recognise);
   Response answerNow(const Request& request);
+  // Replies when the round is committed, or with 503 when it is not.
   void handle(const Request& request, const HttpServer::Reply& reply);
 
   Service* const service;

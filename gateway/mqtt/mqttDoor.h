@@ -32,6 +32,7 @@ class MqttDoor final : private ServiceListener {
   void tell();
   // When onReady and tell must be called even though nothing is ready, in ms of service time; none: never.
   std::optional<std::int64_t> nextTimeMs() const;
+  // As of the latest onReady.
   bool isConnected() const { return connected; }
 
   // Takes nothing more and publishes "offline"; isStopped() tells when the broker took that, or cannot.
@@ -46,8 +47,10 @@ class MqttDoor final : private ServiceListener {
 
   // What the broker brought.
   void onEvent(const BrokerEvent& event);
+  // Tells all retained topics anew.
   void onConnected();
   void onTaken(int publication);
+  // A submission as JSON; a refusal is published, an acceptance told by its note.
   void onCommand(const std::string& payload);
   void refuse(const std::string& id, const Refusal& refusal);
   // Retained topics: the newest value is what a late subscriber gets.
@@ -58,6 +61,7 @@ class MqttDoor final : private ServiceListener {
   void tellMessages();
   void dropTaken();  // with the next commit
 
+  // As they were given, and the owner that messages of this door belong to.
   Service* const service;
   const MqttConfig config;
   const std::string base;
@@ -65,6 +69,7 @@ class MqttDoor final : private ServiceListener {
   Broker broker;
   bool connected = false;
   std::string trouble;  // why there is no broker; logged once per reason
+  // By the modem's name, so that only a change is published.
   std::map<std::string, ModemState> shownStates;
   bool isQueueChanged = false;
   std::int64_t nextQueueMs = 0;

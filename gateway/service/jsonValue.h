@@ -1,4 +1,4 @@
-// What is not known yet is null at every door. Pure functions; any thread.
+// Values of the service as JSON: what is not known yet is null at every door. Pure functions; any thread.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -14,6 +14,7 @@ nlohmann::json orNull(const std::optional<Value>& value) {
   return value ? nlohmann::json(*value) : nlohmann::json(nullptr);
 }
 
+// For texts of which the empty one says nothing.
 inline nlohmann::json textOrNull(const std::string& text) {
   return text.empty() ? nlohmann::json(nullptr) : nlohmann::json(text);
 }
