@@ -19,8 +19,8 @@ add_compile_options(
   -fstack-protector-strong
   # The bytes of a build do not depend on the folder it was made in.
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=build)
-# Most of the time goes into the headers of others: where a preset wants it, the sources of a room are compiled as one,
-# so that names in anonymous namespaces are the room's. The preset `release` proves that each stands alone.
+# Most of the time goes into the headers of others: all presets but `debug` compile the sources of a room as one, so
+# that names in anonymous namespaces are the room's.
 set(CMAKE_UNITY_BUILD_BATCH_SIZE 0)
 if(CMAKE_UNITY_BUILD)
   add_compile_options($<$<CXX_COMPILER_ID:GNU>:-Wno-subobject-linkage>)  # takes the source for a header
