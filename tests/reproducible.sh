@@ -9,6 +9,6 @@ trap 'rm -rf "$folder"' EXIT
 cd "$(dirname "$0")/.."
 mkdir "$folder/elsewhere"
 tar -c --exclude=./build --exclude=./.git . | tar -x -C "$folder/elsewhere"
-cmake -G Ninja -S "$folder/elsewhere" -B "$folder/build" -DCMAKE_BUILD_TYPE=Release -DBUILD_TESTING=OFF "$@" >/dev/null
+cmake --preset release -S "$folder/elsewhere" -B "$folder/build" -DBUILD_TESTING=OFF "$@" >/dev/null
 cmake --build "$folder/build" --target gsmmodem >/dev/null
 cmp "$module" "$folder/build/bin/$(basename "$module")"
