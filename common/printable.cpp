@@ -53,6 +53,7 @@ Character firstCharacter(std::string_view text) {
     }
     code = code << 6 | (next & 0x3Fu);
   }
+  // Halves of a UTF-16 pair are no characters (RFC 3629, 3).
   const bool isSurrogate = code >= 0xD800 && code <= 0xDFFF;
   return code < kLeast[size] || code > 0x10FFFF || isSurrogate ? Character{0, 0} : Character{code, size};
 }

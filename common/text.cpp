@@ -8,6 +8,7 @@
 namespace orvix {
 
 std::string toUpper(std::string text) {
+  // toupper wants an unsigned char: a negative one would be undefined.
   std::transform(text.begin(), text.end(), text.begin(),
                  [](unsigned char byte) { return static_cast<char>(std::toupper(byte)); });
   return text;

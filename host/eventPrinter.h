@@ -19,6 +19,7 @@ class EventPrinter final : public hostkit::DeviceListener {
  public:
   explicit EventPrinter(EventOutput how) : output(how) {}
 
+  // See DeviceListener. Written on the thread of the call that caused them.
   void onEvent(const std::string& name, const BSONObject& document) override;
   void onChangedReport(const BSONObject& /*document*/) override { changed = true; }
   void onStatus(DeviceStatus status) override;

@@ -24,6 +24,7 @@ enum ExitCode : int {
 };
 
 // Ends the program with one line on standard error, and with --json with a document on standard output.
+// Thrown from any depth of a command; main() is the one that catches it.
 class Failure : public std::runtime_error {
  public:
   // `moreFields` stand in that document beside the message and the exit code.

@@ -29,12 +29,14 @@ class Progress final : public hostkit::TrafficListener {
   void finish();
 
  private:
+  // The painter's own work, until isDone.
   void redraw();
 
   std::mutex lock;
   std::condition_variable wake;
   std::string step = "opening the line";
   bool isDone = false;
+  // None where nothing is shown. `lock` guards what stands above it.
   std::thread painter;
 };
 

@@ -21,6 +21,7 @@ class SimulatedModem {
   SimulatedModem& operator=(const SimulatedModem&) = delete;
 
   // Path of its line.
+  // "/dev/pts/5", to be opened as any serial line.
   std::string path() const { return line.slavePath(); }
 
  private:

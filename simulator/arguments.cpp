@@ -20,6 +20,7 @@ constexpr const char* kModemOptions[] = {"--scenario", "--signal",       "--regi
 // None unless the text is a decimal number from 0 to the largest.
 std::optional<int> numberIn(const std::string& text, int largest) {
   int number = 0;
+  // from_chars, for it takes no blanks and asks no locale.
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, number);
   if (error != std::errc() || stop != end || number < 0 || number > largest) {
@@ -133,6 +134,7 @@ void describeModem(CLI::App& app, Arguments* arguments) {
   app.add_option("--messages", arguments->messagesFile,
                  "Append every message that is sent to FILE, one line of JSON each")
       ->type_name("FILE");
+  // Grouped at the end, since the order above is that of their effect.
   for (const char* name : kModemOptions) {
     app.get_option(name)->group(kModemGroup);
   }

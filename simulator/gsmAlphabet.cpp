@@ -48,6 +48,7 @@ char16_t plain(char septet) {
   return kDefault[septet & 0x7F];
 }
 
+// A code that the table leaves open is shown as the default alphabet shows it (3GPP TS 23.038, 6.2.1.1).
 char16_t extended(char septet) {
   for (const auto& row : kExtension) {
     if (row.septet == septet) {
@@ -72,6 +73,7 @@ std::string septetsOfAscii(char character) {
   return "?";
 }
 
+// What is missing at the end reads as zero.
 unsigned octetAt(std::string_view octets, std::size_t index) {
   return index < octets.size() ? static_cast<unsigned char>(octets[index]) : 0;
 }

@@ -42,6 +42,7 @@ Json parse(const std::string& text) {
   }
 }
 
+// The library keeps the keys in their order, in which complaints then come.
 std::vector<JsonValue> membersOf(const Json& object, const std::string& prefix) {
   std::vector<JsonValue> members;
   for (const auto& [key, value] : object.items()) {
@@ -108,6 +109,7 @@ void JsonValue::refuse(const std::string& complaint) const {
 }
 
 JsonDocument::JsonDocument(const std::string& text) : document(std::make_shared<const Json>(parse(text))) {
+  // A list or a number is JSON as well, but says nothing here.
   if (!document->is_object()) {
     throw JsonError("must be one JSON object");
   }

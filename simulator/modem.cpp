@@ -167,6 +167,7 @@ void Modem::abandonBody(std::int64_t nowMs) {
   reply("\r\nOK\r\n", nowMs);
 }
 
+// The oldest goes, for a modem may run for weeks.
 void Modem::keep(Message message) {
   if (received.size() == kMaxMessages) {
     received.pop_front();
@@ -200,6 +201,7 @@ std::string Modem::sendResult(Message* message, const Fault& fault) {
     case SmsOutcome::kRefused:
       return messageError(options.smsErrorCode).reply;
     case SmsOutcome::kSilent:
+    // No body comes to a modem that gives no prompt.
     case SmsOutcome::kNoPrompt:
       break;
   }

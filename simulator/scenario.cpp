@@ -60,6 +60,7 @@ SimState simOf(const JsonValue& value) {
   return stateOf(value, simStateOf, "ready, missing or locked");
 }
 
+// A word, or the number of a +CMS ERROR that refuses every message.
 void readSms(const JsonValue& value, ModemOptions* options) {
   if (value.isText()) {
     options->smsOutcome = stateOf(value, smsOutcomeOf, "ok, silent, no-prompt or an error code");
@@ -136,6 +137,7 @@ void readUnsolicited(const JsonValue& value, Fault* fault) {
   readFields(value.members(), kFields, fault);
 }
 
+// The keys of a fault, of a step and of a scenario, in the order of docs/simulator.md.
 constexpr JsonField<Fault> kFaultFields[] = {
     {"command", [](const JsonValue& v, Fault* f) { setTrigger(v, Fault::Trigger::kCommand, f); }},
     {"body", [](const JsonValue& v, Fault* f) { setTrigger(v, Fault::Trigger::kBody, f); }},
@@ -170,6 +172,7 @@ bool mayMeetSubmission(const Fault& fault) {
          fixed.compare(0, common, submission, 0, common) == 0;
 }
 
+// All effects but those that a command and a body have alone.
 bool changesReply(const Fault& fault) {
   return fault.isSilent || fault.lostLine != Fault::LostLine::kNone || !fault.error.empty() || fault.delayMs != 0 ||
          fault.hangUpMs || fault.nulsBefore != 0 || fault.nulsInside != 0 || !fault.garbage.empty() ||

@@ -77,6 +77,7 @@ bool isHostAndPort(const std::string& text) {
          !port.empty() && port.size() <= 5 && consistsOf(port, "0123456789") && std::stoi(port) <= 65535;
 }
 
+// A host with a port or without.
 bool isBroker(const std::string& text) {
   for (const std::string scheme : {"mqtt://", "mqtts://"}) {
     if (text.compare(0, scheme.size(), scheme) == 0) {
@@ -89,6 +90,7 @@ bool isBroker(const std::string& text) {
 }
 
 std::string hostName() {
+  // POSIX allows 255 bytes; one is left for the zero that may be missing.
   char name[256] = "";
   gethostname(name, sizeof name - 1);
   return name;
@@ -132,6 +134,7 @@ MqttConfig readMqtt(StrictObject object) {
   mqtt.caFile = readFile(&object, "caFile");
   mqtt.certFile = readFile(&object, "certFile");
   mqtt.keyFile = readFile(&object, "keyFile");
+  // MQTT 3.1.1 has no password without a user.
   if (!mqtt.passwordFile.empty() && mqtt.user.empty()) {
     object.complain("user", "is missing, but there is a passwordFile");
   }

@@ -174,6 +174,7 @@ std::vector<std::string> StrictObject::texts(const std::string& key, const std::
       values.push_back(value.get<std::string>());
     }
   }
+  // Counted, so that one wrong entry refuses the list.
   if (!found->is_array() || values.size() != found->size()) {
     complain(key, "must be a list of texts");
     return fallback;

@@ -17,6 +17,7 @@ class EventStream final : public ServiceListener {
  public:
   explicit EventStream(const Service* source) : service(source) {}  // borrowed
 
+  // Each becomes an event of its name; a message's goes to its owner and to those who see all.
   void onMessage(const Message& message) override;
   void onModem(const ModemView& modem) override;
   void onReport(const ModemView& modem) override;
@@ -62,6 +63,7 @@ class EventReader {
   bool isTooSlow() const { return position < stream->first; }
 
  private:
+  // Events without an owner are everybody's.
   bool maySee(const EventStream::Event& event) const;
 
   EventStream* const stream;

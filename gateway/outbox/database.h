@@ -50,11 +50,13 @@ class Rows {
   sqlite3_stmt* statement;
 };
 
+// One connection to one file, and the statements that were prepared on it. No Rows may outlive it.
 class Database {
  public:
   // Opens the file for reading and writing, and makes it when it is not there. Takes no lock yet: the first statement
   // that reads or writes does. Throws StoreError.
   explicit Database(const std::string& file);
+  // Rolls back what was not committed.
   ~Database();
   Database(const Database&) = delete;
   Database& operator=(const Database&) = delete;
@@ -121,6 +123,7 @@ class Database {
   }
 
   sqlite3* database = nullptr;
+  // By the address of their text; finalised with the connection.
   std::map<const char*, sqlite3_stmt*> statements;
 };
 

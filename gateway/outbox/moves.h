@@ -38,6 +38,7 @@ struct Move {
   MessageState toInDoubt;
 };
 
+// Every move that a message can make. Read it from its left: in this state, for this reason, to that state.
 inline constexpr Move kMoves[] = {
     {MessageState::kQueued, Cause::kBegun, MessageState::kAttempting, MessageState::kAttempting},
     {MessageState::kQueued, Cause::kTimeIsOver, MessageState::kExpired, MessageState::kUncertain},

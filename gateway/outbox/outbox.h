@@ -26,6 +26,7 @@
 
 namespace orvix::gateway {
 
+// A message as it is handed in, found fit by the service: nothing is checked here again.
 struct NewMessage {
   std::string id;
   std::string owner;
@@ -46,6 +47,7 @@ struct NewRequest {
   std::vector<NewMessage> messages;
 };
 
+// A request that is there already, to be compared with one of the same id.
 struct KnownRequest {
   std::string owner;
   std::string fingerprint;
@@ -78,6 +80,7 @@ struct Counts {
   std::int64_t of(MessageState state) const { return perState[static_cast<std::size_t>(state)]; }
 };
 
+// What list() shows: oldest first, at most `limit` of those behind `afterSequence`.
 struct MessageFilter {
   std::optional<std::string> owner;
   std::optional<MessageState> state;
@@ -85,6 +88,7 @@ struct MessageFilter {
   int limit = 100;
 };
 
+// A stretch of a modem's history. The signal is none when no measurement of the stretch knew it.
 struct HistoryPoint {
   std::int64_t timeMs = 0;
   std::optional<int> minDbm;

@@ -26,6 +26,7 @@ class Queue {
  public:
   Queue(Database* outbox, const Budget& budget) : database(outbox), perRecipient(budget) {}
 
+  // Once, behind the opening; rebuild fills them from the messages.
   void makeTables();
   void rebuild(std::int64_t nowMs);
 
@@ -44,8 +45,10 @@ class Queue {
   void explain(Record* record, std::int64_t nowMs);
 
  private:
+  // A row of the table; `apart` is 0 or the message's own sequence.
   void insert(const Record& record, std::int64_t apart, std::int64_t nowMs);
   void wakeUp(std::int64_t nowMs);
+  // When the budget of a number or of a modem has room for one more: 0 for now, kForEver while it cannot be told.
   std::int64_t recipientFreeMs(const std::string& recipient, bool isAlarm, std::int64_t nowMs);
   std::int64_t modemFreeMs(const FreeModem& modem, bool isAlarm, std::int64_t nowMs);
   void explainModems(Record* record, std::int64_t nowMs);

@@ -31,6 +31,7 @@ class Reports {
                                     std::int64_t nowMs);
 
  private:
+  // Of one report, until it is written.
   struct Measurement {
     std::string modem;
     std::int64_t timeMs;
@@ -38,6 +39,7 @@ class Reports {
     bool isRegistered;
   };
 
+  // A bounded number of rows of each modem and level.
   void purge(std::int64_t nowMs);
 
   Database* const database;

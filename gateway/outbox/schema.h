@@ -25,6 +25,7 @@ class StoreFolder {
 
  private:
   const std::string path;
+  // The lock is the descriptor's: it goes with the process, however that ends.
   int descriptor = -1;
 };
 

@@ -46,8 +46,10 @@ struct Outbox::Store {
   // The end of the attempt that runs, from whatever side it is told.
   Message finishAttempt(Record record, const AttemptEnd& end);
   void renew(Record* record);  // for a person's resend
+  // With its attempts and notes; a batch goes with the last of its messages.
   void remove(const Record& record);
 
+  // In the order in which they are made: the folder's lock first, the derived tables last.
   const StorageConfig storage;
   const SendingConfig sending;
   const StoreFolder folder;

@@ -8,6 +8,7 @@
 
 namespace orvix::gateway {
 
+// Of any statement, file or folder.
 class StoreError : public std::runtime_error {
  public:
   StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}

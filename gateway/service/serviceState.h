@@ -97,9 +97,11 @@ struct Service::State final : WorkerListener {
   std::vector<std::function<void(bool)>> waiting;  // for the commit
   std::vector<std::function<void()>> news;         // to be told after it
 
+  // Borrowed, in the order in which they came.
   std::vector<ServiceListener*> listeners;
-  std::string storeTrouble;       // "" while the database takes what it is given
-  std::int64_t storeRetryMs = 0;  // no work of our own before
+  // What the database said last; "" while it takes what it is given. No work of our own before the retry.
+  std::string storeTrouble;
+  std::int64_t storeRetryMs = 0;
   std::int64_t nextPurgeMs = 0;
 };
 

@@ -29,6 +29,7 @@ class LineAppearance {
   bool look();
 
  private:
+  // libudev counts references of its own.
   struct FreeUdev {
     void operator()(udev* context) const { udev_unref(context); }
     void operator()(udev_monitor* listener) const { udev_monitor_unref(listener); }

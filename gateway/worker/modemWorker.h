@@ -66,6 +66,7 @@ class ModemWorker {
   SupervisorLink* link;
   StartOrder settings;
   AttemptTap tap;
+  // Made before the device and gone after it, whose traffic it hands on.
   hostkit::LineTrace trace;
   hostkit::ModemDevice device;
   LineAppearance appearance;
