@@ -1,0 +1,186 @@
+#include "tests/campaigns/kit.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+
+#include "gateway/client/httpClient.h"
+
+namespace campaign {
+
+using nlohmann::json;
+
+bool until(const std::function<bool()>& condition) {
+  using namespace std::chrono;
+  for (const auto end = steady_clock::now() + minutes(2); !condition();) {
+    if (steady_clock::now() > end) {
+      return false;
+    }
+    std::this_thread::sleep_for(milliseconds(5));
+  }
+  return true;
+}
+
+SimulatedModem::SimulatedModem(const std::string& path, const orvix::simulator::ModemOptions& options)
+    : link(path), modem(options), line(path) {
+  modem.onMessage([this](const orvix::simulator::Message& message) {
+    const std::lock_guard<std::mutex> lock(mutex);
+    texts[message.text] += message.reference ? 1 : 0;
+  });
+  runner = std::thread([this] { orvix::simulator::run(modem, line, stop, {{}, &plug}); });
+}
+
+SimulatedModem::~SimulatedModem() {
+  stop.request();
+  runner.join();
+}
+
+std::map<std::string, int> SimulatedModem::sent() {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return texts;
+}
+
+Gateway::Gateway(const std::vector<SimulatedModem*>& itsModems, json settings, int speed) : modems(itsModems) {
+  for (const SimulatedModem* const modem : modems) {
+    const std::string name = "m" + std::to_string(settings["modems"].size());
+    const std::string file = folder.write(name + ".json", world::configurationText(modem->link + ":115200,n,8,1"));
+    settings["modems"].push_back({{"name", name}, {"config", file}});
+  }
+  settings["plugin"] = ORVIX_MODULE;
+  settings["storage"]["folder"] = folder.file("store");
+  settings["http"].update({{"socket", socket}, {"listen", ""}});
+  folder.write("gateway.json", settings.dump());
+  const int page = open(folder.write("control", std::string(sizeof(Control), '\0')).c_str(), O_RDWR | O_CLOEXEC);
+  control = new (mmap(nullptr, sizeof(Control), PROT_READ | PROT_WRITE, MAP_SHARED, page, 0)) Control;
+  close(page);
+  timespec now{};
+  clock_gettime(CLOCK_REALTIME, &now);
+  control->wallStartNs = nsOf(now);
+  control->speed = speed;
+}
+
+Gateway::~Gateway() {
+  kill();
+  munmap(control, sizeof(Control));
+}
+
+void Gateway::start() {
+  setenv("LD_PRELOAD", ORVIX_FAST_TIME, 1);
+  setenv("ORVIX_CONTROL", folder.file("control").c_str(), 1);
+  pid = fork();
+  if (pid == 0) {
+    setpgid(0, 0);
+    control->supervisor = getpid();
+    dup2(open(folder.file("log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
+    execl(ORVIX_GATEWAY, "gsm-gateway", "--config", folder.file("gateway.json").c_str(), "run", nullptr);
+    _exit(1);
+  }
+  until([this] { return !text("/v1/modems").empty() || !isRunning(); });
+}
+
+bool Gateway::isRunning() {
+  int status = 0;
+  if (pid != -1 && waitpid(pid, &status, WNOHANG) == pid) {
+    ends += WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? 0 : 1;
+    pid = -1;
+  }
+  return pid != -1;
+}
+
+void Gateway::kill(bool isWithWorkers) {
+  if (pid != -1) {
+    ::kill(isWithWorkers ? -pid : pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
+    pid = -1;
+  }
+}
+
+std::vector<pid_t> Gateway::workers() const {
+  const std::string task = "/proc/" + std::to_string(pid) + "/task/" + std::to_string(pid);
+  std::ifstream children(task + "/children");
+  return {std::istream_iterator<pid_t>(children), {}};
+}
+
+int Gateway::post(const json& message) try {
+  return orvix::gateway::request(socket, "POST", "/v1/messages", message.dump()).status;
+} catch (const std::runtime_error&) {
+  return 0;
+}
+
+std::string Gateway::text(const std::string& target) try {
+  const orvix::gateway::HttpReply reply = orvix::gateway::request(socket, "GET", target);
+  return reply.status == 200 ? reply.body : "";
+} catch (const std::runtime_error&) {
+  return "";
+}
+
+bool Gateway::hasWork() {
+  for (const char* const state : {"queued", "attempting"}) {
+    const std::string page = text(std::string("/v1/messages?limit=1&state=") + state);
+    if (page.empty() || !json::parse(page)["messages"].empty()) {
+      return true;
+    }
+  }
+  return false;
+}
+
+void Gateway::account(const std::vector<std::string>& ids, Figures* figures) {
+  auto& [counts, faults] = *figures;
+  for (const char* const fault : {"lost", "sent twice", "untrue", "provable doubts", "crashes"}) {
+    faults[fault] += 0;
+  }
+  std::map<std::string, int> sent;
+  for (SimulatedModem* const modem : modems) {
+    for (const auto& [text, count] : modem->sent()) {
+      sent[text] += count;
+    }
+  }
+  for (const std::string& id : ids) {
+    const std::string page = text("/v1/messages/" + id);
+    const json message = page.empty() ? json{{"state", "lost"}} : json::parse(page);
+    const std::string state = message["state"];
+    ++counts[state];
+    faults["lost"] += state == "lost" || state == "queued" || state == "attempting" ? 1 : 0;
+    faults["sent twice"] += sent[id] > 1 ? 1 : 0;
+    faults["untrue"] += state != "uncertain" && (state == "sent") != (sent[id] > 0) ? 1 : 0;
+    if (state == "uncertain") {
+      const std::string attempts = std::to_string(message["attempts"].size());
+      const std::string recording = text("/v1/messages/" + id + "/attempts/" + attempts + "/recording");
+      faults["provable doubts"] += recording.find("+CMGS: ") != std::string::npos ? 1 : 0;
+    }
+  }
+  countCrashes(figures);
+}
+
+void Gateway::countCrashes(Figures* figures) const {
+  figures->faults["crashes"] += ends;
+  std::ifstream log(folder.file("log"));
+  for (std::string line; std::getline(log, line);) {
+    const bool isSignal = line.find(" ended with signal ") != std::string::npos;
+    figures->faults["crashes"] += isSignal && line.find("Killed") == std::string::npos ? 1 : 0;
+  }
+}
+
+}  // namespace campaign
+
+int main(int argc, char** argv) {
+  const unsigned seed = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1;
+  const campaign::Figures figures = campaign::run(std::atoi(argv[1]), seed);
+  std::string line;
+  int faults = 0;
+  for (const auto* const group : {&figures.counts, &figures.faults}) {
+    for (const auto& [name, count] : *group) {
+      line += (line.empty() ? "" : ", ") + std::to_string(count) + " " + name;
+      faults += group == &figures.faults ? count : 0;
+    }
+  }
+  std::printf("%s (seed %u)\n", line.c_str(), seed);
+  return faults == 0 ? 0 : 1;
+}

@@ -1,0 +1,101 @@
+// What the campaigns share: figures, a gateway of real processes in fast time, simulated modems that know what they
+// sent. One thread a world; the modems run in threads of their own.
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <map>
+#include <mutex>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "simulator/modem.h"
+#include "simulator/ptyLine.h"
+#include "simulator/runLoop.h"
+#include "tests/campaigns/control.h"
+#include "tests/world/host.h"
+
+namespace campaign {
+
+// What is told at the end, in the order of the names; a fault is told even if there is none.
+struct Figures {
+  std::map<std::string, int> counts;
+  std::map<std::string, int> faults;
+};
+
+// A campaign as the kit's main() calls it: PROGRAM COUNT [SEED].
+Figures run(int count, unsigned seed);
+
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine(seed) {}
+  int below(int limit) { return static_cast<int>(engine() % static_cast<unsigned>(limit)); }
+
+ private:
+  std::mt19937 engine;
+};
+
+// Whether the condition came true within two minutes of real time.
+bool until(const std::function<bool()>& condition);
+
+// Switched on as long as it lives, at the end of a link. Its delays are in real time.
+class SimulatedModem {
+ public:
+  explicit SimulatedModem(const std::string& link, const orvix::simulator::ModemOptions& options = {});
+  ~SimulatedModem();
+  SimulatedModem(const SimulatedModem&) = delete;
+  SimulatedModem& operator=(const SimulatedModem&) = delete;
+
+  std::map<std::string, int> sent();  // how often each text
+
+  const std::string link;
+  orvix::simulator::Plug plug;
+
+ private:
+  orvix::simulator::Modem modem;
+  orvix::simulator::PtyLine line;
+  orvix::simulator::StopEvent stop;
+  std::mutex mutex;
+  std::map<std::string, int> texts;
+  std::thread runner;
+};
+
+// The service as processes, in a process group of their own.
+class Gateway {
+ public:
+  // `settings`: a configuration without modems, plugin and storage, and http but for its tokens.
+  Gateway(const std::vector<SimulatedModem*>& itsModems, nlohmann::json settings, int speed);
+  ~Gateway();  // kills
+  Gateway(const Gateway&) = delete;
+  Gateway& operator=(const Gateway&) = delete;
+
+  void start();      // and waits until it answers or ends
+  bool isRunning();  // looks whether it has ended
+  void kill(bool isWithWorkers = true);
+  std::vector<pid_t> workers() const;
+
+  // The status of the answer, 0 when there was none.
+  int post(const nlohmann::json& message);
+  std::string text(const std::string& target);  // "" unless 200
+  bool hasWork();
+  // Holds what the modems sent against what is told of the messages with these ids, each of which has its id as its
+  // text.
+  void account(const std::vector<std::string>& ids, Figures* figures);
+
+  Control* control = nullptr;
+
+ private:
+  void countCrashes(Figures* figures) const;
+
+  const std::vector<SimulatedModem*> modems;
+  const world::TemporaryFolder folder;
+  const std::string socket = folder.file("gateway.sock");
+  pid_t pid = -1;
+  int ends = 0;  // but for SIGKILL
+};
+
+}  // namespace campaign
