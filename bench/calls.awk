@@ -3,6 +3,7 @@ match($0, /"bench begin [^"]*/) { name = substr($0, RSTART + 13, RLENGTH - 13); 
 /"bench end"/ { if (!(name in found)) order[++count] = name; found[name] = calls; on = 0; next }
 /"bench pause"/ { on = 0; next }
 /"bench resume"/ { on = 1; next }
+/^clock_gettime/ { next }  # what the measuring asks
 on && match($0, /^[a-z0-9_]+/) {
   call = substr($0, 1, RLENGTH)
   # An ioctl says with its second argument what it does.

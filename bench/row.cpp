@@ -2,30 +2,35 @@
 
 #include <unistd.h>
 
-#include <chrono>
+#include <algorithm>
 #include <cstdio>
+#include <ctime>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-std::int64_t allocations = 0;
+int allocations = 0;
 bool isEverythingMet = true;
 
 // Of what is on.
 std::string currentName;
-Clock::time_point runningSince;
-Clock::duration ran{};
-std::int64_t allocationsBefore = 0;
-std::int64_t allocated = 0;
+double goneAt = 0;
+double ran = 0;
+int allocationsBefore = 0;
+int allocated = 0;
+
+double nowNs() {
+  timespec now;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) * 1e9 + static_cast<double>(now.tv_nsec);
+}
 
 void go() {
   allocationsBefore = allocations;
-  runningSince = Clock::now();
+  goneAt = nowNs();
 }
 
 void halt() {
-  ran += Clock::now() - runningSince;
+  ran += nowNs() - goneAt;
   allocated += allocations - allocationsBefore;
 }
 
@@ -54,14 +59,14 @@ bench::Pause::~Pause() {
 }
 
 void bench::begin() {
-  ran = {};
+  ran = 0;
   allocated = 0;
   go();
 }
 
 double bench::end() {
   halt();
-  return std::chrono::duration<double, std::nano>(ran).count();
+  return ran;
 }
 
 void bench::beginCounted(const std::string& name) {
@@ -70,14 +75,22 @@ void bench::beginCounted(const std::string& name) {
   begin();
 }
 
-void bench::endCounted(benchmark::State* state, const Marks& marks) {
+int bench::endCounted() {
   end();
   say("end");
-  state->counters["allocs"] = static_cast<double>(allocated);
+  return allocated;
+}
+
+void bench::tell(benchmark::State* state, std::vector<double> ratios, int productAllocations, int limitAllocations,
+                 const Marks& marks) {
+  std::sort(ratios.begin(), ratios.end());
+  state->counters["ratio"] = ratios[ratios.size() / 2];
   state->counters["mark"] = marks.ratio;
+  state->counters["allocs"] = productAllocations;
+  state->counters["limitAllocs"] = limitAllocations;
   state->counters["allocsMark"] = marks.allocations;
   state->counters["callsMark"] = marks.calls;
-  require(marks.allocations < 0 || allocated <= marks.allocations, "more allocations than allowed");
+  require(marks.allocations < 0 || productAllocations <= marks.allocations, "more allocations than allowed");
 }
 
 int main(int argc, char** argv) {

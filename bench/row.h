@@ -1,14 +1,15 @@
 // Rows: a work as the product does it, and its limit, the same work on libbson or the system straight away. One thread.
 //
-// Both are measured in one run, as benchmarks WORK/product and WORK/limit: their ratio means something where the times
-// do not. One run of each is counted: what it allocates, libraries included, and by an strace(1) around the program its
-// system calls; it finds them between access("bench begin NAME") and access("bench end").
+// Both are timed in turns, a short stretch of the one and a short stretch of the other, so that what else the machine
+// does meets both. A row's ratio is the median of its pairs' ratios. One run of each side is counted: what it
+// allocates, libraries included, and by an strace(1) around the program its system calls; it finds them between
+// access("bench begin WORK/product") or access("bench begin WORK/limit") and access("bench end").
 #pragma once
 
 #include <benchmark/benchmark.h>
 
-#include <algorithm>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace bench {
@@ -32,48 +33,58 @@ class Pause {
   Pause& operator=(const Pause&) = delete;
 };
 
-// A stretch of runs, from begin to end, which gives nanoseconds without pauses.
+// A stretch of runs, from begin to end, which gives the thread's nanoseconds on the processor without pauses.
 void begin();
 double end();
-// The run that is counted.
+// The run that is counted; gives its allocations.
 void beginCounted(const std::string& name);
-void endCounted(benchmark::State* state, const Marks& marks);
+int endCounted();
+// The ratio and the counts into what the benchmark tells, beside their marks.
+void tell(benchmark::State* state, std::vector<double> ratios, int allocations, int limitAllocations,
+          const Marks& marks);
 
-// The runs are timed in short stretches by the clock on the wall, and the time is that of the median stretch, which
-// nothing else on the machine has interrupted.
 template <typename Work>
-void measure(benchmark::State& state, const std::string& name, const Marks& marks, const Work& work) {
-  constexpr double kStretchNs = 10000;
+double timeOf(const Work& work, int runs) {
+  begin();
+  for (int i = 0; i < runs; ++i) {
+    work();
+  }
+  return end();
+}
+
+// How many runs make a stretch: short enough to be seldom interrupted, long enough for the clock.
+template <typename Work>
+int runsOfStretch(const Work& work) {
+  constexpr double kStretchNs = 30000;
+  int runs = 1;
+  while (timeOf(work, runs) < kStretchNs) {
+    runs *= 2;
+  }
+  return runs;
+}
+
+template <typename Work>
+int countedAllocations(const std::string& name, const Work& work) {
   work();
   beginCounted(name);
   work();
-  endCounted(&state, marks);
-  const auto timed = [&work](int runs) {
-    begin();
-    for (int i = 0; i < runs; ++i) {
-      work();
-    }
-    return end();
-  };
-  int runs = 1;
-  while (timed(runs) < kStretchNs) {
-    runs *= 2;
-  }
-  std::vector<double> times;
-  for ([[maybe_unused]] auto step : state) {
-    times.push_back(timed(runs) / runs);
-  }
-  std::sort(times.begin(), times.end());
-  state.counters["median"] = times[times.size() / 2];
+  return endCounted();
 }
 
 template <typename Product, typename Limit>
 void addRow(const std::string& name, const Marks& marks, const Product& product, const Limit& limit) {
-  const auto add = [](const std::string& side, const Marks& sideMarks, const auto& work) {
-    benchmark::RegisterBenchmark(side.c_str(), [=](benchmark::State& state) { measure(state, side, sideMarks, work); });
-  };
-  add(name + "/product", marks, product);
-  add(name + "/limit", Marks{}, limit);
+  benchmark::RegisterBenchmark(name.c_str(), [=](benchmark::State& state) {
+    const int allocations = countedAllocations(name + "/product", product);
+    const int limitAllocations = countedAllocations(name + "/limit", limit);
+    const int productRuns = runsOfStretch(product);
+    const int limitRuns = runsOfStretch(limit);
+    std::vector<double> ratios;
+    for ([[maybe_unused]] auto step : state) {
+      const double productNs = timeOf(product, productRuns) / productRuns;
+      ratios.push_back(productNs / (timeOf(limit, limitRuns) / limitRuns));
+    }
+    tell(&state, std::move(ratios), allocations, limitAllocations, marks);
+  });
 }
 
 // The rooms of productBench. How cost grows with size are benchmarks growth/WORK/SIZE, without a limit.

@@ -75,7 +75,7 @@ void receiveAndSend(world::PtyPair* line) {
 void addBursts(world::PtyPair* portLine, world::PtyPair* rawLine, int fd) {
   const int handle = openPort(portLine->connectionString());
   addRow(
-      "write 32 bytes, read 32", {1.06, 0, 2},
+      "write 32 bytes, read 32", {1.08, 0, 2},
       [=] {
         char bytes[32];
         require(XPLWrite(handle, kAnswer.data(), sizeof bytes) == sizeof bytes, "not written");
@@ -116,7 +116,7 @@ void bench::addSerialRows() {
   const int fd = openRaw(modem.lines[1], &saved);
   addBursts(&modem.lines[0], &modem.lines[1], fd);
   addRow(
-      "open, configure, close a port", {1.5},
+      "open, configure, close a port", {1.4},
       [connection = modem.lines[2].connectionString()] {
         const int handle = openPort(connection);
         require(handle != 0, "not opened");

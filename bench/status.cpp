@@ -61,6 +61,6 @@ void bench::addStatusRows() {
       });
   // One block for the status, one for the string that shows it.
   addRow(
-      "make and show a failure", {1.2, 2},
+      "make and show a failure", {1.1, 2},
       [] { require(Status::failed(message, detail).toString().size() == 36, "another text"); }, failRaw);
 }

@@ -4,10 +4,10 @@ def heading: line, (map("---") | line);
 def rounded: . * 100 | round / 100;
 def marked($mark): if $mark < 0 then . else "\(.), at most \($mark)" end;
 
-# Each benchmark by its name, with the time of its median turn.
-def measured:
-  [.[].benchmarks[] | select(.run_type == "iteration")] | group_by(.run_name)
-  | INDEX(.[] | .[0] + {time: (map(.median // .cpu_time) | sort | .[length / 2 | floor])}; .run_name);
+def median: sort | .[length / 2 | floor];
+
+# The repetitions of each benchmark, by its name.
+def measured: [.[].benchmarks[] | select(.run_type == "iteration")] | group_by(.run_name) | INDEX(.[0].run_name);
 
 # "2 read, write" for ["read", "read", "write"].
 def listed:
@@ -29,14 +29,13 @@ def verdict($ratio; $calls):
 
 def rows:
   (["work", "x limit", "verdict", "allocations", "system calls"] | heading),
-  (measured as $sides | INDEX($calls[]; .name) as $traced
-   | $calls[].name | select(endswith("/product")) | . as $name | sub("/product"; "/limit") as $limitName
-   | $sides[$name] as $product | $sides[$limitName] as $limit
-   | ($product.time / $limit.time | rounded) as $ratio
-   | [($name | sub("/product"; "")), ($ratio | marked($product.mark)),
-      ($product | verdict($ratio; $traced[$name].calls)),
-      ("\($product.allocs) beside \($limit.allocs)" | marked($product.allocsMark)),
-      ($traced[$name].calls | beside($traced[$limitName].calls))] | line),
+  (measured as $rows | INDEX($calls[]; .name) as $traced
+   | $calls[].name | select(endswith("/product")) | sub("/product"; "") as $name
+   | $rows[$name][0] as $row | ($rows[$name] | map(.ratio) | median | rounded) as $ratio
+   | $traced[$name + "/product"].calls as $productCalls
+   | [$name, ($ratio | marked($row.mark)), ($row | verdict($ratio; $productCalls)),
+      ("\($row.allocs) beside \($row.limitAllocs)" | marked($row.allocsMark)),
+      ($productCalls | beside($traced[$name + "/limit"].calls))] | line),
   (.[].benchmarks[] | select(.kbEach)
    | [(.name | sub("/.*"; "")), (.kbEach | rounded | "\(.) kB, at most 64"),
       if .kbEach <= 64 then "ok" else "missed" end, "-", "-"] | line);
@@ -45,7 +44,7 @@ def growth:
   (["work", "size", "time of each step", "size x", "time x", "at most linear"] | heading),
   (measured | to_entries
    | map((.key | split("/")) as [$growth, $work, $size]
-         | {work: $work, size: ($size | tonumber), time: .value.time})
+         | {work: $work, size: ($size | tonumber), time: (.value | map(.cpu_time) | median)})
    | group_by(.work)[] | sort_by(.size) | (.[-1].size / .[0].size) as $size | (.[-1].time / .[0].time) as $time
    | . as $points | [range(1; length) | $points[.].time / $points[. - 1].time | rounded | "x\(.)"] as $steps
    | [.[0].work, (map(.size) | join(", ")), ($steps | join(", ")), $size, ($time | rounded),
