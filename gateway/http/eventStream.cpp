@@ -12,7 +12,11 @@ constexpr std::size_t kMostEvents = 4096;
 
 }  // namespace
 
+// Nobody reads for the most part: then not even the text is made.
 void EventStream::onMessage(const Message& message) {
+  if (readerCount == 0) {
+    return;
+  }
   add(message.owner, "message", messageJson(message, service->offsetMs()));
 }
 

@@ -21,9 +21,10 @@ json messagesJson(const std::vector<Message>& messages, std::int64_t offsetMs) {
 }
 
 Response acceptedResponse(const Accepted& accepted, std::int64_t offsetMs) {
-  const json messages = messagesJson(accepted.messages, offsetMs);
+  json body = accepted.isBatch ? json({{"messages", messagesJson(accepted.messages, offsetMs)}})
+                               : messageJson(accepted.messages.front(), offsetMs);
   // 202, since it is accepted and not sent; a repeat is no new acceptance.
-  return jsonResponse(accepted.isNew ? 202 : 200, accepted.isBatch ? json({{"messages", messages}}) : messages.at(0));
+  return jsonResponse(accepted.isNew ? 202 : 200, body);
 }
 
 Response messageResponse(const Call& call, const std::variant<Message, Refusal>& result) {

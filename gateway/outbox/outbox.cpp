@@ -58,7 +58,7 @@ void Outbox::Store::count(MessageState state, int difference) {
   database->run("INSERT INTO tally VALUES(?1, ?2) ON CONFLICT DO UPDATE SET count = count + ?2", state, difference);
 }
 
-std::int64_t Outbox::Store::insert(const NewMessage& message, const NewRequest& request) {
+Record Outbox::Store::insert(const NewMessage& message, const NewRequest& request) {
   const auto batch = request.isBatch ? std::optional(request.id) : std::nullopt;
   database->change(
       "INSERT INTO message(id, batch, owner, fingerprint, recipient, text, priority, on_uncertain, wanted, charsets,"
@@ -67,12 +67,11 @@ std::int64_t Outbox::Store::insert(const NewMessage& message, const NewRequest& 
       message.id, batch, message.owner, request.isBatch ? "" : request.fingerprint, message.to, message.text,
       message.priority, message.onUncertain, message.wantedModem.value_or(""), charsetsOf(message.text), nowMs,
       message.expiresMs);
-  const std::int64_t sequence = database->lastSequence();
-  const Record record = recordAt(sequence);
+  const Record record = recordAt(database->lastSequence());
   count(MessageState::kQueued, 1);
   queue.enter(record, nowMs);
   addNote(record);
-  return sequence;
+  return record;
 }
 
 void Outbox::Store::move(Record* record, Cause cause) {
@@ -149,7 +148,7 @@ std::vector<Message> Outbox::accept(const NewRequest& request, std::int64_t nowM
   }
   std::vector<Message> messages;
   for (const NewMessage& message : request.messages) {
-    messages.push_back(store->shown(store->recordAt(store->insert(message, request))));
+    messages.push_back(store->shown(store->insert(message, request)));
   }
   return messages;
 }

@@ -123,8 +123,16 @@ void Queue::onAttempt(const std::string& recipient, std::int64_t nowMs) {
   }
 }
 
+std::int64_t Queue::nextWakeMs() {
+  Rows rows = database->rows("SELECT min(wake) FROM turn WHERE wake > 0");
+  return rows.next() ? rows.optional(0).value_or(kForEver) : kForEver;
+}
+
+// A look costs a tenth of a change that finds nothing to change.
 void Queue::wakeUp(std::int64_t nowMs) {
-  database->run("UPDATE turn SET wake = 0, due = 0 WHERE wake > 0 AND wake <= ?", nowMs);
+  if (nextWakeMs() <= nowMs) {
+    database->run("UPDATE turn SET wake = 0, due = 0 WHERE wake > 0 AND wake <= ?", nowMs);
+  }
 }
 
 std::optional<std::int64_t> Queue::pick(const FreeModem& modem, std::int64_t nowMs) {
@@ -152,11 +160,7 @@ std::optional<std::int64_t> Queue::pick(const FreeModem& modem, std::int64_t now
 
 std::optional<std::int64_t> Queue::nextChangeMs(std::int64_t nowMs) {
   wakeUp(nowMs);
-  std::int64_t next = kForEver;
-  {
-    Rows rows = database->rows("SELECT min(wake) FROM turn WHERE wake > 0");
-    next = rows.next() ? rows.optional(0).value_or(next) : next;
-  }
+  std::int64_t next = nextWakeMs();
   // A modem's budget makes nobody's row wait: it is asked when the modem is free, and here.
   for (const auto& [name, modem] : modems) {
     for (const bool alarm : {true, false}) {

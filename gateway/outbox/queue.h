@@ -47,6 +47,7 @@ class Queue {
  private:
   // A row of the table; `apart` is 0 or the message's own sequence.
   void insert(const Record& record, std::int64_t apart, std::int64_t nowMs);
+  std::int64_t nextWakeMs();  // kForEver when nothing waits for a time
   void wakeUp(std::int64_t nowMs);
   // When the budget of a number or of a modem has room for one more: 0 for now, kForEver while it cannot be told.
   std::int64_t recipientFreeMs(const std::string& recipient, bool isAlarm, std::int64_t nowMs);

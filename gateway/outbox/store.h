@@ -33,8 +33,8 @@ struct Outbox::Store {
   // The message as the world sees it now: with its attempts, and with what it waits for.
   Message shown(Record record);
 
-  // Into the table, the counts and the queue; its key.
-  std::int64_t insert(const NewMessage& message, const NewRequest& request);
+  // Into the table, the counts and the queue.
+  Record insert(const NewMessage& message, const NewRequest& request);
   // The only writer of a message's state. What the cause tells of the message is in the record already. Keeps the
   // counts, the queue and the notes in step; std::logic_error for a move that is not in the table.
   void move(Record* record, Cause cause);
