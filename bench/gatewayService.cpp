@@ -12,7 +12,6 @@
 #include <csignal>
 #include <fstream>
 #include <iterator>
-#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -67,18 +66,26 @@ std::string answerOn(int descriptor) {
 }
 
 // Nothing but the modem's pace holds messages back.
-std::vector<std::string> configure(const fs::path& folder, const std::string& line) {
+std::vector<std::string> configure(const fs::path& folder, const bench::Setting& setting) {
   const fs::path modem = folder / "modem.json";
   const fs::path gateway = folder / "gateway.json";
+  const std::string mqtt = setting.brokerPort == 0 ? ""
+                                                   : R"(, "mqtt": {"id": "bench", "broker": "mqtt://127.0.0.1:)" +
+                                                         std::to_string(setting.brokerPort) + "\"}";
   fs::create_directory(folder);
   std::ofstream(modem) << R"({"id": "GSMModem", "name": "GSMMODEMConfiguration", "config": {"mode": "com", "comstr": ")"
-                       << line << R"(:115200,n,8,1", "ip": {"address": "127.0.0.1", "port": 1}}})";
+                       << setting.line << R"(:115200,n,8,1", "ip": {"address": "127.0.0.1", "port": 1}}})";
   std::ofstream(gateway) << R"({"plugin": ")" << ORVIX_MODULE << R"(", "modems": [{"name": "main", "perDay": 0,)"
-                         << R"("config": )" << modem << R"(}], "storage": {"folder": )" << folder / "store"
+                         << R"("reportSeconds": )" << setting.reportSeconds << R"(, "config": )" << modem
+                         << R"(}], "storage": {"folder": )" << folder / "store"
                          << R"(}, "sending": {"perRecipient": {"count": 0, "seconds": 3600}},)"
                          << R"("http": {"listen": "", "socket": )" << folder / "sock"
-                         << "}}";
-  return {ORVIX_GATEWAY, "--config", gateway, "run"};
+                         << "}" << mqtt << "}";
+  std::vector<std::string> command = {ORVIX_GATEWAY, "--config", gateway, "run"};
+  if (setting.isDiskSlow) {
+    command.insert(command.begin(), {"env", std::string("LD_PRELOAD=") + ORVIX_SLOW_SYNC});
+  }
+  return command;
 }
 
 pid_t start(const std::vector<std::string>& command, const fs::path& output) {
@@ -110,11 +117,11 @@ void bench::require(bool condition, const std::string& what) {
   }
 }
 
-void bench::waitUntil(const std::function<bool()>& condition, const std::string& what) {
+void bench::waitUntil(const std::function<bool()>& condition, const std::string& what, int everyMs) {
   constexpr double kBoundMs = 120000;
   for (const double end = nowMs() + kBoundMs; !condition();) {
     require(nowMs() < end, "waited in vain: " + what);
-    poll(nullptr, 0, 20);
+    poll(nullptr, 0, everyMs);
   }
 }
 
@@ -131,16 +138,19 @@ double bench::procField(pid_t process, const std::string& file, const std::strin
 }
 
 double bench::cpuMs(pid_t process) {
-  const std::string stat = contentOf(procOf(process) / "stat");
-  std::istringstream fields(stat.substr(stat.rfind(')') + 1));
-  std::string skipped;
-  for (int i = 0; i < 11; ++i) {
-    fields >> skipped;
+  double ns = 0;
+  for (const auto& thread : fs::directory_iterator(procOf(process) / "task")) {
+    ns += std::stod(contentOf(thread.path() / "schedstat"));
   }
-  double user = 0;
-  double system = 0;
-  fields >> user >> system;
-  return (user + system) * 1000 / static_cast<double>(sysconf(_SC_CLK_TCK));
+  return ns / 1e6;
+}
+
+double bench::wakeUps(pid_t process) {
+  double count = 0;
+  for (const auto& thread : fs::directory_iterator(procOf(process) / "task")) {
+    count += procField(process, "task" / thread.path().filename() / "status", "voluntary_ctxt_switches");
+  }
+  return count;
 }
 
 bench::Process::Process(const std::vector<std::string>& command, const fs::path& output) : id(start(command, output)) {
@@ -174,8 +184,8 @@ void bench::Client::awaitAcceptance() const {
   require(bytes.rfind("HTTP/1.1 202 ", 0) == 0, "not accepted: " + bytes);
 }
 
-bench::Service::Service(const fs::path& serviceFolder, const std::string& line)
-    : folder(serviceFolder), process(configure(folder, line), folder / "output") {
+bench::Service::Service(const fs::path& serviceFolder, const Setting& setting)
+    : folder(serviceFolder), process(configure(folder, setting), folder / "output") {
   waitUntil([this] { return Client(socketPath()).isOpen && worker() != 0; }, "the service");
 }
 

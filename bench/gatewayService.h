@@ -16,14 +16,16 @@ constexpr char kText[] = "pump 3: pressure below 2.5 bar";
 
 double nowMs();  // monotonic
 void require(bool condition, const std::string& what);
-void waitUntil(const std::function<bool()>& condition, const std::string& what);
+// Looks again after that many ms.
+void waitUntil(const std::function<bool()>& condition, const std::string& what, int everyMs = 20);
 // An id that no message has yet.
 std::string nextId();
 
 // A number behind a key in /proc/PID/FILE.
 double procField(pid_t process, const std::string& file, const std::string& key);
-// What a process has used of the processor so far.
+// What a process has used of the processor so far, and how often it waited for something, all threads together.
 double cpuMs(pid_t process);
+double wakeUps(pid_t process);
 
 // Ends with this object, by SIGTERM. Its output and its errors go behind what is in the file.
 class Process {
@@ -55,10 +57,17 @@ class Client {
 };
 
 // The service with one modem, on a line that need not exist.
+struct Setting {
+  std::string line;
+  int reportSeconds = 60;
+  int brokerPort = 0;       // 0: no broker
+  bool isDiskSlow = false;  // see slowSync.cpp
+};
+
 class Service {
  public:
-  // Keeps its files in a new folder of that name.
-  Service(const std::filesystem::path& serviceFolder, const std::string& line);
+  // Keeps its files in a folder of that name.
+  Service(const std::filesystem::path& serviceFolder, const Setting& setting);
 
   std::string socketPath() const { return folder / "sock"; }
   pid_t supervisor() const { return process.id; }
