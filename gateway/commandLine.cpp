@@ -18,9 +18,6 @@ constexpr char kFooter[] =
     "running (run: already running), 5 failed, expired or cancelled, 6 uncertain, 7 not yet, 8 refused by the\n"
     "service. A text that begins with a dash comes behind --. More in gsm-gateway(1).";
 
-const std::vector<std::string> kStates = {"queued",    "attempting", "sent",     "failed",
-                                          "uncertain", "expired",    "cancelled"};
-
 class Commands {
  public:
   Commands(CLI::App* program, Invocation* result) : app(program), invocation(result), options(result->options) {}
@@ -38,7 +35,7 @@ class Commands {
     CLI::App* const list = add("list", "Show the outbox, oldest first", client::listMessages);
     list->add_option("--state", options.state, "Only messages in this state")
         ->type_name("STATE")
-        ->check(oneOf(kStates));
+        ->check(oneOf({"queued", "attempting", "sent", "failed", "uncertain", "expired", "cancelled"}));
     addJson(list);
     CLI::App* const show = add("show", "Show one message with its attempts", client::showMessage);
     addId(show);

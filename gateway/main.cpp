@@ -80,6 +80,7 @@ int execute(const Invocation& invocation) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(bugprone-exception-escape): without memory for its options the program may end as it likes
 int main(int argc, char** argv) {
   orvix::program::openStandardStreams();
   // A client or a reader of a pipe that goes away must not end the service.

@@ -123,7 +123,7 @@ bool isName(const std::string& text) {
 }
 
 std::string readName(StrictObject* object, const std::string& key) {
-  const std::string name = object->needed(key);
+  std::string name = object->needed(key);
   // An empty one was told already.
   if (!name.empty() && !isName(name)) {
     object->complain(key, kNameRule);

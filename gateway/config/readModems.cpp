@@ -25,7 +25,7 @@ std::string readLine(StrictObject* object, const std::string& file) {
     object->complain("config", status.toString());
     return "";
   }
-  const std::string line = hostkit::connectionString(document);
+  std::string line = hostkit::connectionString(document);
   // The device would open it without a word and fail at each start: told here.
   if (const std::size_t colon = line.find(':'); colon == 0 || colon == std::string::npos) {
     object->complain("config", file + " names no line: " + hostkit::kNoSettingsText);
