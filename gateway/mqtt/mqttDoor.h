@@ -18,9 +18,9 @@ namespace orvix::gateway {
 
 class MqttDoor final : private ServiceListener {
  public:
-  // `service` is borrowed and must outlive the door, whose listener it keeps. Connects from now on. Throws
+  // `served` is borrowed and must outlive the door, whose listener it keeps. Connects from now on. Throws
   // std::runtime_error for a configuration that cannot work.
-  MqttDoor(Service* service, const MqttConfig& config);
+  MqttDoor(Service* served, const MqttConfig& configuration);
   MqttDoor(const MqttDoor&) = delete;
   MqttDoor& operator=(const MqttDoor&) = delete;
 
