@@ -1,25 +1,14 @@
 // The worker process as its supervisor sees it: real processes, the real module, simulated modems, real time. The
 // cases wait most of the time, so they run side by side, each with a modem and a thread of its own.
-#include <gtest/gtest.h>
-#include <poll.h>
 #include <sys/socket.h>
 
-#include <atomic>
-#include <chrono>
 #include <cstdlib>
-#include <filesystem>
-#include <functional>
-#include <thread>
 #include <utility>
 
 #include "common/printable.h"
 #include "gateway/worker/protocol.h"
 #include "gateway/worker/workerMain.h"
-#include "gateway/worker/workerProcess.h"
-#include "simulator/modem.h"
-#include "simulator/ptyLine.h"
-#include "simulator/runLoop.h"
-#include "tests/world/host.h"
+#include "tests/world/workerBench.h"
 
 namespace {
 
@@ -29,121 +18,8 @@ using gateway::ModemState;
 using hostkit::Verdict;
 using simulator::Fault;
 using simulator::ModemOptions;
-
-constexpr std::int64_t kPatienceMs = 120000;
-
-std::int64_t realMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
-// One simulated modem with its worker; the test is the service.
-class Bench final : public gateway::WorkerListener {
- public:
-  enum Begin { kAtOnce, kAtItsPrompt, kAtItsPromptKnown };
-
-  explicit Bench(const ModemOptions& options, int lateSeconds = 60, Begin begin = kAtOnce)
-      : modem(options), line(folder.file("line")), worker(config(), ORVIX_MODULE, lateSeconds, this, executable()) {
-    modem.onMessage([this](const simulator::Message&) { ++messages; });
-    modem.onTrace([this](simulator::Direction, std::string_view bytes) {
-      begunMs = bytes == "AT+CMGF=1" ? realMs() : begunMs.load();
-    });
-    if (begin != kAtOnce) {
-      modem.receive("AT+CMGF=1\rAT+CMGS=\"+49170\"\rhalf a te", 0);
-    }
-    if (begin == kAtItsPromptKnown) {
-      worker.escapeFirst();
-    }
-    runner = std::thread([this] { simulator::run(modem, line, stop); });
-    worker.start(realMs());
-  }
-  ~Bench() {
-    stop.request();
-    runner.join();
-  }
-
-  // Serves the worker until the condition holds; false when it never does.
-  bool until(const std::function<bool()>& condition) {
-    for (const std::int64_t endMs = realMs() + kPatienceMs; !condition() && realMs() < endMs;) {
-      pollfd event{worker.descriptor(), POLLIN, 0};
-      poll(&event, 1, 10);
-      worker.onReady(realMs());
-      worker.onTime(realMs());
-    }
-    return condition();
-  }
-  bool untilReady() {
-    return until([this] { return state == ModemState::kReady; });
-  }
-  bool untilSays(const std::string& text) {
-    return until([&] { return said.find(text) != std::string::npos; });
-  }
-  void order() {
-    result.reset();
-    worker.attempt({"m", 1, "+491701234567", "PUMP OK"}, realMs());
-  }
-  // Sends and waits for the end.
-  AttemptResult send() {
-    order();
-    EXPECT_TRUE(until([this] { return result.has_value(); })) << said;
-    return result.value_or(AttemptResult{});
-  }
-
-  world::TemporaryFolder folder;
-  simulator::Modem modem;
-  simulator::PtyLine line;
-  simulator::StopEvent stop;
-  std::thread runner;
-  std::atomic<int> messages{0};
-  std::atomic<std::int64_t> begunMs{0};  // when the last dialogue reached the modem
-  std::function<void()> atPrompt = [this] { worker.goAhead(); };
-  gateway::WorkerProcess worker;
-
-  std::string said;  // all that was told, in short
-  ModemState state = ModemState::kNoData;
-  std::optional<AttemptResult> result;
-
- private:
-  gateway::ModemConfig config() {
-    gateway::ModemConfig config;
-    config.name = "main";
-    config.line = folder.file("line") + ":115200,n,8,1";
-    config.configFile = folder.write("modem.json", world::configurationText(config.line));
-    return config;
-  }
-
-  // An emulator does not follow a program into another: a script brings it along.
-  std::string executable() const {
-    if (std::string(ORVIX_EMULATOR).empty()) {
-      return "/proc/self/exe";
-    }
-    const std::string test = std::filesystem::read_symlink("/proc/self/exe");
-    std::string script = folder.write("worker", "#!/bin/sh\nexec " ORVIX_EMULATOR " '" + test + "' worker\n");
-    std::filesystem::permissions(script, std::filesystem::perms::owner_all);
-    return script;
-  }
-
-  void onState(const std::string&, ModemState now, const std::string& reason) override {
-    state = now;
-    said += std::string("[") + wordOf(now) + ": " + reason + "]";
-  }
-  void onReport(const std::string&, const gateway::ModemReport& report) override {
-    said += "[report " + std::to_string(report.dBm.value_or(0)) + " " + report.registration + "]";
-  }
-  void onDoing(const std::string&, const std::string& doing) override { said += "[" + doing + "]"; }
-  void onPrompt(const std::string&, const std::string&, int) override { atPrompt(); }
-  void onAttemptEnded(const std::string&, const std::string& id, int number, const AttemptResult& ended) override {
-    EXPECT_EQ("m1", id + std::to_string(number));
-    result = ended;
-    said += "[ended: " + ended.reason + "]";
-  }
-  void onHealed(const std::string&) override { said += "[healed]"; }
-  void onReconnected(const std::string&) override { said += "[reconnected]"; }
-  void onDied(const std::string&, const std::optional<gateway::AttemptOrder>& running, const std::string&,
-              const std::string&) override {
-    said += running ? "[died sending]" : "[died]";
-  }
-};
+using world::realMs;
+using Bench = world::WorkerBench;
 
 Fault fault(Fault::Trigger trigger, const std::string& pattern, int count = 1) {
   Fault made;
@@ -234,12 +110,18 @@ void tellsOfASimThatIsMissing() {
   EXPECT_TRUE(bench.untilSays("[report")) << bench.said;
 }
 
-// Killed with the number given and the text not yet written.
-void healsAfterAKillAtThePrompt() {
-  Bench bench({});
+// Killed with the number given and the text not yet written, at the prompt or before it comes.
+void healsAfterAKill(bool isAtPrompt) {
+  Fault late = fault(Fault::Trigger::kCommand, "AT+CMGS=*");
+  late.delayMs = isAtPrompt ? 0 : 5000;
+  Bench bench(with(late));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   bench.atPrompt = [&] { bench.worker.kill(); };
   bench.order();
+  if (!isAtPrompt) {
+    ASSERT_TRUE(bench.until([&] { return bench.isNumberGiven.load(); })) << bench.said;
+    bench.worker.kill();
+  }
   ASSERT_TRUE(bench.untilSays("[died sending]")) << bench.said;
   bench.atPrompt = [&] { bench.worker.goAhead(); };
   ASSERT_TRUE(bench.untilSays("[healed]")) << bench.said;
@@ -295,15 +177,31 @@ void followsTheLink() {
 }
 
 // By the clock that the supervisor gives, here ahead of the real one.
-void isKilledWhenStuck() {
+void isKilledWhenStuck(const char* doing, int patienceMs, const char* reason) {
   Bench bench({});
-  ASSERT_TRUE(bench.untilSays("[opening the line]")) << bench.said;
-  bench.worker.onTime(realMs() + 44000);
+  ASSERT_TRUE(bench.untilSays(doing)) << bench.said;
+  bench.worker.onTime(realMs() + patienceMs - 1000);
   EXPECT_EQ(std::string::npos, bench.said.find("[died]")) << bench.said;
   EXPECT_TRUE(bench.until([&] {
-    bench.worker.onTime(realMs() + 46000);
+    bench.worker.onTime(realMs() + patienceMs + 1000);
     return bench.said.find("[died]") != std::string::npos;
   })) << bench.said;
+  EXPECT_NE(std::string::npos, bench.said.find(reason)) << bench.said;
+}
+
+// In the middle of a call, which would go on without it: at the number nothing is out, behind the text it may be.
+void losesItsLine(Fault::Trigger trigger, const char* pattern) {
+  Fault unplug = fault(trigger, pattern);
+  unplug.hangUpMs = 3000;
+  Bench bench(with(unplug));
+  ASSERT_TRUE(bench.untilReady()) << bench.said;
+  bench.order();
+  ASSERT_TRUE(bench.untilSays("[notAvailable: the line hung up][died sending]")) << bench.said;
+  const std::int64_t lostMs = realMs();
+  ASSERT_TRUE(bench.untilSays("[reconnected]")) << bench.said;
+  testing::Test::RecordProperty(std::string("lostToReadyMs") + pattern[0], static_cast<int>(realMs() - lostMs));
+  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
+  EXPECT_EQ(trigger == Fault::Trigger::kBody ? 2 : 1, bench.messages);
 }
 
 // A worker that says this as soon as it has an order, and ends.
@@ -322,20 +220,25 @@ int say(const std::string& bytes) {
 }  // namespace
 
 TEST(WorkerProcessTest, KeepsItsPromise) {
-  const std::pair<const char*, void (*)()> cases[] = {{"sends", sends},
-                                                      {"isRefused", isRefused},
-                                                      {"hearsTheLateResult", hearsTheLateResult},
-                                                      {"doubtsASilentModem", doubtsASilentModem},
-                                                      {"stopsWhileItListens", stopsWhileItListens},
-                                                      {"followsAReplug", followsAReplug},
-                                                      {"tellsOfASimThatIsMissing", tellsOfASimThatIsMissing},
-                                                      {"healsAfterAKillAtThePrompt", healsAfterAKillAtThePrompt},
-                                                      {"writesNothingWithoutLeave", writesNothingWithoutLeave},
-                                                      {"healsAfterALatePrompt", healsAfterALatePrompt},
-                                                      {"healsWhatItFindsAtThePrompt", healsWhatItFindsAtThePrompt},
-                                                      {"escapesFirstWhenTold", escapesFirstWhenTold},
-                                                      {"followsTheLink", followsTheLink},
-                                                      {"isKilledWhenStuck", isKilledWhenStuck}};
+  const std::pair<const char*, void (*)()> cases[] = {
+      {"sends", sends},
+      {"isRefused", isRefused},
+      {"hearsTheLateResult", hearsTheLateResult},
+      {"doubtsASilentModem", doubtsASilentModem},
+      {"stopsWhileItListens", stopsWhileItListens},
+      {"followsAReplug", followsAReplug},
+      {"tellsOfASimThatIsMissing", tellsOfASimThatIsMissing},
+      {"healsAfterAKillAtThePrompt", [] { healsAfterAKill(true); }},
+      {"healsAfterAKillBeforeIt", [] { healsAfterAKill(false); }},
+      {"writesNothingWithoutLeave", writesNothingWithoutLeave},
+      {"healsAfterALatePrompt", healsAfterALatePrompt},
+      {"healsWhatItFindsAtThePrompt", healsWhatItFindsAtThePrompt},
+      {"escapesFirstWhenTold", escapesFirstWhenTold},
+      {"followsTheLink", followsTheLink},
+      {"isKilledInALongCall", [] { isKilledWhenStuck("[opening the line]", 45000, "a call"); }},
+      {"isKilledWhenSilent", [] { isKilledWhenStuck("[waiting]", 90000, "silent"); }},
+      {"losesItsLineBeforeTheText", [] { losesItsLine(Fault::Trigger::kCommand, "AT+CMGS=*"); }},
+      {"losesItsLineBehindTheText", [] { losesItsLine(Fault::Trigger::kBody, "PUMP*"); }}};
   std::vector<std::thread> threads;
   for (const auto& [name, work] : cases) {
     threads.emplace_back([name = name, work = work] {
@@ -355,6 +258,7 @@ TEST(WorkerProcessTest, StandsWhatALyingWorkerSays) {
     return encoded(FromWorker(TrafficNews{1, kind, bytes}));
   };
   const std::string prompt = encoded(FromWorker(PromptNews{}));
+  const std::string lost = encoded(FromWorker(LineLostNews{}));
   const std::string dialogue = piece(kXplTraceSent, "AT+CMGS=\"+491701234567\"\r") +
                                piece(kXplTraceReceived, "\r\n> ") + prompt + piece(kXplTraceSent, "PUMP OK\x1a\r\n\r");
   const AttemptResult sent{Verdict::kSent, 1, {}, {}, true, "", ""};
@@ -375,6 +279,13 @@ TEST(WorkerProcessTest, StandsWhatALyingWorkerSays) {
       {"a proven result, and death", dialogue + piece(kXplTraceReceived, "\r\n+CMGS: 7\r\n"),
        "[ended: the modem answered +CMGS: 7][died]"},
       {"no result, and death", dialogue, "[died sending]"},
+      {"a lost line before the leave", lost, "[notAvailable: the line hung up][died sending]"},
+      {"a lost line behind the leave", prompt + lost, "[notAvailable: the worker process ended][died sending]"},
+      {"and the call's end", prompt + lost + encoded(FromWorker(EndNews{failed})),
+       "[ended: ][notAvailable: the line hung up][died]"},
+      {"a lost line behind the text", dialogue + lost, "[notAvailable: the line hung up][died sending]"},
+      {"a proven result, and a lost line", dialogue + piece(kXplTraceReceived, "\r\n+CMGS: 7\r\n") + lost,
+       "[notAvailable: the line hung up][ended: the modem answered +CMGS: 7][died]"},
   };
   for (const Row& row : rows) {
     setenv("ORVIX_WORKER_SAYS", hexText(row.bytes).c_str(), 1);

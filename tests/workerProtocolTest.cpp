@@ -13,7 +13,7 @@ using namespace orvix;
 using namespace orvix::gateway;
 
 const std::vector<ToWorker> kOrders = {
-    StartOrder{"main", "/p.so", "/m.json", 1, 2, true, {{5, hostkit::ErrorClass::kMessage}, {500, {}}}, true, 3},
+    StartOrder{"main", "/p.so", "/m.json", 1, 2, true, {{5, hostkit::ErrorClass::kMessage}, {500, {}}}, true, true, 3},
     AttemptOrder{"id", 2, "+49123", "a\nb"}, GoAhead{}, StopOrder{10}};
 const std::vector<FromWorker> kNews = {
     StateNews{ModemState::kNotAvailable, "gr\xc3\xbc\xc3\x9f"},
@@ -24,7 +24,8 @@ const std::vector<FromWorker> kNews = {
     PromptNews{},
     EndNews{{hostkit::Verdict::kRefused, {}, 42, hostkit::ErrorClass::kNetwork, false, "why", ""}},
     HealedNews{},
-    ReconnectedNews{}};
+    ReconnectedNews{},
+    LineLostNews{}};
 
 Frame frameOf(const std::string& bytes) {
   FrameBuffer buffer;

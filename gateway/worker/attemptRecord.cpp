@@ -17,6 +17,11 @@ std::string AttemptRecord::recording() const {
   return hostkit::recordingOf(traffic, modem->line);
 }
 
+// hasReturned is false: the worker may have written behind the last piece that came over.
+hostkit::Judgement AttemptRecord::judgement() const {
+  return hostkit::judge(traffic, made.text, false, modem->okIsSent, modem->codes);
+}
+
 void AttemptRecord::take(const TrafficNews& news) {
   trafficBytes += news.bytes.size();
   if (trafficBytes <= kMostTrafficBytes && traffic.size() < kMostPieces) {
@@ -47,13 +52,16 @@ bool AttemptRecord::allow() {
   return isAllowed;
 }
 
+bool AttemptRecord::isSettled() const {
+  return !isAllowed || judgement().isTextWritten;
+}
+
 std::optional<AttemptResult> AttemptRecord::provenResult() const {
-  // hasReturned is false: the worker may have written behind the last piece that came over.
-  const hostkit::Judgement judgement = hostkit::judge(traffic, made.text, false, modem->okIsSent, modem->codes);
-  if (judgement.verdict != hostkit::Verdict::kSent && judgement.verdict != hostkit::Verdict::kRefused) {
+  const hostkit::Judgement shown = judgement();
+  if (shown.verdict != hostkit::Verdict::kSent && shown.verdict != hostkit::Verdict::kRefused) {
     return std::nullopt;
   }
-  AttemptResult result = resultOf(judgement, modem->codes);
+  AttemptResult result = resultOf(shown, modem->codes);
   result.recording = recording();
   return result;
 }

@@ -10,6 +10,7 @@
 
 #include "gateway/worker/protocol.h"
 #include "hostkit/traffic.h"
+#include "hostkit/verdict.h"
 
 namespace orvix::gateway {
 
@@ -29,12 +30,17 @@ class AttemptRecord {
   // The result, with its recording.
   AttemptResult end(const EndNews& news) const;
 
+  // Whether nothing that happens without the line could change what became of it: no leave was given yet, or the text
+  // is out.
+  bool isSettled() const;
   // The mark is committed, so the text may be written. False before the prompt, when nobody has asked for leave.
   bool allow();
   // What the traffic proves though the worker is gone: sent or refused. None when it leaves a doubt.
   std::optional<AttemptResult> provenResult() const;
 
  private:
+  hostkit::Judgement judgement() const;
+
   AttemptOrder made;
   const ModemConfig* modem;
   std::vector<hostkit::TrafficPiece> traffic;

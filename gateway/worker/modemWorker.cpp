@@ -7,6 +7,7 @@
 
 #include "common/printable.h"
 #include "gateway/worker/attemptResult.h"
+#include "gateway/worker/hangUpAlarm.h"
 #include "gateway/worker/workerTime.h"
 #include "hostkit/connectionString.h"
 #include "hostkit/heal.h"
@@ -68,6 +69,7 @@ ModemWorker::ModemWorker(SupervisorLink* supervisor, const StartOrder& order)
       tap(supervisor),
       device(std::make_shared<hostkit::PluginLibrary>(order.plugin), order.configFile, &trace),
       appearance(hostkit::pathOf(device.line())),
+      wasLost(order.wasLineLost),
       needsHealing(order.escapeFirst),
       delayMs(kFirstDelayMs) {
   trace.add(&tap);
@@ -145,9 +147,8 @@ void ModemWorker::takeStep() {
 
 // A line that opens says nothing of the modem: the probe that follows it does.
 void ModemWorker::startDevice() {
-  tap.begin(false);
-  tellDoing("opening the line", true);
-  const Status opened = device.start();
+  Status opened;
+  call("opening the line", false, [&] { opened = device.start(); });
   countProbe();
   if (opened.isOk() && device.status() == DeviceStatus::kReady) {
     tellReady();
@@ -158,9 +159,8 @@ void ModemWorker::startDevice() {
 }
 
 void ModemWorker::report() {
-  tap.begin(false);
-  tellDoing("asking for a report", true);
-  const hostkit::Answer answer = device.report();
+  hostkit::Answer answer;
+  call("asking for a report", false, [&] { answer = device.report(); });
   countProbe();
   if (!answer.status.isOk()) {
     return tellNotReady(troubleOf(answer.status));
@@ -175,9 +175,8 @@ void ModemWorker::report() {
 }
 
 void ModemWorker::heal() {
-  tap.begin(false);
-  tellDoing("healing", true);
-  const Status healed = hostkit::heal(&device);
+  Status healed;
+  call("healing", false, [&] { healed = hostkit::heal(&device); });
   // What could not be sent is still to be sent: the modem may have kept its power while its line was away.
   needsHealing = !healed.isOk() && !tap.hasSent();
   unansweredProbes = 0;
@@ -235,9 +234,7 @@ hostkit::Judgement ModemWorker::judgementOf(const AttemptOrder& order) const {
 
 // The plug-in reads for some 10 s; what comes later, up to minutes, only the line itself tells.
 hostkit::Judgement ModemWorker::send(const AttemptOrder& order) {
-  tap.begin(true);
-  tellDoing("sending a message", true);
-  device.sendSms(order.to, order.text);
+  call("sending a message", true, [&] { device.sendSms(order.to, order.text); });
   if (judgementOf(order).mayResultCome) {
     listen("listening for a late result", settings.lateSeconds, [&] {
       return !judgementOf(order).mayResultCome || nowMs() >= link->stopListeningMs().value_or(nowMs() + 1);
@@ -284,6 +281,13 @@ void ModemWorker::awaitPrompt(const AttemptOrder& order) {
          [&] { return !judgementOf(order).mayPromptCome || link->isStopWished(); });
   needsHealing = judgementOf(order).mayWaitAtPrompt;
   dueMs = nowMs();
+}
+
+void ModemWorker::call(const std::string& what, bool isAttempt, const std::function<void()>& work) {
+  tap.begin(isAttempt);
+  tellDoing(what, true);
+  const HangUpAlarm alarm(watch ? watch->descriptor() : -1, link);
+  work();
 }
 
 // Silence is taken for being stuck.

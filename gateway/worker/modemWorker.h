@@ -52,6 +52,8 @@ class ModemWorker {
   // Reads the line for so long at most, or until it is enough; writes nothing.
   void listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough);
 
+  // One call into the plug-in; the tap holds its traffic alone afterwards.
+  void call(const std::string& what, bool isAttempt, const std::function<void()>& work);
   // A word to the supervisor after 30 s without one.
   void showLife();
   // `isCall`: the next thing is a call into the plug-in, whose time the supervisor watches.
@@ -75,7 +77,7 @@ class ModemWorker {
   ModemState state = ModemState::kNoData;
   std::string reason;
   std::string doing;
-  bool wasLost = false;
+  bool wasLost;                // and has not been back since
   bool needsHealing;           // an Escape before any other byte
   bool awaitsNetwork = false;  // a message was refused for want of one
   bool isSuspect = false;      // it refused a message for itself or its SIM card, whatever its reports say

@@ -145,6 +145,7 @@ void describe(Fields& fields, StartOrder& m) {
   fields.field("okIsSent", m.okIsSent);
   fields.field("codes", m.codes);
   fields.field("escapeFirst", m.escapeFirst);
+  fields.field("wasLineLost", m.wasLineLost);
   fields.field("verbosity", m.verbosity);
 }
 

@@ -31,6 +31,7 @@ struct StartOrder {
   bool okIsSent = false;
   std::map<int, hostkit::ErrorClass> codes;
   bool escapeFirst = false;
+  bool wasLineLost = false;  // and nobody has told of its return yet
   int verbosity = 0;
 };
 
@@ -74,9 +75,11 @@ struct EndNews {
 // For counters: an Escape freed the modem from its prompt; a modem that was lost is ready again.
 struct HealedNews {};
 struct ReconnectedNews {};
+// The line hung up in the middle of a call into the plug-in, which goes on.
+struct LineLostNews {};
 
-using FromWorker =
-    std::variant<StateNews, ModemReport, DoingNews, TrafficNews, PromptNews, EndNews, HealedNews, ReconnectedNews>;
+using FromWorker = std::variant<StateNews, ModemReport, DoingNews, TrafficNews, PromptNews, EndNews, HealedNews,
+                                ReconnectedNews, LineLostNews>;
 
 // The frame's bytes.
 std::string encoded(const ToWorker& message);

@@ -29,6 +29,7 @@ void waitFor(int socket, short events, int timeoutMs) {
 
 void SupervisorLink::send(const FromWorker& message) {
   const std::string bytes = encoded(message);
+  const std::lock_guard<std::mutex> guard(sending);
   for (std::size_t sent = 0; sent < bytes.size();) {
     const ssize_t count = ::send(socket, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
     // A supervisor that is busy with a commit reads soon; one that is gone wakes this with an error.
@@ -40,6 +41,11 @@ void SupervisorLink::send(const FromWorker& message) {
     sent += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
   }
   sentMs = nowMs();
+}
+
+std::int64_t SupervisorLink::lastSentMs() const {
+  const std::lock_guard<std::mutex> guard(sending);
+  return sentMs;
 }
 
 void SupervisorLink::receive(int timeoutMs) {

@@ -1,10 +1,11 @@
-// The worker's end of the socket. One thread.
+// The worker's end of the socket. One thread, but for send and lastSentMs, which any may call.
 //
 // A worker is nothing without its supervisor: when the socket is closed, or what comes over it makes no sense, the
 // process ends inside the call, whatever it was doing.
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <optional>
 
 #include "gateway/worker/protocol.h"
@@ -20,7 +21,7 @@ class SupervisorLink {
   // Blocks until the supervisor has taken it all; ends the process when that is gone.
   void send(const FromWorker& message);
   // When the last message was sent, by nowMs of workerTime.h.
-  std::int64_t lastSentMs() const { return sentMs; }
+  std::int64_t lastSentMs() const;
 
   // Takes in what has come, waiting up to `timeoutMs` for the first byte; -1 waits for ever, 0 not at all.
   void receive(int timeoutMs = 0);
@@ -42,8 +43,9 @@ class SupervisorLink {
   void take(const StopOrder& order);
 
   int socket;
-  FrameBuffer incoming;
+  mutable std::mutex sending;  // one whole frame behind the other
   std::int64_t sentMs = 0;
+  FrameBuffer incoming;
   std::optional<StartOrder> start;
   std::optional<AttemptOrder> attempt;
   bool isAllowed = false;

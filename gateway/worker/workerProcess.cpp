@@ -65,6 +65,8 @@ struct WorkerProcess::State {
   std::string doing;
   std::optional<AttemptRecord> running;
   bool mayWaitAtPrompt = false;
+  bool isLineLost = false;   // in the middle of a call of this process
+  bool wasLineLost = false;  // by an earlier one, and no modem is back yet
   std::int64_t delayMs = kFirstRestartMs;
   std::int64_t startMs = 0;
   std::int64_t reapMs = 0;
@@ -84,6 +86,8 @@ struct WorkerProcess::State {
   void take(const EndNews& news, std::int64_t nowMs);
   void take(const HealedNews& news, std::int64_t nowMs);
   void take(const ReconnectedNews& news, std::int64_t nowMs);
+  void take(const LineLostNews& news, std::int64_t nowMs);
+  void endLineless(std::int64_t nowMs);
   void end(const std::string& reason, std::int64_t nowMs);
   void tellDeath(const std::string& reason);
   void reap(std::int64_t nowMs);
@@ -102,12 +106,13 @@ void WorkerProcess::State::startProcess(std::int64_t nowMs) {
   socket = child.socket;
   heardMs = nowMs;
   send(StartOrder{config.name, plugin, config.configFile, config.reportSeconds, lateSeconds, config.okIsSent,
-                  config.codes, mayWaitAtPrompt, FLAGS_v});
+                  config.codes, mayWaitAtPrompt, wasLineLost, FLAGS_v});
 }
 
-// A worker that dies again and again before its modem is ready costs little.
+// A worker that dies again and again before its modem is ready costs little. That a line hung up says nothing against
+// its worker, the first time.
 void WorkerProcess::State::delayStart(std::int64_t nowMs) {
-  startMs = nowMs + delayMs;
+  startMs = isLineLost && delayMs == kFirstRestartMs ? nowMs : nowMs + delayMs;
   delayMs = std::min(2 * delayMs, kLongestRestartMs);
 }
 
@@ -153,6 +158,7 @@ void WorkerProcess::State::handleFrames(std::int64_t nowMs) {
         return;
       }
       std::visit([&](const auto& news) { take(news, nowMs); }, fromWorkerOf(*frame));
+      endLineless(nowMs);
     }
   } catch (const ProtocolError& error) {
     end(std::string("the worker breaks the protocol: ") + error.what(), nowMs);
@@ -215,7 +221,21 @@ void WorkerProcess::State::take(const HealedNews& /*news*/, std::int64_t /*nowMs
 }
 
 void WorkerProcess::State::take(const ReconnectedNews& /*news*/, std::int64_t /*nowMs*/) {
+  wasLineLost = false;
   listener->onReconnected(config.name);
+}
+
+void WorkerProcess::State::take(const LineLostNews& /*news*/, std::int64_t /*nowMs*/) {
+  isLineLost = true;
+}
+
+// A call may go on for half a minute without its line: another process is there when that comes back. Between the leave
+// to write the text and its end, only the call itself knows how much was written.
+void WorkerProcess::State::endLineless(std::int64_t nowMs) {
+  if (isLineLost && socket != -1 && (!running || running->isSettled())) {
+    wasLineLost = true;
+    end("the line hung up", nowMs);
+  }
 }
 
 // A process that has been sent SIGKILL runs none of its code any more, even where the closing of its line takes long.
@@ -230,6 +250,7 @@ void WorkerProcess::State::end(const std::string& reason, std::int64_t nowMs) {
   delayStart(nowMs);
   reapMs = nowMs;
   tellDeath(reason);
+  isLineLost = false;
 }
 
 // What the modem said of the text before its worker died still counts: the traffic came over as it happened.
@@ -239,7 +260,7 @@ void WorkerProcess::State::tellDeath(const std::string& reason) {
     return;
   }
   // The state first, so that nobody gives the modem the message that is handed back by the next call.
-  listener->onState(config.name, ModemState::kNoData, reason);
+  listener->onState(config.name, isLineLost ? ModemState::kNotAvailable : ModemState::kNoData, reason);
   const std::optional<AttemptRecord> last = std::exchange(running, std::nullopt);
   if (!last) {
     return listener->onDied(config.name, std::nullopt, "", reason);

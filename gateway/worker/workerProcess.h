@@ -66,7 +66,8 @@ class WorkerListener {
   virtual void onReconnected(const std::string& modem) = 0;
   // The process is gone, and not because it was told to stop while it had nothing to do. An attempt that it had is
   // over: nothing more will be told of it; `recording` is its traffic so far. Where that traffic holds the modem's
-  // result, onAttemptEnded has told it, and `running` is none. onState has told kNoData.
+  // result, onAttemptEnded has told it, and `running` is none. onState has told kNoData, or
+  // kNotAvailable where the line hung up.
   virtual void onDied(const std::string& modem, const std::optional<AttemptOrder>& running,
                       const std::string& recording, const std::string& reason) = 0;
 

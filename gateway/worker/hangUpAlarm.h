@@ -1,0 +1,24 @@
+// Tells the supervisor that the line hung up while a call into the plug-in keeps the worker's thread: the plug-in does
+// not notice, and waits for answers that cannot come. One thread owns it; it has one of its own.
+#pragma once
+
+#include <thread>
+
+#include "gateway/worker/supervisorLink.h"
+
+namespace orvix::gateway {
+
+class HangUpAlarm {
+ public:
+  // Watches until its end. `line` is a descriptor of the line, -1 for none; both are borrowed.
+  HangUpAlarm(int line, SupervisorLink* supervisor);
+  ~HangUpAlarm();
+  HangUpAlarm(const HangUpAlarm&) = delete;
+  HangUpAlarm& operator=(const HangUpAlarm&) = delete;
+
+ private:
+  int over;  // an eventfd: the call has ended
+  std::thread watcher;
+};
+
+}  // namespace orvix::gateway
