@@ -5,6 +5,7 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <condition_variable>
 #include <fstream>
 #include <mutex>
@@ -22,7 +23,8 @@ constexpr unsigned kShortestDelaySeconds = 1;
 constexpr unsigned kLongestDelaySeconds = 60;
 // Small brokers hold few; the rest waits in the library.
 constexpr unsigned kMostInFlight = 20;
-constexpr std::size_t kMostWaiting = 1000;
+constexpr std::size_t kMostWaiting = 4 << 20;  // bytes of messages
+constexpr int kRefusedSubscription = 0x80;
 constexpr std::chrono::seconds kPatience{3};  // with a thread that hangs in the resolver
 
 struct Address {
@@ -92,6 +94,8 @@ struct Broker::Connection {
     mosquitto_disconnect_callback_set(client, onDisconnect);
     mosquitto_message_callback_set(client, onMessage);
     mosquitto_publish_callback_set(client, onPublish);
+    mosquitto_subscribe_callback_set(client, onSubscribe);
+    mosquitto_log_callback_set(client, onLog);
   }
 
   ~Connection() {
@@ -118,27 +122,44 @@ struct Broker::Connection {
   void post(BrokerEvent event) {
     const std::lock_guard<std::mutex> guard(lock);
     // Only messages are dropped: a lost kConnected or kTaken would never be made good.
-    if (event.kind != BrokerEvent::Kind::kMessage || events.size() < kMostWaiting) {
+    if (event.kind != BrokerEvent::Kind::kMessage || waitingBytes < kMostWaiting) {
+      waitingBytes += sizeof event + event.payload.size();
       events.push_back(std::move(event));
       eventfd_write(wake, 1);
     }
   }
 
-  // The thread. A first connection that fails must be tried again here; the library does so for the later ones.
+  // Sets it and returns the one before.
+  std::string error(const std::string& text) {
+    const std::lock_guard<std::mutex> guard(lock);
+    return std::exchange(lastError, text);
+  }
+
+  // With what the library tells beside it: what TLS dislikes, or why the broker refuses.
+  void postDisconnected(const std::string& reason) {
+    isTold = true;
+    const std::string detail = error("");
+    post({BrokerEvent::Kind::kDisconnected, reason + (detail.empty() ? "" : " " + detail), "", "", 0});
+  }
+
+  // The thread. A first connection that fails must be tried again here, and one that TLS ends; the library does so for
+  // the others.
   void run() {
     unsigned delay = kShortestDelaySeconds;
     for (;;) {
-      const int result = mosquitto_connect(client, address.host.c_str(), address.port, kKeepAliveSeconds);
+      isTold = false;
+      int result = mosquitto_connect(client, address.host.c_str(), address.port, kKeepAliveSeconds);
       if (result == MOSQ_ERR_SUCCESS) {
-        mosquitto_loop_forever(client, -1, 1);
-      } else {
-        post({BrokerEvent::Kind::kDisconnected, mosquitto_strerror(result), "", "", 0});
+        result = mosquitto_loop_forever(client, -1, 1);
+      }
+      if (result != MOSQ_ERR_SUCCESS && !isTold) {
+        postDisconnected(mosquitto_strerror(result));
       }
       std::unique_lock<std::mutex> guard(lock);
       if (ended.wait_for(guard, std::chrono::seconds(delay), [this] { return isEnding; })) {
         break;
       }
-      delay = std::min(delay * 2, kLongestDelaySeconds);
+      delay = std::exchange(wasConnected, false) ? kShortestDelaySeconds : std::min(delay * 2, kLongestDelaySeconds);
     }
     const std::lock_guard<std::mutex> guard(lock);
     isOver = true;
@@ -148,23 +169,36 @@ struct Broker::Connection {
   static void onConnect(mosquitto* client, void* self, int result) {
     auto* const connection = static_cast<Connection*>(self);
     if (result != 0) {
-      connection->post({BrokerEvent::Kind::kDisconnected, mosquitto_connack_string(result), "", "", 0});
+      connection->error(mosquitto_connack_string(result));  // told when the connection ends, which is at once
       return;
     }
+    connection->wasConnected = true;
     // At every connection, though the session is persistent: a broker may have lost it.
     mosquitto_subscribe(client, nullptr, connection->subscription.c_str(), kQos);
     connection->post({BrokerEvent::Kind::kConnected, "", "", "", 0});
   }
 
   static void onDisconnect(mosquitto* /*client*/, void* self, int result) {
-    static_cast<Connection*>(self)->post({BrokerEvent::Kind::kDisconnected, mosquitto_strerror(result), "", "", 0});
+    static_cast<Connection*>(self)->postDisconnected(mosquitto_strerror(result));
   }
 
   static void onMessage(mosquitto* /*client*/, void* self, const mosquitto_message* message) {
     if (!message->retain) {
-      static_cast<Connection*>(self)->post(
-          {BrokerEvent::Kind::kMessage, "", message->topic,
-           std::string(static_cast<const char*>(message->payload), static_cast<std::size_t>(message->payloadlen)), 0});
+      const std::size_t length = std::min(static_cast<std::size_t>(message->payloadlen), kLongestPayload + 1);
+      static_cast<Connection*>(self)->post({BrokerEvent::Kind::kMessage, "", message->topic,
+                                            std::string(static_cast<const char*>(message->payload), length), 0});
+    }
+  }
+
+  static void onSubscribe(mosquitto* /*client*/, void* self, int /*request*/, int count, const int* granted) {
+    if (count == 1 && granted[0] == kRefusedSubscription) {
+      static_cast<Connection*>(self)->post({BrokerEvent::Kind::kDeaf, "", "", "", 0});
+    }
+  }
+
+  static void onLog(mosquitto* /*client*/, void* self, int level, const char* text) {
+    if (level == MOSQ_LOG_ERR) {
+      static_cast<Connection*>(self)->error(text);
     }
   }
 
@@ -179,6 +213,11 @@ struct Broker::Connection {
   std::mutex lock;
   std::condition_variable ended;
   std::vector<BrokerEvent> events;
+  std::size_t waitingBytes = 0;
+  std::string lastError;
+  // Of the thread alone.
+  bool wasConnected = false;
+  bool isTold = false;  // that this attempt to connect is over
   bool isEnding = false;
   bool isOver = true;  // there is no thread
 };
@@ -209,6 +248,7 @@ std::vector<BrokerEvent> Broker::take() {
   // Emptied together with the list, under the lock, so that no wake-up is lost.
   eventfd_t ignored = 0;
   eventfd_read(connection->wake, &ignored);
+  connection->waitingBytes = 0;
   return std::exchange(connection->events, {});
 }
 

@@ -5,6 +5,7 @@
 // refuses holds nothing up.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,9 +15,12 @@
 
 namespace orvix::gateway {
 
+// Of a longer payload only one byte more is kept: enough to see that it is too long. As of a body over HTTP.
+inline constexpr std::size_t kLongestPayload = 65536;
+
 // One thing that happened on the connection. Members that the kind does not name are empty.
 struct BrokerEvent {
-  enum class Kind { kConnected, kDisconnected, kMessage, kTaken };
+  enum class Kind { kConnected, kDisconnected, kDeaf, kMessage, kTaken };  // kDeaf: the subscription was refused
 
   Kind kind = Kind::kDisconnected;
   std::string text;  // kDisconnected: why
@@ -45,8 +49,8 @@ class Broker {
   void start();
   // For poll: readable while take() has something. Borrowed; the same as long as the broker lives.
   int descriptor() const;
-  // What happened, in its order. Retained messages are left out; when a thousand others wait here, more are dropped:
-  // their sender sees no acceptance and sends again.
+  // What happened, in its order. Retained messages are left out; when 4 MB of others wait here, more are dropped: their
+  // sender sees no acceptance and sends again.
   std::vector<BrokerEvent> take();
 
   // QoS 1; the number that a kTaken will name once the broker took it. None when it could not be queued. What was

@@ -31,9 +31,12 @@ class Device {
     const std::string unique = node + "_" + object;
     // Every entity has its own for ever, so that a renamed one keeps its history.
     document["unique_id"] = unique;
-    document["availability_topic"] = base + "/availability";
+    if (!document.contains("availability")) {
+      document["availability"] = json::array({gatewayOnline()});
+    }
     document["qos"] = 1;
     document["device"] = {{"identifiers", {node}}, {"name", "GSM gateway " + mqtt.id}, {"model", "gsm-gateway"}};
+    document["origin"] = {{"name", "gsm-gateway"}};
     publications.push_back(
         {mqtt.homeAssistant + "/" + component + "/" + node + "/" + object + "/config", document.dump()});
   }
@@ -41,9 +44,16 @@ class Device {
   void addModem(const std::string& name) {
     const std::string object = "modem_" + identifierOf(name);
     const std::string topic = base + "/modem/" + name;
+    // What a modem reported before it went away is not known of now.
+    const json both = {
+        gatewayOnline(),
+        {{"topic", topic + "/state"}, {"value_template", "{{ 'online' if value == 'ready' else 'offline' }}"}}};
     add("sensor", object + "_signal",
         {{"name", "Modem " + name + " signal"},
          {"state_topic", topic + "/report"},
+         {"availability", both},
+         {"availability_mode", "all"},
+         {"entity_category", "diagnostic"},
          {"value_template", "{{ value_json.dBm }}"},
          {"device_class", "signal_strength"},
          {"state_class", "measurement"},
@@ -51,6 +61,9 @@ class Device {
     add("sensor", object + "_registration",
         {{"name", "Modem " + name + " registration"},
          {"state_topic", topic + "/report"},
+         {"availability", both},
+         {"availability_mode", "all"},
+         {"entity_category", "diagnostic"},
          {"value_template", "{{ value_json.registration }}"}});
     add("binary_sensor", object + "_ready",
         {{"name", "Modem " + name + " ready"},
@@ -78,6 +91,7 @@ class Device {
         {{"name", "Oldest queued message"},
          {"state_topic", topic},
          {"value_template", "{{ value_json.oldestSeconds }}"},
+         {"state_class", "measurement"},
          {"device_class", "duration"},
          {"unit_of_measurement", "s"}});
     add("sensor", "last_result",
@@ -98,6 +112,8 @@ class Device {
   std::vector<Publication> publications;
 
  private:
+  json gatewayOnline() const { return {{"topic", base + "/availability"}}; }
+
   const MqttConfig& mqtt;
   const std::string base;
   const std::string node;

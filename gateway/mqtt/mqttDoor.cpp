@@ -18,11 +18,12 @@ using nlohmann::json;
 
 // As many as the library has under way; the others stay in the outbox, which is durable.
 constexpr std::size_t kMostUntaken = 20;
-// As of a body over HTTP.
-constexpr std::size_t kLongestCommand = 65536;
+// On their way at a time; a sender whose refusal is left out sees no acceptance either.
+constexpr std::size_t kMostRefusals = 1000;
 constexpr std::int64_t kQueueMs = kMinuteMs;
 // Dropping a note costs a write of its own, so several go together; a crash before merely tells them once more.
 constexpr std::int64_t kDropMs = 30000;
+constexpr std::int64_t kGoodbyeMs = 3000;  // for a broker to take it
 
 // For the last result: what an uncertain one became is news, though it has not ended.
 bool isEnd(MessageState state) {
@@ -61,6 +62,9 @@ std::optional<std::int64_t> MqttDoor::nextTimeMs() const {
   if (!taken.empty()) {
     next = std::min(next.value_or(dropMs), dropMs);
   }
+  if (goodbye) {
+    next = std::min(next.value_or(goodbyeEndMs), goodbyeEndMs);
+  }
   return next;
 }
 
@@ -94,6 +98,9 @@ void MqttDoor::onEvent(const BrokerEvent& event) {
         LOG(WARNING) << "mqtt: no broker: " << escaped(event.text);
         trouble = event.text;
       }
+      break;
+    case BrokerEvent::Kind::kDeaf:
+      LOG(WARNING) << "mqtt: the broker lets nobody read " << base << "/send here: no messages come that way";
       break;
     case BrokerEvent::Kind::kMessage:
       if (!goodbye) {
@@ -135,7 +142,17 @@ void MqttDoor::onTaken(int publication) {
     broker.disconnect();
     return;
   }
-  // Retained topics are publications too, but no notes.
+  refusals.erase(publication);
+  if (const auto shown = showing.find(publication); shown != showing.end()) {
+    const std::string topic = shown->second;
+    showing.erase(shown);
+    if (const auto next = toShow.find(topic); next != toShow.end()) {
+      const std::string payload = next->second;
+      toShow.erase(next);
+      show(topic, payload);
+    }
+    return;
+  }
   const auto found = told.find(publication);
   if (found == told.end()) {
     return;
@@ -149,7 +166,7 @@ void MqttDoor::onTaken(int publication) {
 }
 
 void MqttDoor::onCommand(const std::string& payload) {
-  if (payload.size() > kLongestCommand) {
+  if (payload.size() > kLongestPayload) {
     refuse("", {413, "the message is longer than 64 kB", std::nullopt, std::nullopt});
     return;
   }
@@ -184,17 +201,26 @@ void MqttDoor::onCommand(const std::string& payload) {
 
 // A sender that misses this sees no acceptance and sends again.
 void MqttDoor::refuse(const std::string& id, const Refusal& refusal) {
-  if (!connected) {
+  if (!connected || refusals.size() >= kMostRefusals) {
     return;
   }
   json document = refusalJson(refusal);
   document["status"] = refusal.status;
   document["id"] = id.empty() ? json(nullptr) : json(id);
-  broker.publish(id.empty() ? base + "/refused" : base + "/message/" + id, document.dump(), false);
+  const std::string topic = id.empty() ? base + "/refused" : base + "/message/" + id;
+  if (const auto publication = broker.publish(topic, document.dump(), false)) {
+    refusals.insert(*publication);
+  }
 }
 
+// One of each topic is on its way at most, so that a broker that takes nothing fills no memory; the latest is next.
 void MqttDoor::show(const std::string& topic, const std::string& payload) {
-  broker.publish(topic, payload, true);
+  const auto isSame = [&](const auto& shown) { return shown.second == topic; };
+  if (std::any_of(showing.begin(), showing.end(), isSame)) {
+    toShow[topic] = payload;
+  } else if (const auto publication = broker.publish(topic, payload, true)) {
+    showing[*publication] = topic;
+  }
 }
 
 void MqttDoor::showModem(const ModemView& modem) {
@@ -277,8 +303,13 @@ void MqttDoor::stop() {
   if (connected) {
     // Published by ourselves, since the will is not sent after a disconnect.
     goodbye = broker.publish(base + "/availability", "offline", true);
+    goodbyeEndMs = service->nowMs() + kGoodbyeMs;
   }
   hasSaidGoodbye = !goodbye;
+}
+
+bool MqttDoor::isStopped() const {
+  return !connected || hasSaidGoodbye || service->nowMs() >= goodbyeEndMs;
 }
 
 }  // namespace orvix::gateway

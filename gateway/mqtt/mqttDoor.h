@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -35,9 +36,9 @@ class MqttDoor final : private ServiceListener {
   // As of the latest onReady.
   bool isConnected() const { return connected; }
 
-  // Takes nothing more and publishes "offline"; isStopped() tells when the broker took that, or cannot.
+  // Takes nothing more and publishes "offline"; isStopped() tells when the broker took that, cannot, or is too slow.
   void stop();
-  bool isStopped() const { return !connected || hasSaidGoodbye; }
+  bool isStopped() const;
 
  private:
   // Told by the service, after the commit of what it tells.
@@ -83,7 +84,13 @@ class MqttDoor final : private ServiceListener {
   std::vector<std::int64_t> taken;
   std::int64_t dropMs = 0;
 
+  // Retained topics on their way out, by publication, and what is to follow there.
+  std::map<int, std::string> showing;
+  std::map<std::string, std::string> toShow;
+  std::set<int> refusals;  // publications on their way out
+
   std::optional<int> goodbye;  // the publication that says "offline"
+  std::int64_t goodbyeEndMs = 0;
   bool hasSaidGoodbye = false;
 };
 
