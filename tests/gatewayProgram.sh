@@ -3,14 +3,9 @@
 # Usage: gatewayProgram.sh FOLDER-OF-PROGRAMS
 . "$(dirname "$0")/programs.sh"
 
-port=
-for candidate in $(shuf -i 20000-29999 -n 50); do
-  (exec 3<>"/dev/tcp/127.0.0.1/$candidate") 2>/dev/null || { port=$candidate; break; }
-done
+port=$(free_port)
 printf 'listener %s 127.0.0.1\nallow_anonymous true\n' "$port" >"$folder/broker.conf"
-PATH=$PATH:/usr/sbin mosquitto -c "$folder/broker.conf" >"$folder/broker.txt" 2>&1 &
-others=$!
-until_true mosquitto_pub -p "$port" -t probe -n
+start_broker "$port"
 
 start_modem --link "$folder/modem" --signal 20
 sed "s|/dev/ttyUSB0|$folder/modem|" "$(dirname "$0")/../packaging/modem.json" >"$folder/modem.json"
@@ -19,19 +14,6 @@ cat >"$folder/gateway.json" <<END
  "storage": {"folder": "$folder/store"}, "http": {"socket": "$folder/gateway.sock", "listen": ""},
  "mqtt": {"broker": "mqtt://127.0.0.1:$port", "id": "test", "homeAssistant": "homeassistant"}}
 END
-# gateway NAME STATUS ARGUMENT...: runs the program, its output and errors into NAME, and checks how it ended.
-gateway() {
-  local name=$1 expected=$2 status=0
-  shift 2
-  "$bin/gsm-gateway" --config "$folder/gateway.json" "$@" >"$folder/$name.txt" 2>&1 || status=$?
-  [[ $status == "$expected" ]] || fail "$name ended with $status, not $expected"
-}
-start_gateway() {
-  "$bin/gsm-gateway" --config "$folder/gateway.json" run >>"$folder/service.txt" 2>&1 &
-  service=$!
-  others+=" $service"
-  until_true curl -sf --unix-socket "$folder/gateway.sock" http://localhost/healthz
-}
 modem_has() { grep -q "$1" "$folder/modem.txt"; }
 
 gateway check 0 check
@@ -56,8 +38,7 @@ expect states "queued attempting sent"
 
 gateway queued 0 send +491701234567 "in the middle" --id k
 until_true modem_has "in the middle"
-kill -9 "$service"
-wait "$service" 2>/dev/null || true
+kill_now "$service"
 start_gateway
 gateway uncertain 6 send +491701234567 "in the middle" --id k --wait 1
 gateway show 0 show k --json

@@ -5,9 +5,10 @@ shift
 emulator=("$@")
 folder=$(mktemp -d)
 modem=
+others=
 finish() {
-  for pid in $modem ${others:-}; do
-    kill "$pid" 2>/dev/null || true
+  for pid in $modem $others; do
+    kill "$pid" 2>/dev/null && kill -CONT "$pid" 2>/dev/null || true
     wait "$pid" 2>/dev/null || true
   done
   rm -rf "$folder"
@@ -51,7 +52,7 @@ stop_modem() {
 jobs=()
 beside() {
   (
-    folder=$(mktemp -d) modem=
+    folder=$(mktemp -d) modem='' others=''
     trap finish EXIT
     "$@"
   ) &
@@ -69,4 +70,38 @@ host() {
   "${emulator[@]}" "$bin/gsm-host" "$@" >"$folder/$name.txt" 2>"$folder/$name.err" || status=$?
   cat "$folder/$name.err" >>"$folder/$name.txt"
   [[ $status == "$expected" ]] || fail "$name ended with $status, not $expected"
+}
+# free_port [OTHER]: a port of the loopback that nobody listens at, and another one than OTHER.
+free_port() {
+  local port
+  for port in $(shuf -i 20000-29999 -n 50 | grep -v "^${1:-none}\$"); do
+    (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null || { echo "$port"; return; }
+  done
+}
+# start_broker PORT: runs mosquitto with $folder/broker.conf until something listens at the port; its id is in $broker.
+start_broker() {
+  PATH=$PATH:/usr/sbin mosquitto -c "$folder/broker.conf" >>"$folder/broker.txt" 2>&1 &
+  broker=$!
+  others+=" $broker"
+  until_true mosquitto_pub -h 127.0.0.1 -p "$1" -t probe -n
+}
+# gateway NAME STATUS ARGUMENT...: runs gsm-gateway with $folder/gateway.json, its output and errors into NAME, and
+# checks how it ended.
+gateway() {
+  local name=$1 expected=$2 status=0
+  shift 2
+  "$bin/gsm-gateway" --config "$folder/gateway.json" "$@" >"$folder/$name.txt" 2>&1 || status=$?
+  [[ $status == "$expected" ]] || fail "$name ended with $status, not $expected"
+}
+# start_gateway: runs the service until it answers; its id is in $service, its log in service.
+start_gateway() {
+  "$bin/gsm-gateway" --config "$folder/gateway.json" run >>"$folder/service.txt" 2>&1 &
+  service=$!
+  others+=" $service"
+  until_true curl -sf -o "$folder/healthz.txt" --unix-socket "$folder/gateway.sock" http://localhost/healthz
+}
+# kill_now PROCESS: ends it without a chance to say anything.
+kill_now() {
+  kill -9 "$1"
+  wait "$1" 2>/dev/null || true
 }
