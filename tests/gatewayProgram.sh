@@ -36,6 +36,10 @@ expect told 'homeassistant/sensor/gsm_test/queue/config'
 grep 'message/m ' "$folder/told.txt" | sed 's/.*"state":"\([a-z]*\)".*/\1/' | xargs >"$folder/states.txt"
 expect states "queued attempting sent"
 
+curl -sf --unix-socket "$folder/gateway.sock" http://localhost/metrics >"$folder/metrics.txt"
+expect metrics 'gsm_send_seconds_count{modem="main"} 2'
+! command -v promtool >/dev/null || promtool check metrics <"$folder/metrics.txt" || fail "promtool dislikes the metrics"
+
 gateway queued 0 send +491701234567 "in the middle" --id k
 until_true modem_has "in the middle"
 kill_now "$service"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Checks that every status text and log line of the product begins a row of a table in docs/modem-guide.md.
-# Usage: guideTest.sh SOURCE-DIR
+# Checks that every status text and log line of the product begins a row of a table in docs/modem-guide.md, and that the
+# alert rules and the dashboard ask for metrics that there are. Usage: guideTest.sh SOURCE-DIR
 #
 # Texts are the string literals of statements that make a status or a log line, and, wherever they stand, literals that
 # read like a sentence: small letters and a blank. Values break a text into pieces, and each piece must be in the guide.
@@ -79,4 +79,22 @@ while IFS=$'\t' read -r place text; do
     missing=1
   }
 done <<<"$texts"
+
+# names [FILE...]: the metrics in it, without what a histogram adds to its name.
+names() { grep -ohE '\bgsm_[a-z_]+' "$@" | sed -E 's/_(bucket|sum|count)$//' | sort -u; }
+# differ TEXT LEFT RIGHT: complains of what LEFT holds and RIGHT does not.
+differ() {
+  local rest
+  rest=$(comm -23 <(echo "$2") <(echo "$3"))
+  [[ -z $rest ]] || { echo "$1:" $rest; missing=1; }
+}
+made=$(grep -ohE 'begin\("gsm_[a-z_]+"' gateway/http/metricsText.cpp | names)
+shown=$(jq -r '.. | .expr? // empty' docs/dashboard.json | names)
+differ "not in docs/dashboard.json" "$made" "$shown"
+differ "not in docs/gateway.md" "$made" "$(names docs/gateway.md)"
+differ "the dashboard asks for what there is not" "$shown" "$made"
+differ "an alert rule asks for what there is not" "$(names docs/alerts.yml)" "$(printf "%s\n" "$made" gsm_gateway_online | sort)"
+if command -v promtool >/dev/null; then # its package is large, so it is not asked for
+  promtool check rules docs/alerts.yml && promtool test rules tests/alerts.yml || missing=1
+fi
 exit $missing
