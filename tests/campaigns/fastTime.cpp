@@ -1,13 +1,19 @@
-// A library to preload: time runs as fast as the control page says, and a chosen system call is a process's last.
+// A library to preload: time runs as fast as the control page says, a chosen system call is a process's last, and what
+// leaves the process is recorded: a line "KIND INODE OFFSET SIZE PATH" and SIZE bytes each.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <limits.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
+#include <string.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <string>
 
 #include "tests/campaigns/control.h"
 
@@ -42,6 +48,29 @@ Function* counted(const char* name) {
   return real<Function>(name);
 }
 
+// Only where a file for it is beside the control page.
+void record(char kind, ino_t inode, off64_t offset, const char* path, const void* bytes, std::size_t size) {
+  static const int log = open((std::string(getenv("ORVIX_CONTROL")) + ".record").c_str(), O_WRONLY | O_APPEND);
+  std::string entry = std::string(1, kind) + " " + std::to_string(inode) + " " + std::to_string(offset) + " " +
+                      std::to_string(size) + " " + path + "\n";
+  entry.append(static_cast<const char*>(bytes), size);
+  if (log != -1) {
+    real<decltype(write)>("write")(log, entry.data(), entry.size());
+  }
+}
+
+// KIND by the descriptor, unless it is given: w writes to a file, l to a modem's line, o to a socket; s and d are syncs
+// of a file and of a folder, t, u and r are ftruncate, unlink and rename.
+void record(int file, char kind, off64_t offset, const void* bytes, std::size_t size) {
+  struct stat status {};
+  char path[PATH_MAX] = "";
+  if (file > 2 && fstat(file, &status) == 0) {
+    (void)!readlink(("/proc/self/fd/" + std::to_string(file)).c_str(), path, sizeof path - 1);
+    kind = S_ISDIR(status.st_mode) ? 'd' : S_ISSOCK(status.st_mode) ? 'o' : S_ISCHR(status.st_mode) ? 'l' : kind;
+    record(kind, status.st_ino, offset, path, bytes, size);
+  }
+}
+
 }  // namespace
 
 #pragma GCC visibility push(default)
@@ -73,34 +102,51 @@ int poll(pollfd* watched, nfds_t count, int timeoutMs) {
 }
 
 ssize_t write(int file, const void* bytes, size_t size) {
+  record(file, 'w', -1, bytes, size);
   return counted<decltype(write)>("write")(file, bytes, size);
 }
 
 ssize_t pwrite64(int file, const void* bytes, size_t size, off64_t offset) {
+  record(file, 'w', offset, bytes, size);
   return counted<decltype(pwrite64)>("pwrite64")(file, bytes, size, offset);
 }
 
 ssize_t send(int socket, const void* bytes, size_t size, int flags) {
+  record(socket, 'o', 0, bytes, size);
   return counted<decltype(send)>("send")(socket, bytes, size, flags);
 }
 
+ssize_t sendmsg(int socket, const msghdr* message, int flags) {
+  for (std::size_t i = 0; i < message->msg_iovlen; ++i) {
+    record(socket, 'o', 0, message->msg_iov[i].iov_base, message->msg_iov[i].iov_len);
+  }
+  return counted<decltype(sendmsg)>("sendmsg")(socket, message, flags);
+}
+
 int fsync(int file) {
-  return counted<decltype(fsync)>("fsync")(file);
+  const int result = counted<decltype(fsync)>("fsync")(file);
+  record(file, 's', 0, "", 0);
+  return result;
 }
 
 int fdatasync(int file) {
-  return counted<decltype(fdatasync)>("fdatasync")(file);
+  const int result = counted<decltype(fdatasync)>("fdatasync")(file);
+  record(file, 's', 0, "", 0);
+  return result;
 }
 
 int ftruncate64(int file, off64_t size) noexcept {
+  record(file, 't', size, "", 0);
   return counted<decltype(ftruncate64)>("ftruncate64")(file, size);
 }
 
 int unlink(const char* path) noexcept {
+  record('u', 0, 0, path, "", 0);
   return counted<decltype(unlink)>("unlink")(path);
 }
 
 int rename(const char* from, const char* to) noexcept {
+  record('r', 0, 0, from, to, strlen(to));
   return counted<decltype(rename)>("rename")(from, to);
 }
 

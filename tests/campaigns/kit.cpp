@@ -1,6 +1,7 @@
 #include "tests/campaigns/kit.h"
 
 #include <fcntl.h>
+#include <netinet/in.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -26,6 +27,54 @@ bool until(const std::function<bool()>& condition) {
     std::this_thread::sleep_for(milliseconds(5));
   }
   return true;
+}
+
+pid_t launch(const std::vector<std::string>& words, const std::string& log, const std::string& controlFile) {
+  std::vector<char*> arguments;
+  for (const std::string& word : words) {
+    arguments.push_back(const_cast<char*>(word.c_str()));
+  }
+  arguments.push_back(nullptr);
+  const pid_t pid = fork();
+  if (pid == 0) {
+    setpgid(0, 0);
+    if (!controlFile.empty()) {
+      setenv("LD_PRELOAD", ORVIX_FAST_TIME, 1);
+      setenv("ORVIX_CONTROL", controlFile.c_str(), 1);
+    }
+    dup2(open(log.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+  }
+  return pid;
+}
+
+Broker::Broker() {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  socklen_t size = sizeof address;
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  bind(socket, reinterpret_cast<sockaddr*>(&address), size);
+  getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
+  close(socket);
+  port = std::to_string(ntohs(address.sin_port));
+  const std::string file = folder.write("broker.conf", "listener " + port + " 127.0.0.1\nallow_anonymous true\n");
+  pid = launch({"/usr/sbin/mosquitto", "-c", file}, folder.file("log"));
+}
+
+Broker::~Broker() {
+  kill(pid, SIGTERM);
+  waitpid(pid, nullptr, 0);
+}
+
+void Broker::publish(const std::string& topic, const std::string& payload) const {
+  int status = 1;
+  until([&] {
+    const std::vector<std::string> words{"mosquitto_pub", "-p", port, "-q", "1", "-t", topic, "-m", payload};
+    waitpid(launch(words, folder.file("log")), &status, 0);
+    return status == 0;
+  });
 }
 
 SimulatedModem::SimulatedModem(const std::string& path, const orvix::simulator::ModemOptions& options)
@@ -72,23 +121,16 @@ Gateway::~Gateway() {
 }
 
 void Gateway::start() {
-  setenv("LD_PRELOAD", ORVIX_FAST_TIME, 1);
-  setenv("ORVIX_CONTROL", folder.file("control").c_str(), 1);
-  pid = fork();
-  if (pid == 0) {
-    setpgid(0, 0);
-    control->supervisor = getpid();
-    dup2(open(folder.file("log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
-    execl(ORVIX_GATEWAY, "gsm-gateway", "--config", folder.file("gateway.json").c_str(), "run", nullptr);
-    _exit(1);
-  }
+  pid = launch({ORVIX_GATEWAY, "--config", folder.file("gateway.json"), "run"}, folder.file("log"),
+               folder.file("control"));
+  control->supervisor = pid;
   until([this] { return !text("/v1/modems").empty() || !isRunning(); });
 }
 
 bool Gateway::isRunning() {
   int status = 0;
   if (pid != -1 && waitpid(pid, &status, WNOHANG) == pid) {
-    ends += WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? 0 : 1;
+    ends += status == 0 || (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) ? 0 : 1;
     pid = -1;
   }
   return pid != -1;
@@ -100,6 +142,11 @@ void Gateway::kill(bool isWithWorkers) {
     waitpid(pid, nullptr, 0);
     pid = -1;
   }
+}
+
+void Gateway::stop() {
+  ::kill(pid, SIGTERM);
+  until([this] { return !isRunning(); });
 }
 
 std::vector<pid_t> Gateway::workers() const {

@@ -64,6 +64,26 @@ class SimulatedModem {
   std::thread runner;
 };
 
+// A program as a process in a group of its own, its errors in the log; without a control page in real time.
+pid_t launch(const std::vector<std::string>& words, const std::string& log, const std::string& controlFile = "");
+
+// A mosquitto on a port of its own.
+class Broker {
+ public:
+  Broker();
+  ~Broker();
+  Broker(const Broker&) = delete;
+  Broker& operator=(const Broker&) = delete;
+
+  std::string url() const { return "mqtt://127.0.0.1:" + port; }
+  void publish(const std::string& topic, const std::string& payload) const;  // and waits until the broker has it
+
+ private:
+  const world::TemporaryFolder folder;
+  std::string port;
+  pid_t pid = -1;
+};
+
 // The service as processes, in a process group of their own.
 class Gateway {
  public:
@@ -76,6 +96,7 @@ class Gateway {
   void start();      // and waits until it answers or ends
   bool isRunning();  // looks whether it has ended
   void kill(bool isWithWorkers = true);
+  void stop();  // SIGTERM, and waits for its end
   std::vector<pid_t> workers() const;
 
   // The status of the answer, 0 when there was none.
@@ -85,6 +106,9 @@ class Gateway {
   // Holds what the modems sent against what is told of the messages with these ids, each of which has its id as its
   // text.
   void account(const std::vector<std::string>& ids, Figures* figures);
+
+  // From now on the processes record what leaves them; in this file, as fastTime.cpp says.
+  std::string record() const { return folder.write("control.record", ""); }
 
   Control* control = nullptr;
 
