@@ -36,6 +36,9 @@ UNION ALL
 SELECT 'the counts do not add up: ' || state FROM tally WHERE count !=
   (SELECT count(*) FROM message WHERE message.state = tally.state)
 UNION ALL
+SELECT 'a day is counted wrongly: ' || owner FROM lately WHERE count !=
+  (SELECT count(*) FROM message WHERE message.owner = lately.owner AND accepted > since)
+UNION ALL
 SELECT 'nobody would take it: ' || id FROM message WHERE state = 0 AND due IS NOT NULL AND
   sequence NOT IN (SELECT sequence FROM turn)
 UNION ALL

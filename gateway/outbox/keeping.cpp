@@ -44,6 +44,8 @@ void Outbox::Store::remove(const Record& record) {
   // Its attempts and notes go with it (ON DELETE CASCADE).
   database->change("DELETE FROM message WHERE sequence = ?", record.message.sequence);
   count(record.message.state, -1);
+  database->run("UPDATE lately SET count = count - 1 WHERE owner = ? AND since < ?", record.message.owner,
+                record.message.acceptedMs);
   if (record.batch) {
     database->change("DELETE FROM batch WHERE id = ?1 AND NOT EXISTS(SELECT 1 FROM message WHERE batch = ?1)",
                      *record.batch);

@@ -89,12 +89,6 @@ Counts Outbox::counts() {
   return counts;
 }
 
-int Outbox::acceptedSince(const std::string& owner, std::int64_t sinceMs) {
-  Rows rows = store->database->rows("SELECT count(*) FROM message WHERE owner = ? AND accepted >= ?", owner, sinceMs);
-  rows.next();
-  return rows.as<int>(0);
-}
-
 std::optional<std::string> Outbox::recording(const std::string& id, int number) {
   Rows rows = store->database->rows(
       "SELECT recording FROM attempt WHERE message = (SELECT sequence FROM message WHERE id = ?) AND number = ?", id,

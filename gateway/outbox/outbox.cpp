@@ -24,7 +24,8 @@ Outbox::Store::Store(const StorageConfig& storageConfig, const SendingConfig& se
   // Derived from the messages at each start: nothing on the disk can contradict them.
   database->script(
       "CREATE TEMP TABLE tally(state INTEGER PRIMARY KEY, count INTEGER);"
-      "INSERT INTO tally SELECT state, count(*) FROM message GROUP BY state");
+      "INSERT INTO tally SELECT state, count(*) FROM message GROUP BY state;"
+      "CREATE TEMP TABLE lately(owner TEXT PRIMARY KEY, since INTEGER, count INTEGER)");
   queue.makeTables();
   queue.rebuild(nowMs);
 }
@@ -69,6 +70,7 @@ Record Outbox::Store::insert(const NewMessage& message, const NewRequest& reques
       message.expiresMs);
   const Record record = recordAt(database->lastSequence());
   count(MessageState::kQueued, 1);
+  database->run("UPDATE lately SET count = count + 1 WHERE owner = ?", message.owner);
   queue.enter(record, nowMs);
   addNote(record);
   return record;

@@ -132,8 +132,9 @@ class Outbox {
   Counts counts();
   // The message that ended last.
   std::optional<Message> lastEnded();
-  // Messages that an owner had accepted since then.
-  int acceptedSince(const std::string& owner, std::int64_t sinceMs);
+  // When an owner may have `count` more messages accepted, of `perDay` in 24 hours; none: now. More than there can ever
+  // be are told the time at which the budget is whole.
+  std::optional<std::int64_t> ownerFreeMs(const std::string& owner, int perDay, int count, std::int64_t nowMs);
   // Of one attempt; none when it has no recording.
   std::optional<std::string> recording(const std::string& id, int number);
 

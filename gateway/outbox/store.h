@@ -43,6 +43,7 @@ struct Outbox::Store {
   // Counts of states are kept, since counting 100,000 rows at every look at the queue would cost too much.
   void count(MessageState state, int difference);
   int attemptsBegun(std::int64_t sequence);
+  std::int64_t acceptedLately(const std::string& owner);
   // The end of the attempt that runs, from whatever side it is told.
   Message finishAttempt(Record record, const AttemptEnd& end);
   void renew(Record* record);  // for a person's resend

@@ -149,10 +149,14 @@ std::variant<Accepted, Refusal> Service::State::take(const NewRequest& request, 
     }
     return Accepted{false, known->isBatch, known->messages};
   }
-  const auto count = static_cast<std::int64_t>(request.messages.size());
-  const std::int64_t perDay = caller.rights.perDay;
-  if (perDay != 0 && outbox->acceptedSince(caller.owner, clock->nowMs() - kDayMs) + count > perDay) {
-    return refuse(429, "you have sent your number of messages for 24 hours");
+  const auto count = static_cast<int>(request.messages.size());
+  const std::int64_t nowMs = clock->nowMs();
+  if (const int perDay = caller.rights.perDay; perDay != 0) {
+    if (const auto freeMs = outbox->ownerFreeMs(caller.owner, perDay, count, nowMs)) {
+      Refusal refusal = refuse(429, "you have sent your number of messages for 24 hours");
+      refusal.retryAfterSeconds = static_cast<int>((*freeMs - nowMs + kSecondMs - 1) / kSecondMs);
+      return refusal;
+    }
   }
   const std::int64_t limit = config.storage.queueLimit;
   // The last tenth is for alarms, so that a flood of others cannot keep them out.
@@ -160,7 +164,7 @@ std::variant<Accepted, Refusal> Service::State::take(const NewRequest& request, 
   if (limit != 0 && outbox->counts().of(MessageState::kQueued) + count > limit - kept) {
     return refuse(503, "the queue is full");
   }
-  Accepted accepted{true, request.isBatch, outbox->accept(request, clock->nowMs())};
+  Accepted accepted{true, request.isBatch, outbox->accept(request, nowMs)};
   for (const Message& message : accepted.messages) {
     changed(message);
   }
