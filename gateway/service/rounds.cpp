@@ -41,11 +41,10 @@ void Service::State::voidRound(const std::string& reason) {
   }
 }
 
-bool Service::State::commitRound() {
+bool Service::State::commitRound(bool isTrial) {
   const bool isAwaited = !waiting.empty() || !news.empty();
   outbox->setTime(clock->nowMs(), clock->offsetMs());
   // After a failure something is written even when nothing waits, or nobody would learn that the disk is well again.
-  const bool isTrial = !storeTrouble.empty() && clock->nowMs() >= storeRetryMs;
   bool isWritten = false;
   if (!onStore([&] { isWritten = outbox->commit(isTrial); })) {
     return false;
@@ -106,14 +105,21 @@ void Service::State::changed(const Modem& modem) {
 
 void Service::settle() {
   state->clock->update();
+  // While the database refuses, what the doors have only looked at, or repeated, must not fail with what is tried here.
+  if (!state->storeTrouble.empty()) {
+    state->commitRound(false);
+  }
+  bool isTrial = false;
   // A commit may set a modem free or bring a message that it can take at once.
   do {
-    if (state->clock->nowMs() >= state->storeRetryMs) {
+    const bool mayWork = state->clock->nowMs() >= state->storeRetryMs;
+    isTrial = mayWork && !state->storeTrouble.empty();
+    if (mayWork) {
       state->letTimePass();
       beat();
       state->dispatch();
     }
-  } while (state->commitRound());
+  } while (state->commitRound(isTrial));
 }
 
 std::optional<std::int64_t> Service::nextTimeMs() {

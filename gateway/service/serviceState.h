@@ -54,7 +54,7 @@ struct Service::State final : WorkerListener {
   // After a StoreError: nothing since the last commit happened.
   void voidRound(const std::string& reason);
   // Whether there was anything to tell, so that another round may be due.
-  bool commitRound();
+  bool commitRound(bool isTrial);
 
   // The halves of submit, show, cancel and resolve that speak with the outbox. `otherwise` is what a 409 says.
   std::variant<Accepted, Refusal> take(const NewRequest& request, const Caller& caller);
