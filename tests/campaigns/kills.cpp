@@ -49,7 +49,7 @@ class Round {
       post();
       return wanted.empty() && !gateway.hasWork();
     });
-    gateway.account(ids, figures);
+    gateway.account(texts, figures);
   }
 
  private:
@@ -64,8 +64,9 @@ class Round {
     }
   }
   void postAnother() {
-    ids.push_back("k" + std::to_string(ids.size()));
-    wanted.insert(ids.back());
+    const std::string id = "k" + std::to_string(texts.size());
+    texts[id] = id;
+    wanted.insert(id);
     post();
   }
 
@@ -103,7 +104,7 @@ class Round {
   campaign::SimulatedModem first{folder.file("first"), slowModem()};
   campaign::SimulatedModem second{folder.file("second"), slowModem()};
   campaign::Gateway gateway{{&first, &second}, settings(), kSpeed};
-  std::vector<std::string> ids;
+  std::map<std::string, std::string> texts;
   std::set<std::string> wanted;  // not known to be accepted
   Walk& lastCall;
 };

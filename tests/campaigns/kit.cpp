@@ -18,13 +18,21 @@ namespace campaign {
 
 using nlohmann::json;
 
-bool until(const std::function<bool()>& condition) {
+namespace {
+
+std::int64_t realMs() {
   using namespace std::chrono;
-  for (const auto end = steady_clock::now() + minutes(2); !condition();) {
-    if (steady_clock::now() > end) {
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+}  // namespace
+
+bool until(const std::function<bool()>& condition) {
+  for (const std::int64_t endMs = realMs() + 120000; !condition();) {
+    if (realMs() > endMs) {
       return false;
     }
-    std::this_thread::sleep_for(milliseconds(5));
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return true;
 }
@@ -77,13 +85,28 @@ void Broker::publish(const std::string& topic, const std::string& payload) const
   });
 }
 
-SimulatedModem::SimulatedModem(const std::string& path, const orvix::simulator::ModemOptions& options)
-    : link(path), modem(options), line(path) {
+SimulatedModem::SimulatedModem(const std::string& path, const orvix::simulator::ModemOptions& options, Kind itsKind)
+    : link(path), modem(options, itsKind), line(path, itsKind == kRenumbered) {
   modem.onMessage([this](const orvix::simulator::Message& message) {
     const std::lock_guard<std::mutex> lock(mutex);
     texts[message.text] += message.reference ? 1 : 0;
   });
-  runner = std::thread([this] { orvix::simulator::run(modem, line, stop, {{}, &plug}); });
+  modem.onTrace([this](orvix::simulator::Direction direction, std::string_view bytes) {
+    isAtPrompt = direction == orvix::simulator::Direction::kFromModem && bytes.find("> ") != std::string::npos;
+    begunMs = bytes == "AT+CMGF=1" && begunMs == 0 ? realMs() : begunMs.load();
+  });
+  const auto onReturn = [this] {
+    returnedMs = realMs();
+    begunMs = 0;
+    hasReturnedAtPrompt = isAtPrompt && modem.kind == kKeepsPower;
+  };
+  runner = std::thread([this, onReturn] { orvix::simulator::run(modem, line, stop, {onReturn, &plug}); });
+}
+
+void SimulatedModem::Modem::unplug() {
+  if (kind != kKeepsPower) {
+    orvix::simulator::Modem::unplug();
+  }
 }
 
 SimulatedModem::~SimulatedModem() {
@@ -178,7 +201,7 @@ bool Gateway::hasWork() {
   return false;
 }
 
-void Gateway::account(const std::vector<std::string>& ids, Figures* figures) {
+void Gateway::account(const std::map<std::string, std::string>& texts, Figures* figures) {
   auto& [counts, faults] = *figures;
   for (const char* const fault : {"lost", "sent twice", "untrue", "provable doubts", "crashes"}) {
     faults[fault] += 0;
@@ -189,20 +212,23 @@ void Gateway::account(const std::vector<std::string>& ids, Figures* figures) {
       sent[text] += count;
     }
   }
-  for (const std::string& id : ids) {
+  std::map<std::string, int> strange = sent;
+  for (const auto& [id, sentText] : texts) {
     const std::string page = text("/v1/messages/" + id);
     const json message = page.empty() ? json{{"state", "lost"}} : json::parse(page);
     const std::string state = message["state"];
     ++counts[state];
+    strange.erase(sentText);
     faults["lost"] += state == "lost" || state == "queued" || state == "attempting" ? 1 : 0;
-    faults["sent twice"] += sent[id] > 1 ? 1 : 0;
-    faults["untrue"] += state != "uncertain" && (state == "sent") != (sent[id] > 0) ? 1 : 0;
+    faults["sent twice"] += sent[sentText] > 1 ? 1 : 0;
+    faults["untrue"] += state != "uncertain" && (state == "sent") != (sent[sentText] > 0) ? 1 : 0;
     if (state == "uncertain") {
       const std::string attempts = std::to_string(message["attempts"].size());
       const std::string recording = text("/v1/messages/" + id + "/attempts/" + attempts + "/recording");
-      faults["provable doubts"] += recording.find("+CMGS: ") != std::string::npos ? 1 : 0;
+      faults["provable doubts"] += recording.find(R"(\n+CMGS: )") != std::string::npos ? 1 : 0;
     }
   }
+  faults["strange texts"] += static_cast<int>(strange.size());
   countCrashes(figures);
 }
 

@@ -42,10 +42,14 @@ class Random {
 // Whether the condition came true within two minutes of real time.
 bool until(const std::function<bool()>& condition);
 
+enum Kind { kUsual, kRenumbered, kKeepsPower };
+
 // Switched on as long as it lives, at the end of a link. Its delays are in real time.
 class SimulatedModem {
  public:
-  explicit SimulatedModem(const std::string& link, const orvix::simulator::ModemOptions& options = {});
+  // Once unplugged, it comes back renumbered, or as it was, even at its prompt.
+  explicit SimulatedModem(const std::string& link, const orvix::simulator::ModemOptions& options = {},
+                          Kind itsKind = kUsual);
   ~SimulatedModem();
   SimulatedModem(const SimulatedModem&) = delete;
   SimulatedModem& operator=(const SimulatedModem&) = delete;
@@ -55,8 +59,21 @@ class SimulatedModem {
   const std::string link;
   orvix::simulator::Plug plug;
 
+  // In real time: the last return of the line, and the message that began next, 0 before it did.
+  std::atomic<std::int64_t> returnedMs{0};
+  std::atomic<std::int64_t> begunMs{0};
+  std::atomic<bool> hasReturnedAtPrompt{false};
+
  private:
-  orvix::simulator::Modem modem;
+  struct Modem : orvix::simulator::Modem {
+    Modem(const orvix::simulator::ModemOptions& itsOptions, Kind itsKind)
+        : orvix::simulator::Modem(itsOptions), kind(itsKind) {}
+    void unplug() override;
+    const Kind kind;
+  };
+
+  Modem modem;
+  bool isAtPrompt = false;
   orvix::simulator::PtyLine line;
   orvix::simulator::StopEvent stop;
   std::mutex mutex;
@@ -103,9 +120,8 @@ class Gateway {
   int post(const nlohmann::json& message);
   std::string text(const std::string& target);  // "" unless 200
   bool hasWork();
-  // Holds what the modems sent against what is told of the messages with these ids, each of which has its id as its
-  // text.
-  void account(const std::vector<std::string>& ids, Figures* figures);
+  // Holds what the modems sent against what is told of these messages, the text of each by its id.
+  void account(const std::map<std::string, std::string>& texts, Figures* figures);
 
   // From now on the processes record what leaves them; in this file, as fastTime.cpp says.
   std::string record() const { return folder.write("control.record", ""); }
