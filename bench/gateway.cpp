@@ -13,7 +13,8 @@ namespace {
 namespace fs = std::filesystem;
 
 void print(const std::string& what, double value, const std::string& mark, const std::string& verdict) {
-  std::printf("| %s | %.*f | %s | %s |\n", what.c_str(), value < 10 ? 2 : 0, value, mark.c_str(), verdict.c_str());
+  const int digits = value < 0.1 ? 4 : value < 10 ? 2 : 0;
+  std::printf("| %s | %.*f | %s | %s |\n", what.c_str(), digits, value, mark.c_str(), verdict.c_str());
   std::fflush(stdout);
 }
 
