@@ -24,7 +24,8 @@ start_service() {
     jq --arg line "$folder/modem$n:115200,n,8,1" '.config.comstr = $line' "$top/packaging/modem.json" >"modem$n.json"
   done
   jq -n --argjson modems "$1" --arg folder "$folder" --arg plugin "$arm/libgsmmodem.so" --arg port "${2:-}" '{
-    plugin: $plugin, storage: {folder: ($folder + "/store")}, http: {socket: ($folder + "/sock"), listen: "127.0.0.1:0"},
+    plugin: $plugin, storage: {folder: ($folder + "/store")},
+    http: {socket: ($folder + "/sock"), listen: "127.0.0.1:0"},
     modems: [range(1; $modems + 1) | {name: "modem\(.)", config: "\($folder)/modem\(.).json"}]}
     + if $port == "" then {} else {mqtt: {id: "bench", broker: "mqtt://127.0.0.1:\($port)"}} end' >gateway.json
   # The emulator has the program's path execute itself: the script in its place has it emulated again.
