@@ -164,6 +164,8 @@ TEST_F(OutboxKeepingTest, ReportsAreThinnedWithTheirAge) {
   ASSERT_EQ(first.size(), 1U);
   EXPECT_FALSE(first[0].meanDbm);
   EXPECT_TRUE(outbox->history("other", start, now, 60).empty());
+  open();
+  EXPECT_LT(std::filesystem::file_size(storage.folder + "/outbox.db"), 500000U) << "little is kept of 57600 reports";
 }
 
 }  // namespace
