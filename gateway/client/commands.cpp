@@ -44,11 +44,8 @@ int listMessages(const Options& options) {
     }
     next = page.at("next");
   }
-  if (options.json) {
-    // As one answer of HTTP would be, with everything in it.
-    return show(options, {{"messages", std::move(messages)}, {"next", nullptr}}, nullptr);
-  }
-  return show(options, messages, messagesView);
+  // As one answer of HTTP would be, with everything in it.
+  return show(options, {{"messages", std::move(messages)}, {"next", nullptr}}, messagesView);
 }
 
 int showMessage(const Options& options) {

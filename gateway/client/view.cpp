@@ -107,9 +107,9 @@ std::string table(const Rows& rows) {
   return text;
 }
 
-std::string messagesView(const json& messages) {
+std::string messagesView(const json& list) {
   Rows rows = {{"ID", "STATE", "TO", "ACCEPTED", "TEXT"}};
-  for (const json& message : messages) {
+  for (const json& message : list.at("messages")) {
     const std::string reason = message.at("reason").is_null() ? "" : " (" + cell(message.at("reason")) + ")";
     rows.push_back({cell(message.at("id")), cell(message.at("state")) + reason, cell(message.at("to")),
                     timeCell(message.at("accepted")), cell(message.at("text"))});

@@ -18,7 +18,7 @@ std::string timeCell(const nlohmann::json& value);
 std::string table(const std::vector<std::vector<std::string>>& rows);
 
 // Each ends with a line feed.
-std::string messagesView(const nlohmann::json& messages);
+std::string messagesView(const nlohmann::json& list);
 std::string messageView(const nlohmann::json& message);
 std::string statusView(const nlohmann::json& status);
 

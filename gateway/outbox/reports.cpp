@@ -41,7 +41,7 @@ struct Bucket {
   std::int64_t count = 0;
   std::int64_t sum = 0;
 
-  explicit Bucket(std::int64_t timeMs) { point = {timeMs, std::nullopt, std::nullopt, std::nullopt, true}; }
+  explicit Bucket(std::int64_t timeMs) : point{timeMs, std::nullopt, std::nullopt, std::nullopt, true} {}
 
   void add(const Sample& sample) {
     point.isRegistered = point.isRegistered && sample.isRegistered;

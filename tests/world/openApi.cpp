@@ -79,9 +79,10 @@ std::string faultOf(const json& value, const json& schemaOrReference, const std:
 const json* entryOf(const std::vector<std::string>& path) {
   for (const auto& [pattern, entry] : document().at("paths").items()) {
     const auto parts = std::get<orvix::gateway::Target>(orvix::gateway::readTarget(pattern)).path;
-    if (std::equal(parts.begin(), parts.end(), path.begin(), path.end(), [](const auto& part, const auto& given) {
-          return part == given || (part.rfind('{', 0) == 0 && !given.empty());
-        })) {
+    const auto stands = [](const std::string& part, const std::string& given) {
+      return part == given || (part.rfind('{', 0) == 0 && !given.empty());
+    };
+    if (std::equal(parts.begin(), parts.end(), path.begin(), path.end(), stands)) {
       return &entry;
     }
   }
