@@ -128,7 +128,7 @@ wrong=$(jq -nR '
   {sensor: "state_topic", binary_sensor: "state_topic", notify: "command_topic"} as $topics |
   [inputs | capture("^(?<topic>[^ ]+) (?<text>.*)$")] as $told |
   ($told | map({key: .topic, value: .text}) | from_entries) as $last |
-  [$told[] | . + (.topic | capture("^homeassistant/(?<kind>[a-z_]+)/gsm_plant7/(?<object>[A-Za-z0-9_-]+)/config$"))
+  [$told | unique_by(.topic)[] | . + (.topic | capture("^homeassistant/(?<kind>[a-z_]+)/gsm_plant7/(?<object>[A-Za-z0-9_-]+)/config$"))
     | .document = (.text | fromjson)] as $entities |
   ($entities[] | .document as $it | .topic + ": " + (
     (($it | keys) - common - $keys[.kind] | map("unknown " + .)),
@@ -157,8 +157,6 @@ seq -f '{"id": "n%g", "to": "'$number'", "text": "x", "modem": "absent"}' 50 | s
 send -m '{"id": "m", "to": "'$number'", "text": "meanwhile", "modem": "main"}'
 until_true told 'message/n50 .*"queued"'
 until_true told 'message/m .*"attempting"'
-kill -USR1 "$broker" # so that it knows its watcher again after its death
-until_true grep -q Saving "$folder/broker.txt"
 kill -STOP "$broker"
 before=$(queue_told)
 cancel 1 25
