@@ -14,11 +14,17 @@ cat >"$folder/gateway.json" <<END
  "storage": {"folder": "$folder/store"}, "http": {"socket": "$folder/gateway.sock", "listen": ""},
  "mqtt": {"broker": "mqtt://127.0.0.1:$port", "id": "test", "homeAssistant": "homeassistant"}}
 END
+echo '{"plugin": "/none", "modems": [{"name": "a b", "config": "/none"}], "colour": 1}' >"$folder/bad.json"
 modem_has() { grep -q "$1" "$folder/modem.txt"; }
 
 gateway check 0 check
 gateway nobody 4 list
+gateway usage 2 list --state odd
+config=none gateway noFile 3 list
+config=bad gateway problems 3 check
+for key in plugin 'modems[0].name' 'modems[0].config' colour; do expect problems "bad.json: $key: "; done
 start_gateway
+getent group orvix >/dev/null || expect service "there is no group orvix, our own one may use it"
 gateway second 4 run
 expect second "another"
 mosquitto_sub -p "$port" -t 'gsm/test/#' -t 'homeassistant/#' -F '%t %p' >"$folder/told.txt" &
@@ -35,6 +41,11 @@ expect told '"status":422'
 expect told 'homeassistant/sensor/gsm_test/queue/config'
 grep 'message/m ' "$folder/told.txt" | sed 's/.*"state":"\([a-z]*\)".*/\1/' | xargs >"$folder/states.txt"
 expect states "queued attempting sent"
+gateway notYet 7 send +491701234567 "takes its time" --wait 0
+gateway expired 5 send +491701234567 "behind it" --expires 1 --wait 120
+expect expired " is expired: "
+gateway unknown 8 show nothing
+"$bin/gsm-gateway" --config "$folder/gateway.json" list >/dev/full 2>&1 && fail "a full disk is no failure" || [[ $? == 1 ]]
 
 curl -sf --unix-socket "$folder/gateway.sock" http://localhost/metrics >"$folder/metrics.txt"
 expect metrics 'gsm_send_seconds_count{modem="main"} 2'

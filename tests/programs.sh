@@ -85,12 +85,12 @@ start_broker() {
   others+=" $broker"
   until_true mosquitto_pub -h 127.0.0.1 -p "$1" -t probe -n
 }
-# gateway NAME STATUS ARGUMENT...: runs gsm-gateway with $folder/gateway.json, its output and errors into NAME, and
-# checks how it ended.
+# gateway NAME STATUS ARGUMENT...: runs gsm-gateway with $folder/gateway.json, or the file that $config names without its
+# ending, its output and errors into NAME, and checks how it ended.
 gateway() {
   local name=$1 expected=$2 status=0
   shift 2
-  "$bin/gsm-gateway" --config "$folder/gateway.json" "$@" >"$folder/$name.txt" 2>&1 || status=$?
+  "$bin/gsm-gateway" --config "$folder/${config:-gateway}.json" "$@" >"$folder/$name.txt" 2>&1 || status=$?
   [[ $status == "$expected" ]] || fail "$name ended with $status, not $expected"
 }
 # start_gateway: runs the service until it answers; its id is in $service, its log in service.
