@@ -11,10 +11,8 @@
 #include <cstring>
 #include <utility>
 
-#include "common/duration.h"
-#include "gateway/worker/attemptRecord.h"
-#include "gateway/worker/protocol.h"
 #include "gateway/worker/spawn.h"
+#include "gateway/worker/workerProcessState.h"
 
 namespace orvix::gateway {
 namespace {
@@ -22,7 +20,6 @@ namespace {
 // A message takes some 16 s in the plug-in, a close with a full line 30 s; a worker speaks every 30 s at least.
 constexpr std::int64_t kLongestCallMs = 45000;
 constexpr std::int64_t kLongestSilenceMs = 90000;
-constexpr std::int64_t kFirstRestartMs = kSecondMs;
 constexpr std::int64_t kLongestRestartMs = kMinuteMs;
 constexpr std::int64_t kReapEveryMs = 20;
 // A worker that never stops talking leaves time for the others.
@@ -46,53 +43,6 @@ const char* wordOf(ModemState state) {
   }
   return "ready";
 }
-
-struct WorkerProcess::State {
-  ModemConfig config;
-  std::string plugin;
-  int lateSeconds;
-  WorkerListener* listener;
-  std::string program;
-
-  bool isWanted = false;  // one that dies is to be replaced
-  int socket = -1;        // -1: no process, or one that is dying
-  pid_t pid = -1;         // -1: none, and none to be reaped
-  bool isKilled = false;
-  FrameBuffer incoming;
-  std::string outgoing;
-  std::int64_t heardMs = 0;
-  std::optional<std::int64_t> callMs;  // since when it is inside the plug-in
-  std::string doing;
-  std::optional<AttemptRecord> running;
-  bool mayWaitAtPrompt = false;
-  bool isLineLost = false;   // in the middle of a call of this process
-  bool wasLineLost = false;  // by an earlier one, and no modem is back yet
-  std::int64_t delayMs = kFirstRestartMs;
-  std::int64_t startMs = 0;
-  std::int64_t reapMs = 0;
-
-  void startProcess(std::int64_t nowMs);
-  void delayStart(std::int64_t nowMs);
-  void send(const ToWorker& message);
-  void flush();
-  bool receive(std::int64_t nowMs);
-  void handleFrames(std::int64_t nowMs);
-  AttemptRecord& attemptOf(const char* news);
-  void take(const StateNews& news, std::int64_t nowMs);
-  void take(const ModemReport& report, std::int64_t nowMs);
-  void take(const DoingNews& news, std::int64_t nowMs);
-  void take(const TrafficNews& news, std::int64_t nowMs);
-  void take(const PromptNews& news, std::int64_t nowMs);
-  void take(const EndNews& news, std::int64_t nowMs);
-  void take(const HealedNews& news, std::int64_t nowMs);
-  void take(const ReconnectedNews& news, std::int64_t nowMs);
-  void take(const LineLostNews& news, std::int64_t nowMs);
-  void endLineless(std::int64_t nowMs);
-  void end(const std::string& reason, std::int64_t nowMs);
-  void tellDeath(const std::string& reason);
-  void reap(std::int64_t nowMs);
-  std::string stuckReason(std::int64_t nowMs) const;
-};
 
 void WorkerProcess::State::startProcess(std::int64_t nowMs) {
   const Child child = spawn(program, {"gsm-gateway", "worker"});
@@ -148,94 +98,6 @@ bool WorkerProcess::State::receive(std::int64_t nowMs) {
     incoming.append({bytes, static_cast<std::size_t>(count)});
   }
   return true;
-}
-
-void WorkerProcess::State::handleFrames(std::int64_t nowMs) {
-  try {
-    while (socket != -1 && !isKilled) {
-      const std::optional<Frame> frame = incoming.next();
-      if (!frame) {
-        return;
-      }
-      std::visit([&](const auto& news) { take(news, nowMs); }, fromWorkerOf(*frame));
-      endLineless(nowMs);
-    }
-  } catch (const ProtocolError& error) {
-    end(std::string("the worker breaks the protocol: ") + error.what(), nowMs);
-  }
-}
-
-// What belongs to an attempt proves a broken worker when there is none.
-AttemptRecord& WorkerProcess::State::attemptOf(const char* news) {
-  if (!running) {
-    throw ProtocolError(std::string(news) + " of no attempt");
-  }
-  return *running;
-}
-
-void WorkerProcess::State::take(const StateNews& news, std::int64_t /*nowMs*/) {
-  if (news.state == ModemState::kReady) {
-    delayMs = kFirstRestartMs;
-    // A modem that is ready answers, unless it is attempting just now.
-    mayWaitAtPrompt = mayWaitAtPrompt && running;
-  }
-  listener->onState(config.name, news.state, news.reason);
-}
-
-void WorkerProcess::State::take(const ModemReport& report, std::int64_t /*nowMs*/) {
-  listener->onReport(config.name, report);
-}
-
-void WorkerProcess::State::take(const DoingNews& news, std::int64_t nowMs) {
-  callMs = news.isCall ? std::optional(nowMs) : std::nullopt;
-  if (doing != news.doing) {
-    doing = news.doing;
-    listener->onDoing(config.name, doing);
-  }
-}
-
-void WorkerProcess::State::take(const TrafficNews& news, std::int64_t /*nowMs*/) {
-  attemptOf("traffic").take(news);
-}
-
-void WorkerProcess::State::take(const PromptNews& /*news*/, std::int64_t /*nowMs*/) {
-  AttemptRecord& attempt = attemptOf("a prompt");
-  // The text waits for the commit of the mark; without an answer the worker ends by itself.
-  attempt.takePrompt();
-  listener->onPrompt(config.name, attempt.order().id, attempt.order().number);
-}
-
-void WorkerProcess::State::take(const EndNews& news, std::int64_t /*nowMs*/) {
-  const AttemptResult result = attemptOf("an end").end(news);
-  const AttemptOrder order = running->order();
-  // Before the listener is called: it may order the next attempt.
-  running.reset();
-  // Only an attempt that ended without the text can have left the modem at its prompt.
-  mayWaitAtPrompt = result.verdict == hostkit::Verdict::kNotSent;
-  listener->onAttemptEnded(config.name, order.id, order.number, result);
-}
-
-void WorkerProcess::State::take(const HealedNews& /*news*/, std::int64_t /*nowMs*/) {
-  mayWaitAtPrompt = false;
-  listener->onHealed(config.name);
-}
-
-void WorkerProcess::State::take(const ReconnectedNews& /*news*/, std::int64_t /*nowMs*/) {
-  wasLineLost = false;
-  listener->onReconnected(config.name);
-}
-
-void WorkerProcess::State::take(const LineLostNews& /*news*/, std::int64_t /*nowMs*/) {
-  isLineLost = true;
-}
-
-// A call may go on for half a minute without its line: another process is there when that comes back. Between the leave
-// to write the text and its end, only the call itself knows how much was written.
-void WorkerProcess::State::endLineless(std::int64_t nowMs) {
-  if (isLineLost && socket != -1 && (!running || running->isSettled())) {
-    wasLineLost = true;
-    end("the line hung up", nowMs);
-  }
 }
 
 // A process that has been sent SIGKILL runs none of its code any more, even where the closing of its line takes long.
