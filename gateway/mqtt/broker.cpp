@@ -20,7 +20,7 @@ namespace {
 constexpr int kQos = 1;
 constexpr int kKeepAliveSeconds = 30;
 constexpr unsigned kShortestDelaySeconds = 1;
-constexpr unsigned kLongestDelaySeconds = 60;
+constexpr unsigned kLongestDelaySeconds = 30;
 // Small brokers hold few; the rest waits in the library.
 constexpr unsigned kMostInFlight = 20;
 constexpr std::size_t kMostWaiting = 4 << 20;  // bytes of messages

@@ -1,6 +1,6 @@
 // The connection to an MQTT 3.1.1 broker: the only file that knows libmosquitto.
 //
-// Threads: one, the loop's. A thread inside resolves names, connects, connects again (1 to 60 s between tries) and
+// Threads: one, the loop's. A thread inside resolves names, connects, connects again (1 to 30 s between tries) and
 // moves packets; it owns nothing and only posts what happens, which take() hands out. So a broker that is slow, away or
 // refuses holds nothing up.
 #pragma once
