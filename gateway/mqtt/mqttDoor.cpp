@@ -8,6 +8,7 @@
 #include "common/duration.h"
 #include "common/isoTime.h"
 #include "common/printable.h"
+#include "gateway/mqtt/command.h"
 #include "gateway/mqtt/discovery.h"
 #include "gateway/service/modemJson.h"
 
@@ -28,14 +29,6 @@ constexpr std::int64_t kGoodbyeMs = 3000;  // for a broker to take it
 // For the last result: what an uncertain one became is news, though it has not ended.
 bool isEnd(MessageState state) {
   return state != MessageState::kQueued && state != MessageState::kAttempting;
-}
-
-// The id of a command, as far as it can be made out at all.
-std::string idIn(const std::string& payload) {
-  const json document = json::parse(payload, nullptr, false);
-  const bool hasId = document.is_object() && document.contains("id") && document["id"].is_string();
-  const std::string id = hasId ? document["id"].get<std::string>() : "";
-  return isUsableId(id) ? id : "";
 }
 
 }  // namespace
@@ -166,18 +159,9 @@ void MqttDoor::onTaken(int publication) {
 }
 
 void MqttDoor::onCommand(const std::string& payload) {
-  if (payload.size() > kLongestPayload) {
-    refuse("", {413, "the message is longer than 64 kB", std::nullopt, std::nullopt});
-    return;
-  }
-  const std::string id = idIn(payload);
-  const auto submission = readSubmission(payload);
+  const auto [id, submission] = readCommand(payload);
   if (const auto* const refusal = std::get_if<Refusal>(&submission)) {
     refuse(id, *refusal);
-    return;
-  }
-  if (id.empty()) {
-    refuse("", {422, "missing", "id", std::nullopt});
     return;
   }
   const auto result = service->submit(caller, std::get<Submission>(submission));
@@ -191,7 +175,7 @@ void MqttDoor::onCommand(const std::string& payload) {
     service->announce(accepted.messages);
   }
   // The acceptance itself is told by the note that was written with it.
-  service->onCommitted([this, id](bool isCommitted) {
+  service->onCommitted([this, id = id](bool isCommitted) {
     if (!isCommitted) {
       refuse(id, {503, "the outbox takes nothing at the moment", std::nullopt, std::nullopt});
     }

@@ -1,0 +1,30 @@
+#include "gateway/mqtt/command.h"
+
+#include "gateway/mqtt/broker.h"
+
+namespace orvix::gateway {
+namespace {
+
+using nlohmann::json;
+
+std::string idIn(const std::string& payload) {
+  const json document = json::parse(payload, nullptr, false);
+  const bool hasId = document.is_object() && document.contains("id") && document["id"].is_string();
+  const std::string id = hasId ? document["id"].get<std::string>() : "";
+  return isUsableId(id) ? id : "";
+}
+
+}  // namespace
+
+Command readCommand(const std::string& payload) {
+  if (payload.size() > kLongestPayload) {
+    return {"", Refusal{413, "the message is longer than 64 kB", std::nullopt, std::nullopt}};
+  }
+  Command command{idIn(payload), readSubmission(payload)};
+  if (command.id.empty() && std::holds_alternative<Submission>(command.submission)) {
+    command.submission = Refusal{422, "missing", "id", std::nullopt};
+  }
+  return command;
+}
+
+}  // namespace orvix::gateway
