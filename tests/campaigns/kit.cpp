@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 #include "gateway/client/httpClient.h"
 
@@ -67,13 +68,25 @@ Broker::Broker() {
   getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
   close(socket);
   port = std::to_string(ntohs(address.sin_port));
-  const std::string file = folder.write("broker.conf", "listener " + port + " 127.0.0.1\nallow_anonymous true\n");
-  pid = launch({"/usr/sbin/mosquitto", "-c", file}, folder.file("log"));
+  // One that listens to a whole fleet is behind for a moment: no limit, and nothing is dropped.
+  configuration =
+      folder.write("broker.conf", "listener " + port + " 127.0.0.1\nallow_anonymous true\nmax_queued_messages 0\n");
+  start();
 }
 
 Broker::~Broker() {
-  kill(pid, SIGTERM);
-  waitpid(pid, nullptr, 0);
+  kill();
+}
+
+void Broker::start() {
+  pid = launch({"/usr/sbin/mosquitto", "-c", configuration}, folder.file("log"));
+}
+
+void Broker::kill() {
+  if (pid != -1) {
+    ::kill(pid, SIGKILL);
+    waitpid(std::exchange(pid, -1), nullptr, 0);
+  }
 }
 
 void Broker::publish(const std::string& topic, const std::string& payload) const {

@@ -84,20 +84,24 @@ class SimulatedModem {
 // A program as a process in a group of its own, its errors in the log; without a control page in real time.
 pid_t launch(const std::vector<std::string>& words, const std::string& log, const std::string& controlFile = "");
 
-// A mosquitto on a port of its own.
+// A mosquitto on a port of its own. It keeps nothing on a disk: a kill loses all sessions and all that was on its way.
 class Broker {
  public:
-  Broker();
+  Broker();  // starts it
   ~Broker();
   Broker(const Broker&) = delete;
   Broker& operator=(const Broker&) = delete;
 
+  void start();
+  void kill();
   std::string url() const { return "mqtt://127.0.0.1:" + port; }
   void publish(const std::string& topic, const std::string& payload) const;  // and waits until the broker has it
 
+  std::string port;
+
  private:
   const world::TemporaryFolder folder;
-  std::string port;
+  std::string configuration;
   pid_t pid = -1;
 };
 
