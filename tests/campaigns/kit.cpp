@@ -181,6 +181,9 @@ void Gateway::kill(bool isWithWorkers) {
 }
 
 void Gateway::stop() {
+  if (!isRunning()) {
+    return;
+  }
   ::kill(pid, SIGTERM);
   until([this] { return !isRunning(); });
 }
