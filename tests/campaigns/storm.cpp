@@ -1,0 +1,94 @@
+// A storm: 467 messages a second for a minute, with priorities and budgets, and the day behind it, in virtual time.
+#include <deque>
+
+#include "tests/campaigns/plant.h"
+
+namespace {
+
+using orvix::gateway::Caller;
+using orvix::gateway::Priority;
+
+constexpr int kModems = 7;
+constexpr int kModemBudget = 500;  // of all but the last two
+constexpr int kTokenBudget = 5000;
+constexpr int kMostWaitMs = 16000;
+constexpr std::int64_t kHourMs = 3600000;
+constexpr int kProbes = 150;
+
+// Counts how often more than `most` fall into a window of time.
+struct Window {
+  std::deque<std::int64_t> times;
+  int exceeds(std::int64_t nowMs, std::int64_t lengthMs, std::size_t most) {
+    while (!times.empty() && times.front() <= nowMs - lengthMs) {
+      times.pop_front();
+    }
+    times.push_back(nowMs);
+    return times.size() > most ? 1 : 0;
+  }
+};
+
+orvix::gateway::Config settings() {
+  orvix::gateway::Config config;
+  config.storage.queueLimit = 20000;
+  for (int i = 0; i < kModems; ++i) {
+    config.modems.emplace_back().name = "m" + std::to_string(i);
+    config.modems.back().perDay = i < kModems - 2 ? kModemBudget : 0;
+  }
+  return config;
+}
+
+}  // namespace
+
+// One message in twenty is an alarm, to a number of its own; the others go to 300 numbers.
+campaign::Figures campaign::run(int count, unsigned seed) {
+  Figures figures;
+  auto& [counts, faults] = figures;
+  Random random(seed);
+  Plant plant(settings(), count + kProbes);
+  std::map<std::string, Window> recipients;
+  std::map<std::string, Window> modems;
+  int waitingAlarms = 0;
+  std::int64_t longestMs = 0;
+  plant.onChange = [&](const Message& message) {
+    const bool isAlarm = message.priority == Priority::kAlarm;
+    if (message.state == MessageState::kQueued) {
+      waitingAlarms += isAlarm ? 1 : 0;
+    } else if (message.state == MessageState::kAttempting) {
+      const std::int64_t nowMs = plant.service->nowMs();
+      const std::string modem = message.attempts.back().modem;
+      const bool isLimited = modem < "m5";
+      waitingAlarms -= isAlarm ? 1 : 0;
+      faults["less urgent first"] += !isAlarm && waitingAlarms > 0 ? 1 : 0;
+      faults["over a number's budget"] += recipients[message.to].exceeds(nowMs, kHourMs, 20);
+      faults["over a modem's budget"] += modems[modem].exceeds(nowMs, 24 * kHourMs, isLimited ? kModemBudget : 100000);
+      longestMs = std::stoi(message.id) >= count ? std::max(longestMs, nowMs - message.acceptedMs) : longestMs;
+    }
+  };
+  const Caller token{"token:plant", {{"*"}, kTokenBudget, Priority::kAlarm, false}};
+  const Caller socket{"socket", {{"*"}, 0, Priority::kAlarm, true}};
+  int ofToken = 0;
+  for (int i = 0; i < count; ++i) {
+    orvix::gateway::Submission submission;
+    const bool isAlarm = random.below(20) == 0;
+    const bool isTokens = random.below(4) == 0;
+    submission.to = {"+49" + std::to_string(isAlarm ? 100000 + i : 1000 + random.below(300))};
+    submission.priority = isAlarm ? Priority::kAlarm : random.below(2) == 0 ? Priority::kNormal : Priority::kBulk;
+    const int status = plant.submit(i, isTokens ? token : socket, submission);
+    ++counts["answers " + std::to_string(status)];
+    ofToken += isTokens && status == 202 ? 1 : 0;
+    plant.pass(60000 / count + (i % 7 == 0 ? 1 : 0));
+  }
+  for (int i = 0; i < kProbes; ++i) {
+    plant.pass(600000);
+    orvix::gateway::Submission probe;
+    probe.to = {"+44" + std::to_string(10000 + i)};
+    probe.priority = Priority::kAlarm;
+    plant.submit(count + i, socket, probe);
+  }
+  plant.pass(24 * kHourMs);
+  plant.account(&figures);
+  faults["over a token's budget"] = std::max(ofToken - kTokenBudget, 0);
+  faults["later than 16 s"] = longestMs > kMostWaitMs ? 1 : 0;
+  counts["ms an alarm waited in its midst"] = static_cast<int>(longestMs);
+  return figures;
+}
