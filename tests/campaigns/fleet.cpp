@@ -106,7 +106,7 @@ class Member {
 // A process with the members first..last - 1, until it is killed.
 pid_t runMembers(int first, int last, const std::string& folder, const std::string& broker, Sent* sent) {
   if (const pid_t pid = fork(); pid != 0) {
-    return pid;
+    return pid == -1 ? throw std::runtime_error("no process can be made") : pid;
   }
   prctl(PR_SET_PDEATHSIG, SIGKILL);
   dup2(open((folder + "/log").c_str(), O_WRONLY | O_CREAT | O_APPEND, 0600), 2);
@@ -176,7 +176,10 @@ class Fleet {
   }
 
   int msUntilShown(int whole, int signal) {
-    kill(services[static_cast<std::size_t>(whole)].control->supervisor, signal);
+    const pid_t service = services[static_cast<std::size_t>(whole)].control->supervisor;
+    if (service > 0) {  // else it would be a group, or all processes
+      kill(service, signal);
+    }
     return msUntil([&] { return there.count(nameOf(members + whole)) == 0; });
   }
 
