@@ -14,8 +14,6 @@ host control 0 --simulate --json control sendSMS '{"phone":"123","text":"t"}' &
 jobs+=($!)
 host unknown 2 --simulate control sendsms &
 jobs+=($!)
-host doctor 0 --simulate doctor &
-jobs+=($!)
 "${emulator[@]}" "$bin/gsm-host" --simulate monitor --interval 60 >"$folder/interrupted.txt" &
 interrupted=$!
 "${emulator[@]}" "$bin/gsm-host" --simulate monitor --interval 0.1 2>"$folder/closed.txt" | head -n 1 >/dev/null &
@@ -24,12 +22,8 @@ jobs+=($!)
 # What needs no modem.
 host nothing 2 report
 expect nothing "which modem?"
-for phone in "" "12 34" "x"; do
-  host phone 2 --simulate sms "$phone" text
-  expect phone "is no phone number"
-done
-printf 'cancel\033' | host escape 2 --simulate sms 123 -
-expect escape 'holds "\x1b", which does not arrive as written'
+host phone 2 --simulate sms "12 34" text
+expect phone "is no phone number"
 if [[ -w /dev/full ]]; then
   "${emulator[@]}" "$bin/gsm-host" get version >/dev/full 2>"$folder/full.txt" && fail "a full disk was no failure"
 fi
@@ -48,9 +42,6 @@ host check 0 check "$folder/modem.json"
 expect check "accepted"
 host set 0 --config "$folder/modem.json" set config.current "$folder/modem.json"
 jq -e '.config.ip.port == 2233' "$folder/modem.json" >/dev/null || fail "set wrote no JSON"
-jq '.limit = {"$numberDouble": "Infinity"}' "$folder/modem.json" >"$folder/infinite.json"
-host infinite 3 --config "$folder/modem.json" set config.current "$folder/infinite.json"
-jq -e '.config.ip.port == 2233 and .limit == null' "$folder/modem.json" >/dev/null || fail "it was saved all the same"
 ln -s modem.json "$folder/link.json"
 chmod 640 "$folder/modem.json"
 host link 0 --config "$folder/link.json" set config.current "$folder/modem.json"
@@ -66,7 +57,6 @@ expect default "breaks a rule"
 host tcp 4 --tcp 127.0.0.1:9 report
 expect tcp "/dev/tcp/127.0.0.1/9: No such file or directory"
 host help 0 --help
-expect help "Exit codes: 0 done, 2 usage, 3 configuration refused"
 [[ ! -s $folder/help.err ]] || fail "help went to standard error"
 
 until_true grep -q 'dBm' "$folder/interrupted.txt"
@@ -81,6 +71,5 @@ jq -se 'map(.kind) == ["status", "report", "report", "status"] and .[1].changed 
 jq -e '.TransmissionResult == "OK"' "$folder/control.txt" >/dev/null || fail "control"
 expect stdin '> from a pipe\x1a\r\n\r'
 expect unknown "Control Code for IoControl unknown: sendsms"
-expect doctor "the modem is well"
 [[ ! -s $folder/closed.txt ]] || fail "a closed pipe made a noise"
 echo PASSED
