@@ -1,27 +1,27 @@
 // The strict reader of the service's configuration: the example that is shipped passes, and every mistake is told with
 // the path of its key.
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "gateway/config/config.h"
+#include "tests/world/host.h"
 
 namespace orvix::gateway {
 namespace {
 
-namespace fs = std::filesystem;
+std::string replaced(std::string text, const std::string& from, const std::string& to) {
+  for (std::size_t i = 0; (i = text.find(from, i)) != std::string::npos; i += to.size()) {
+    text.replace(i, from.size(), to);
+  }
+  return text;
+}
 
 // A folder that stands in for /etc/orvix, with the files that a configuration names.
-class GatewayConfigTest : public testing::Test {
+class GatewayConfigTest : public testing::Test, protected world::TemporaryFolder {
  protected:
   GatewayConfigTest() {
-    char name[] = "/tmp/gatewayConfigTest.XXXXXX";
-    folder = mkdtemp(name);
     write("plugin.so", "");
     write("secret", "");
     write("main.json", R"({"config": {"mode": "com", "comstr": "/dev/ttyUSB0:115200,n,8,1"}})");
@@ -32,22 +32,10 @@ class GatewayConfigTest : public testing::Test {
     write("tcp.json", R"({"config": {"mode": "ip", "comstr": ":115200,n,8,1", "ip": {"address": "a", "port": 1}}})");
     write("broken.json", "{");
   }
-  ~GatewayConfigTest() override { fs::remove_all(folder); }
-
-  std::string write(const std::string& name, const std::string& text) {
-    std::ofstream(folder + "/" + name) << text;
-    return folder + "/" + name;
-  }
 
   // With "@" for the folder and quotes for apostrophes.
-  ConfigResult read(std::string text) {
-    for (std::size_t i = 0; (i = text.find('\'', i)) != std::string::npos;) {
-      text[i] = '"';
-    }
-    for (std::size_t i = 0; (i = text.find('@', i)) != std::string::npos;) {
-      text.replace(i, 1, folder + "/");
-    }
-    return readConfig(write("gateway.json", text));
+  ConfigResult read(const std::string& text) {
+    return readConfig(write("gateway.json", replaced(replaced(text, "'", "\""), "@", file(""))));
   }
 
   // One line a problem, with the folder as "@" again.
@@ -56,30 +44,21 @@ class GatewayConfigTest : public testing::Test {
     for (const ConfigProblem& problem : result.problems) {
       text += (text.empty() ? "" : "; ") + problem.key + ": " + problem.text;
     }
-    for (std::size_t i = 0; (i = text.find(folder + "/", i)) != std::string::npos;) {
-      text.replace(i, folder.size() + 1, "@");
-    }
-    return text;
+    return replaced(text, file(""), "@");
   }
-
-  std::string folder;
 };
 
 constexpr char kModem[] = "'plugin': '@plugin.so', 'modems': [{'name': 'main', 'config': '@main.json'}]";
 
 TEST_F(GatewayConfigTest, TheExamplePasses) {
-  std::stringstream example;
-  example << std::ifstream(ORVIX_SOURCE_DIR "/packaging/gateway-example.json").rdbuf();
-  std::string text = example.str();
+  std::string text = world::readText(ORVIX_SOURCE_DIR "/packaging/gateway-example.json");
   ASSERT_FALSE(text.empty());
   for (const auto& [named, stand] :
        std::vector<std::pair<std::string, std::string>>{{"/usr/lib/orvix/plugins/libgsmmodem.so", "@plugin.so"},
                                                         {"/etc/orvix/mqtt-password", "@secret"},
                                                         {"/etc/ssl/certs/ca-certificates.crt", "@secret"},
                                                         {"/etc/orvix/", "@"}}) {
-    for (std::size_t i = 0; (i = text.find(named)) != std::string::npos;) {
-      text.replace(i, named.size(), stand);
-    }
+    text = replaced(text, named, stand);
   }
   const ConfigResult result = read(text);
   EXPECT_EQ(problemsOf(result), "");
@@ -194,8 +173,8 @@ TEST_F(GatewayConfigTest, EveryMistakeIsToldWithItsKey) {
 }
 
 TEST_F(GatewayConfigTest, FilesThatAreNoConfiguration) {
-  EXPECT_EQ(problemsOf(readConfig(folder + "/none")), ": cannot be read: No such file or directory");
-  EXPECT_EQ(problemsOf(readConfig(folder)).substr(0, 16), ": cannot be read");
+  EXPECT_EQ(problemsOf(readConfig(file("none"))), ": cannot be read: No such file or directory");
+  EXPECT_EQ(problemsOf(readConfig(path())).substr(0, 16), ": cannot be read");
   EXPECT_EQ(problemsOf(readConfig("/dev/zero")), ": is larger than 1 MB");
   EXPECT_EQ(problemsOf(read("[]")), ": must be a JSON object");
   EXPECT_EQ(problemsOf(read("")).substr(0, 12), ": is no JSON");

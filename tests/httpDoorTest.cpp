@@ -52,7 +52,7 @@ class HttpDoorTest : public testing::Test, protected world::GatewayWorld {
  protected:
   HttpDoorTest() {
     start();
-    config.http.socket = folder + "/run/gateway.sock";
+    config.http.socket = folder.file("run/gateway.sock");
     config.http.listen = "127.0.0.1:0";
     door.emplace(&*service, config.http);
   }
@@ -146,7 +146,7 @@ TEST_F(HttpDoorTest, answersAtBothSockets) {
 
 TEST_F(HttpDoorTest, replacesAStaleSocketAndNothingElse) {
   EXPECT_THROW(HttpDoor(&*service, config.http), std::runtime_error) << "one is listening";
-  const std::string path = folder + "/stale";
+  const std::string path = folder.file("stale");
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   path.copy(address.sun_path, sizeof address.sun_path - 1);
@@ -155,8 +155,8 @@ TEST_F(HttpDoorTest, replacesAStaleSocketAndNothingElse) {
   close(stale);
   EXPECT_NO_THROW(HttpDoor(&*service, {path, "", {}}));
   EXPECT_NE(access(path.c_str(), F_OK), 0) << "taken away at the end";
-  EXPECT_THROW(HttpDoor(&*service, {folder + "/outbox.db", "", {}}), std::runtime_error);
-  EXPECT_THROW(HttpDoor(&*service, {folder + "/" + std::string(120, 'x'), "", {}}), std::runtime_error);
+  EXPECT_THROW(HttpDoor(&*service, {folder.file("outbox.db"), "", {}}), std::runtime_error);
+  EXPECT_THROW(HttpDoor(&*service, {folder.file(std::string(120, 'x')), "", {}}), std::runtime_error);
   EXPECT_THROW(HttpDoor(&*service, {path, door->doors()[1].address, {}}), std::runtime_error) << "a port in use";
 }
 

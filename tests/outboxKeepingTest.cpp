@@ -1,5 +1,6 @@
-// What the outbox keeps, in virtual time: requests, lists, owners' budgets, retention, notes and the history of
+// What the outbox keeps, in virtual time: lists, owners' budgets, retention, notes and the history of
 // reports.
+#include <filesystem>
 #include <vector>
 
 #include "tests/world/outboxRoom.h"
@@ -14,23 +15,6 @@ class OutboxKeepingTest : public OutboxRoom {
  protected:
   OutboxKeepingTest() { open(); }
 };
-
-TEST_F(OutboxKeepingTest, ARequestIsKnownByItsId) {
-  NewMessage one = message("+491");
-  one.id = "list~1";
-  NewMessage two = message("+492");
-  two.id = "list~2";
-  const std::vector<Message> made = outbox->accept({"list", "token:a", "print", true, {one, two}}, now);
-  EXPECT_EQ(made.at(1).id, "list~2");
-  EXPECT_FALSE(outbox->find("list"));
-  EXPECT_FALSE(outbox->findRequest("list~1"));
-  const std::string single = accept("+491");
-  const auto known = outbox->findRequest("list");
-  EXPECT_EQ(known->fingerprint, "print");
-  EXPECT_EQ(known->owner, "token:a");
-  EXPECT_EQ(known->messages.size(), 2U);
-  EXPECT_FALSE(outbox->findRequest(single)->isBatch);
-}
 
 TEST_F(OutboxKeepingTest, AnOwnersBudgetFreesItselfByAndBy) {
   storage.keepDays = 1;

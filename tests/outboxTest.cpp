@@ -34,26 +34,14 @@ class OutboxTest : public OutboxRoom {
 
  private:
   void bring(const std::string& id, MessageState state) {
-    switch (state) {
-      case MessageState::kQueued:
-      case MessageState::kUncertain:
-        break;
-      case MessageState::kAttempting:
-        outbox->beginAttempt(id, "main", now);
-        break;
-      case MessageState::kSent:
-        attempt(id, sent());
-        break;
-      case MessageState::kFailed:
-        attempt(id, refusal(ErrorClass::kMessage));
-        break;
-      case MessageState::kExpired:
-        outbox->expire(now + kDay);
-        now += kDay;
-        break;
-      case MessageState::kCancelled:
-        outbox->cancel(id, now);
-        break;
+    if (state == MessageState::kAttempting) {
+      outbox->beginAttempt(id, "main", now);
+    } else if (state == MessageState::kSent || state == MessageState::kFailed) {
+      attempt(id, state == MessageState::kSent ? sent() : refusal(ErrorClass::kMessage));
+    } else if (state == MessageState::kExpired) {
+      outbox->expire(now += kDay);
+    } else if (state == MessageState::kCancelled) {
+      outbox->cancel(id, now);
     }
   }
 };

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <optional>
 #include <thread>
 #include <tuple>
@@ -20,6 +19,7 @@
 #include "simulator/modem.h"
 #include "simulator/ptyLine.h"
 #include "simulator/runLoop.h"
+#include "tests/world/host.h"
 
 namespace orvix::simulator {
 namespace {
@@ -213,11 +213,6 @@ TEST(MessageLine, HoldsAnyText) {
 // A modem on a line in a thread of its own, and a place for the link.
 class LineTest : public testing::Test {
  protected:
-  LineTest() : folder(fs::temp_directory_path() / ("orvix-simulator-" + std::to_string(::getpid()))) {
-    fs::create_directory(folder);
-  }
-  ~LineTest() override { fs::remove_all(folder); }
-
   static std::string converse(const std::string& path, const std::string& sent, std::size_t expectedSize) {
     const Descriptor client(::open(path.c_str(), O_RDWR | O_NOCTTY));
     termios settings{};
@@ -236,8 +231,8 @@ class LineTest : public testing::Test {
     return heard;
   }
 
-  const fs::path folder;
-  const std::string link = folder / "modem";
+  const world::TemporaryFolder folder;
+  const std::string link = folder.file("modem");
 };
 
 TEST_F(LineTest, ServesClientsThatComeAndGo) {
@@ -315,11 +310,11 @@ TEST_F(LineTest, LooksAfterItsLink) {
     EXPECT_FALSE(fs::is_symlink(link)) << leftBehind;
   }
 
-  std::ofstream(folder / "file") << "precious";
-  EXPECT_THROW(PtyLine(folder / "file"), std::system_error);
-  fs::create_symlink(folder / "file", link);
+  const std::string file = folder.write("file", "precious");
+  EXPECT_THROW(PtyLine{file}, std::system_error);
+  fs::create_symlink(file, link);
   EXPECT_THROW(PtyLine{link}, std::system_error);
-  EXPECT_EQ(fs::file_size(folder / "file"), 8u);
+  EXPECT_EQ(fs::file_size(file), 8u);
   fs::remove(link);
   {
     std::optional<PtyLine> first(link);
@@ -331,24 +326,7 @@ TEST_F(LineTest, LooksAfterItsLink) {
     EXPECT_EQ(fs::read_symlink(link), successor.slavePath());
   }
   EXPECT_FALSE(fs::is_symlink(link));
-  EXPECT_THROW(PtyLine(folder / "missing" / "modem"), std::system_error);
-}
-
-TEST(PtyLine, ComesBackUnderItsLink) {
-  const std::string link = testing::TempDir() + "orvix-line-" + std::to_string(::getpid());
-  PtyLine line(link);
-  const Descriptor client(::open(link.c_str(), O_RDWR | O_NOCTTY));
-  line.hangUp();
-  EXPECT_NE(::access(link.c_str(), F_OK), 0);
-  char byte = 0;
-  EXPECT_EQ(::read(client.get(), &byte, 1), 0);
-  EXPECT_EQ(line.descriptor(), -1);
-  line.reconnect();
-  const Descriptor next(::open(link.c_str(), O_RDWR | O_NOCTTY));
-  line.send("x");
-  EXPECT_EQ(::read(next.get(), &byte, 1), 1);
-  EXPECT_EQ(byte, 'x');
-  EXPECT_TRUE(line.isDrained());
+  EXPECT_THROW(PtyLine(folder.file("missing/modem")), std::system_error);
 }
 
 }  // namespace

@@ -1,12 +1,12 @@
-// A service for the tests of its doors: a real database in a folder of its own, workers and clocks of the test's. One
-// thread.
+// A service for its tests and those of its doors: a real database in a folder of its own, workers and clocks of the
+// test's. One thread.
 #pragma once
 
 #include <optional>
-#include <string>
 
 #include "gateway/service/service.h"
 #include "tests/world/fakeWorkers.h"
+#include "tests/world/host.h"
 #include "tests/world/serviceTime.h"
 
 namespace world {
@@ -21,9 +21,10 @@ class GatewayWorld {
   GatewayWorld(const GatewayWorld&) = delete;
   GatewayWorld& operator=(const GatewayWorld&) = delete;
 
+  // Again: on the folder as it stands, with the configuration as it is now.
   void start();
 
-  std::string folder;
+  TemporaryFolder folder;
   orvix::gateway::Config config;
   std::optional<orvix::gateway::Outbox> outbox;
   std::optional<orvix::gateway::ServiceClock> clock;

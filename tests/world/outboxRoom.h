@@ -2,14 +2,13 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "gateway/outbox/outbox.h"
+#include "tests/world/host.h"
 
 namespace orvix::gateway {
 
@@ -19,17 +18,11 @@ inline constexpr std::int64_t kDay = 24 * kHour;
 
 class OutboxRoom : public testing::Test {
  protected:
-  OutboxRoom() {
-    char name[] = "/tmp/outboxTest.XXXXXX";
-    root = mkdtemp(name);
-    storage.folder = root + "/store";
-  }
+  OutboxRoom() { storage.folder = root.file("store"); }
   ~OutboxRoom() override {
     if (outbox) {
       EXPECT_EQ(outbox->check(), "");
     }
-    outbox.reset();
-    std::filesystem::remove_all(root);
   }
 
   void open() {
@@ -89,7 +82,7 @@ class OutboxRoom : public testing::Test {
     return end;
   }
 
-  std::string root;
+  world::TemporaryFolder root;
   StorageConfig storage;
   SendingConfig sending;
   FreeModem main{"main", hostkit::Charset::kIra, 0};
