@@ -4,8 +4,7 @@
 // same sequence at the end of every wait.
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
-#include <memory>
+#include <functional>
 #include <stdexcept>
 
 #include "device/atReply.h"
@@ -47,40 +46,29 @@ void parse(const std::string& reply) {
   }
 }
 
+void sendMessage(orvix::gsm::GsmDevice* device, fuzz::Input* input) {
+  orvix::BSONBuilder message;
+  message.appendString("phone", input->piece());
+  message.appendString("text", input->piece());
+  const orvix::BSONObject params = message.getObject(false);
+  device->IoControl("sendSMS", &params, nullptr);
+}
+
 void operate(orvix::gsm::GsmDevice* device, fuzz::Input* input) {
   std::string value;
   orvix::IDeviceDataReport* report = nullptr;
-  switch (input->byte() % 8) {
-    case 0:
-      device->Start();
-      break;
-    case 1:
-      device->Stop();
-      break;
-    case 2:
-      device->probeModem();
-      break;
-    case 3:
-      device->getSignalQuality(&value);
-      break;
-    case 4:
-      device->getNetworkRegistrationStatus(&value);
-      break;
-    case 5: {
-      orvix::BSONBuilder message;
-      message.appendString("phone", input->piece());
-      message.appendString("text", input->piece());
-      const orvix::BSONObject params = message.getObject(false);
-      device->IoControl("sendSMS", &params, nullptr);
-      break;
-    }
-    case 6:
-      device->sendSms();
-      break;
-    default:
-      device->GetDataReport(&report);
-      delete report;
-  }
+  const std::function<void()> operations[] = {
+      [&] { device->Start(); },
+      [&] { device->Stop(); },
+      [&] { device->probeModem(); },
+      [&] { device->getSignalQuality(&value); },
+      [&] { device->getNetworkRegistrationStatus(&value); },
+      [&] { sendMessage(device, input); },
+      [&] { device->sendSms(); },
+      [&] { device->GetDataReport(&report); },
+  };
+  operations[input->byte() % std::size(operations)]();
+  delete report;
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 // Any bytes as what the gateway reads: a digit that says what, then a target, a body or an MQTT payload, an
 // Alertmanager's notification, the service's own answer or its configuration.
+#include <functional>
+
 #include "fuzz/fuzz.h"
 #include "gateway/client/httpClient.h"
 #include "gateway/http/alertmanager.h"
@@ -86,24 +88,14 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   fuzz::Input input(data, size);
   const std::uint8_t kind = input.byte();
   const std::string bytes = input.text(input.size());
-  switch (static_cast<std::uint8_t>(kind - '0') % 6) {
-    case 0:
-      requireStatus(readTarget(bytes));
-      break;
-    case 1:
-      readBody(bytes);
-      break;
-    case 2:
-      readNotification(bytes, orvix::hostkit::Charset::kIra);
-      break;
-    case 3:
-      readNotification(bytes, orvix::hostkit::Charset::kGsm);
-      break;
-    case 4:
-      readAnswer(bytes);
-      break;
-    default:
-      readConfiguration(bytes);
-  }
+  const std::function<void()> readers[] = {
+      [&] { requireStatus(readTarget(bytes)); },
+      [&] { readBody(bytes); },
+      [&] { readNotification(bytes, orvix::hostkit::Charset::kIra); },
+      [&] { readNotification(bytes, orvix::hostkit::Charset::kGsm); },
+      [&] { readAnswer(bytes); },
+      [&] { readConfiguration(bytes); },
+  };
+  readers[static_cast<std::uint8_t>(kind - '0') % std::size(readers)]();
   return 0;
 }

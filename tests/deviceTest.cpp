@@ -86,16 +86,6 @@ TEST_F(DeviceTest, EveryStateAnswersAsItsRowSays) {
   }
 }
 
-TEST_F(DeviceTest, NewDeviceIntroducesItself) {
-  EXPECT_EQ(device.GetInterfaceVersion(), 4096U);
-  EXPECT_EQ(device.GetName(), "GSMModem");
-  device.SetName("north gate");
-  EXPECT_EQ(device.GetName(), "north gate");
-  EXPECT_EQ(device.GetTypeName(), "GSMModem");
-  EXPECT_EQ(device.OptionalOperation().toString(), "Not implemented: ");
-  EXPECT_EQ(device.GetStatus(), DeviceStatus::kNoData);
-}
-
 TEST_F(DeviceTest, OnlyChangesOfTheVisibleStatusAreTold) {
   const world::LogCapture log(3);
   device.OnStateChanged(DeviceState::kWithConfig);  // still kNoData
@@ -128,13 +118,6 @@ TEST_F(DeviceTest, StartOpensOnceAndStopCloses) {
   EXPECT_EQ(device.Stop().toString(), "OK");
   EXPECT_EQ(world::openDescriptors(), before);
   EXPECT_EQ(sink.calls, (std::vector<std::string>{"status 4", "status 0"}));
-  {
-    orvix::gsm::GsmDevice other;
-    other.LoadConfig(fromJson(R"({"cfgfile":")" + folder.file("modem.json") + R"("})"));
-    other.Start();
-    EXPECT_EQ(world::openDescriptors(), before + 1);
-  }
-  EXPECT_EQ(world::openDescriptors(), before);
 }
 
 TEST_F(DeviceTest, LockedOrMissingLineFailsTheStartAndKeepsTheState) {

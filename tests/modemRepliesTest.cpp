@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
-#include <cstdio>
 #include <stdexcept>
 
+#include "common/printable.h"
 #include "document/document.h"
 #include "tests/world/modemDevice.h"
 
@@ -20,14 +19,7 @@ constexpr char kEnd[] = "<!-- replies: end -->\n";
 
 // Text in a code span of a table cell, control characters escaped.
 std::string code(const std::string& text) {
-  std::string escaped;
-  for (const char byte : text) {
-    const auto number = static_cast<unsigned char>(byte);
-    char hex[8];
-    std::snprintf(hex, sizeof hex, "\\x%02x", number);
-    escaped += byte == '\r' ? "\\r" : byte == '\n' ? "\\n" : std::iscntrl(number) != 0 ? hex : std::string(1, byte);
-  }
-  return text.empty() ? "nothing" : "`" + escaped + "`";
+  return text.empty() ? "nothing" : "`" + orvix::escaped(text) + "`";
 }
 
 class RepliesTest : public world::ModemDevice {

@@ -1,7 +1,6 @@
 // The built module, loaded as a host loads it. This program is the host.
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -137,42 +136,6 @@ TEST_F(PluginTest, LoadFailureIsTheCallersStatus) {
   EXPECT_EQ(status.toString(), "Failed: Failed to open /nowhere/a.json: No such file or directory");
   EXPECT_EQ(create(fromJson(R"({"cfgfile":7})"), &status), nullptr);
   EXPECT_EQ(status.toString(), "Failed: Failed to open : No such file or directory");
-}
-
-TEST_F(PluginTest, ServesAHostFromFirstReportToDestruction) {
-  world::ScriptedModem modem(world::healthyModem());
-  const int before = dup(0);
-  close(before);
-  world::RecordingSink sink;
-  Status status;
-  IDevice* const device = create(argsFor(world::configurationText(modem.line.connectionString())), &status);
-  ASSERT_NE(device, nullptr) << status.toString();
-  device->SetEventSink(&sink);
-  EXPECT_EQ(device->Start().toString(), "OK");
-  orvix::IDeviceDataReport* report = nullptr;
-  EXPECT_EQ(device->GetDataReport(&report).toString(), "OK");
-  BSONObject document;
-  EXPECT_TRUE(report->GetDocument(&document));
-  EXPECT_EQ(document.getInt32("GSMModem.report.signalQuality.percent", 0), 63);
-  delete report;
-  document = BSONObject();
-  EXPECT_EQ(device->GetDataReport(&report).toString(), "OK");
-  delete report;
-  {
-    const BSONObject message = fromJson(R"({"phone":"0123456789","text":"hi"})");
-    BSONObject answer;
-    EXPECT_EQ(device->IoControl("sendSMS", &message, &answer).toString(), "OK");
-    EXPECT_EQ(answer.toJSON(), R"({ "id" : "GSMModem", "TransmissionResult" : "OK" })");
-  }
-  // The first report of a freshly loaded module always counts as a change, the same one again does not.
-  EXPECT_EQ(sink.calls,
-            (Lines{"status 4", "report", R"(event SMS { "id" : "GSMModem", "TransmissionResult" : "OK" })"}));
-  EXPECT_EQ(modem.received, (Lines{"AT+CMGF?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CSQ\r", "AT+CREG?\r", "AT+CMGF=1\r",
-                                   "AT+CMGS=\"0123456789\"\r", "hi\x1a\r\n\r"}));
-  module.destroy(device);
-  const int after = dup(0);
-  close(after);
-  EXPECT_EQ(after, before) << "a descriptor stayed open";
 }
 
 TEST_F(PluginTest, LibraryReportsReachTheHostsLogByPattern) {

@@ -72,7 +72,7 @@ class SoakTest : public world::ModemDevice {
         [&] { std::generate(row->reply.begin(), row->reply.end(), [this] { return "\0\r\nOK>,\xFF"[pick(8)]; }); },
         [&] { row->delayMs = anyTime; },  // at worst it answers another command
         [&] {
-          *row = {row->command, "\r\n", 10, row->reply, anyTime};
+          row->pieces = {{anyTime, std::exchange(row->reply, "\r\n")}};
         },
         [&] { row->hangUp = pick(20) == 0; },
     };

@@ -56,7 +56,6 @@ void ScriptedModem::schedule(const std::string& command, std::int64_t nowMs) {
       due.push_back({nowMs + afterMs, piece, act, isMessage && piece.find('>') != std::string::npos});
     };
     add(row->delayMs, row->reply, {});
-    add(row->lateDelayMs, row->late, {});
     for (const Piece& piece : row->pieces) {
       add(piece.atMs, piece.text, piece.act);
     }

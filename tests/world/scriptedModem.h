@@ -18,11 +18,9 @@ struct Piece {
 };
 
 struct Exchange {
-  std::string command;    // exactly what arrives on the line
-  std::string reply;      // written when due
-  int delayMs = 10;       // counted from the moment the command was sent
-  std::string late = {};  // a second piece of the reply
-  int lateDelayMs = 0;
+  std::string command;             // exactly what arrives on the line
+  std::string reply;               // written when due
+  int delayMs = 10;                // counted from the moment the command was sent
   bool hangUp = false;             // the line goes dead instead of an answer
   std::vector<Piece> pieces = {};  // whatever else comes, counted likewise, in order
 };
