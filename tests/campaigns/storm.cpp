@@ -43,7 +43,7 @@ orvix::gateway::Config settings() {
 
 }  // namespace
 
-// One message in twenty is an alarm, to a number of its own; the others go to 300 numbers.
+// One message in twenty is an alarm, to a number of its own; the others go to 60 numbers.
 campaign::Figures campaign::run(int count, unsigned seed) {
   Figures figures;
   auto& [counts, faults] = figures;
@@ -76,7 +76,7 @@ campaign::Figures campaign::run(int count, unsigned seed) {
     orvix::gateway::Submission submission;
     const bool isAlarm = random.below(20) == 0;
     const bool isTokens = random.below(4) == 0;
-    submission.to = {"+49" + std::to_string(isAlarm ? 100000 + i : 1000 + random.below(300))};
+    submission.to = {"+49" + std::to_string(isAlarm ? 100000 + i : 1000 + random.below(60))};
     submission.priority = isAlarm ? Priority::kAlarm : random.below(2) == 0 ? Priority::kNormal : Priority::kBulk;
     const int status = plant.submit(i, isTokens ? token : socket, submission);
     ++counts["answers " + std::to_string(status)];
