@@ -8,7 +8,8 @@ modem=
 others=
 finish() {
   for pid in $modem $others; do
-    kill "$pid" 2>/dev/null && kill -CONT "$pid" 2>/dev/null || true
+    # In this order: a SIGCONT would also undo the stop that a leak check makes of a process that ends.
+    kill -CONT "$pid" 2>/dev/null && kill "$pid" 2>/dev/null || true
     wait "$pid" 2>/dev/null || true
   done
   rm -rf "$folder"
