@@ -3,8 +3,12 @@
 
 namespace orvix::gateway {
 
-extern const char kPageHtml[];
-extern const char kPageCss[];
+extern const char kHtml[];
+extern const char kCss[];
+// One script in this order.
+extern const char kApiJs[];
+extern const char kModemsJs[];
+extern const char kMessagesJs[];
 extern const char kPageJs[];
 
 }  // namespace orvix::gateway

@@ -32,13 +32,14 @@ void fill(std::string* html, const std::string& mark, const std::string& content
 }
 
 Page makePage() {
+  const std::string script = std::string(kApiJs) + kModemsJs + kMessagesJs + kPageJs;
   Page page;
-  page.html = kPageHtml;
+  page.html = kHtml;
   // Inline, for one file needs no second request and no second hash in an address.
-  fill(&page.html, "%STYLE%", kPageCss);
-  fill(&page.html, "%SCRIPT%", kPageJs);
-  page.contentSecurityPolicy = "default-src 'none'; connect-src 'self'; img-src data:; style-src " +
-                               hashSource(kPageCss) + "; script-src " + hashSource(kPageJs) +
+  fill(&page.html, "%STYLE%", kCss);
+  fill(&page.html, "%SCRIPT%", script);
+  page.contentSecurityPolicy = "default-src 'none'; connect-src 'self'; img-src data:; style-src " + hashSource(kCss) +
+                               "; script-src " + hashSource(script) +
                                "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
   return page;
 }

@@ -1,336 +1,260 @@
-'use strict';
-// Shows the gateway by its public API alone. What comes from there is set as text, never as markup.
-const $ = (id) => document.getElementById(id);
-const modems = new Map();
-const messages = new Map();
-const traffic = new Map();
-let token = '';
+
+// The session: what is shown for a token, live, and the forms.
+
+const kQuietMs = 45000;  // the service says something every 15 s
 let stream = null;
+let isConnected = false;
+let lostAt = '';
+let held = null;  // events that wait until lists are loaded
 let draft = null;
-const kKept = 50;
-const kListed = 200;
 
-if (location.hash.startsWith('#token=')) {
-  sessionStorage.setItem('token', decodeURIComponent(location.hash.slice(7)));
-  history.replaceState(null, '', location.pathname);
+// Summary.
+
+// A token may see its own messages only, and a list has an end.
+function shownText(state, count) {
+  const shown = document.querySelectorAll('[data-message][data-state=' + state + ']').length;
+  return shown < count ? ', ' + shown + ' of them shown here' : '';
 }
 
-class Refused extends Error {
-  constructor(status, text) { super(text); this.status = status; }
-}
-
-async function call(method, path, body) {
-  const headers = {Authorization: 'Bearer ' + token};
-  if (body !== undefined) headers['Content-Type'] = 'application/json';
-  const answer = await fetch(path, {method, headers, body: body === undefined ? undefined : JSON.stringify(body)});
-  if (answer.ok) return answer;
-  const told = await answer.json().catch(() => ({}));
-  throw new Refused(answer.status, (told.field ? told.field + ': ' : '') + (told.error || 'HTTP ' + answer.status));
-}
-
-const load = async (path) => (await call('GET', path)).json();
-const time = (text) => text ? new Date(text).toLocaleString() : '';
-
-// Modems.
-
-function signalText(report) {
-  if (!report || report.dBm === null) return 'unknown';
-  return report.dBm + ' dBm' + (report.percent === null ? '' : ', ' + report.percent + ' %');
-}
-
-function showModem(modem) {
-  let card = document.querySelector('[data-modem="' + CSS.escape(modem.name) + '"]');
-  if (!card) {
-    card = $('modem-form').content.firstElementChild.cloneNode(true);
-    card.dataset.modem = modem.name;
-    card.querySelector('h3').textContent = modem.name;
-    $('modems').append(card);
-    drawHistory(modem.name);
+function facts(status) {
+  const list = [];
+  if (!isConnected) list.push('The connection is lost since ' + lostAt + '. What is shown here is from then.');
+  list.push(...status.reasons);
+  const count = status.queue.uncertain;
+  if (count) {
+    list.push(count + (count === 1 ? ' message is' : ' messages are') + ' uncertain' + shownText('uncertain', count) + '.');
   }
-  const set = (name, text) => { card.querySelector('.' + name).textContent = text; };
-  const words = {ready: 'ready', notAvailable: 'not available', noData: 'no data yet'};
-  set('state', (words[modem.state] || modem.state) + (modem.reason ? ': ' + modem.reason : ''));
-  card.querySelector('.state').className = 'state ' + modem.state;
-  set('signal', signalText(modem.report));
-  set('registration', modem.report ? modem.report.registration : 'unknown');
-  set('doing', modem.sending ? 'sending ' + modem.sending + (modem.doing ? ', ' + modem.doing : '')
-                             : modem.doing || 'waiting');
-  set('line', modem.line);
-}
-
-// -113 dBm is the bottom of the picture, -51 dBm its top: the range that a modem reports.
-function draw(picture, points, fromMs, toMs, label) {
-  const x = (point) => (Date.parse(point.time) - fromMs) / (toMs - fromMs) * 288;
-  const y = (dBm) => 60 - (Math.max(-113, Math.min(-51, dBm)) + 113) / 62 * 58 - 1;
-  const known = points.filter((point) => point.dBm && point.dBm.mean !== null);
-  const gap = (toMs - fromMs) / 24;
-  const path = (made, name) => {
-    const element = document.createElementNS('http://www.w3.org/2000/svg', 'path');
-    element.setAttribute('d', made);
-    if (name) element.setAttribute('class', name);
-    return element;
-  };
-  let line = '';
-  let last = -Infinity;
-  for (const point of known) {
-    const at = Date.parse(point.time);
-    line += (at - last > gap ? 'M' : 'L') + x(point).toFixed(1) + ' ' + y(point.dBm.mean).toFixed(1);
-    if (at - last > gap) line += 'h.5';
-    last = at;
+  for (const modem of status.modems.filter((one) => one.state !== 'ready')) {
+    list.push('Modem ' + modem.name + ': ' + kStateWords[modem.state] + (modem.reason ? ', ' + modem.reason : ''));
   }
-  const upper = known.map((point) => x(point).toFixed(1) + ' ' + y(point.dBm.max).toFixed(1));
-  const lower = known.map((point) => x(point).toFixed(1) + ' ' + y(point.dBm.min).toFixed(1)).reverse();
-  picture.replaceChildren(path(known.length > 1 ? 'M' + upper.concat(lower).join('L') + 'Z' : '', 'band'), path(line));
-  const values = known.map((point) => point.dBm.mean);
-  picture.setAttribute('aria-label', label + (values.length === 0 ? ': no signal known' :
-    ': signal from ' + Math.round(Math.min(...values)) + ' to ' + Math.round(Math.max(...values)) + ' dBm'));
-}
-
-async function drawHistory(name) {
-  const card = document.querySelector('[data-modem="' + CSS.escape(name) + '"]');
-  for (const [kind, days] of [['day', 1], ['month', 30]]) {
-    const toMs = Date.now();
-    const fromMs = toMs - days * 86400000;
-    const range = '?from=' + encodeURIComponent(new Date(fromMs).toISOString()) + '&to=' +
-      encodeURIComponent(new Date(toMs).toISOString()) + '&points=288';
-    const told = await load('/v1/modems/' + encodeURIComponent(name) + '/history' + range).catch(() => ({points: []}));
-    draw(card.querySelector('.' + kind), told.points, fromMs, toMs, 'last ' + kind);
+  for (const modem of status.modems.filter((one) => one.state === 'ready' && one.report && !one.report.registered)) {
+    list.push('Modem ' + modem.name + ' has no network.');
   }
-}
-
-// Messages.
-
-const kActions = {uncertain: [['sent', 'It was sent'], ['resend', 'Send again'], ['drop', 'Drop it']],
-  queued: [['cancel', 'Cancel']]};
-
-async function act(message, action, button) {
-  button.disabled = true;
-  try {
-    const path = '/v1/messages/' + encodeURIComponent(message.id);
-    const answer = action === 'cancel' ? await call('DELETE', path) : await call('POST', path + '/resolve', {as: action});
-    take(await answer.json());
-  } catch (error) {
-    button.disabled = false;
-    button.closest('.message').querySelector('.why').textContent = error.message;
+  for (const door of status.doors.filter((one) => one.state === 'not connected')) {
+    list.push('No connection to ' + door.address + '.');
   }
+  return list;
 }
 
-function whyText(message) {
-  const parts = [];
-  if (message.modem) parts.push('modem ' + message.modem);
-  if (message.reference !== null) parts.push('reference ' + message.reference);
-  if (message.code !== null) parts.push('code ' + message.code);
-  if (message.reason) parts.push(message.reason);
-  if (message.due) parts.push('waits until ' + time(message.due));
-  return parts.join(', ');
-}
+let lastStatus = null;
 
-// The last lines of what went over the modem's line, as a recording tells them.
-async function showTraffic(message, place) {
-  const attempt = message.attempts[message.attempts.length - 1];
-  if (!attempt) return;
-  const key = message.id + '/' + attempt.number;
-  if (!traffic.has(key)) {
-    const path = '/v1/messages/' + encodeURIComponent(message.id) + '/attempts/' + attempt.number + '/recording';
-    const lines = await call('GET', path).then((answer) => answer.text()).catch(() => '');
-    const mark = {sent: '>', received: '<'};
-    traffic.set(key, lines.split('\n').slice(1).filter((line) => line).map((line) => JSON.parse(line))
-      .filter((piece) => mark[piece.kind]).map((piece) => mark[piece.kind] + ' ' + piece.text).slice(-8).join('\n'));
-  }
-  place.textContent = traffic.get(key);
-  place.hidden = place.textContent === '';
-  place.setAttribute('aria-label', 'last lines between gateway and modem');
-}
-
-function entryOf(message) {
-  const entry = $('message-form').content.firstElementChild.cloneNode(true);
-  entry.dataset.message = message.id;
-  entry.dataset.state = message.state;
-  const set = (name, text) => { entry.querySelector(name).textContent = text; };
-  set('.word', message.state);
-  entry.querySelector('.word').className = 'word ' + message.state;
-  set('.to', message.to);
-  set('time', time(message.ended || message.accepted));
-  set('.body', message.text);
-  set('.why', whyText(message));
-  for (const [action, words] of kActions[message.state] || []) {
-    const button = document.createElement('button');
-    button.type = 'button';
-    button.dataset.action = action;
-    button.textContent = words;
-    button.addEventListener('click', () => act(message, action, button));
-    entry.querySelector('.actions').append(button);
-  }
-  if (message.state === 'uncertain') showTraffic(message, entry.querySelector('.traffic'));
-  return entry;
-}
-
-const listOf = (state) => state === 'uncertain' ? 'uncertain' :
-  state === 'queued' || state === 'attempting' ? 'queued' : 'past';
-
-// Puts a message where its state belongs; the focus stays on a message whose buttons went.
-function take(message) {
-  const entry = entryOf(message);
-  const old = messages.get(message.id);
-  const list = $(listOf(message.state));
-  const hadFocus = old && old.entry.contains(document.activeElement);
-  if (old && old.entry.parentElement === list) {
-    old.entry.replaceWith(entry);
-  } else {
-    if (old) old.entry.remove();
-    if (list.id === 'past') list.prepend(entry); else list.append(entry);
-  }
-  if (hadFocus) $('main').focus();
-  messages.set(message.id, {entry, state: message.state});
-  trim();
-  count();
-}
-
-function trim() {
-  const past = $('past');
-  while (past.childElementCount > kKept) {
-    messages.delete(past.lastElementChild.dataset.message);
-    past.lastElementChild.remove();
-  }
+// Written only when it changed, since it is read aloud.
+function summarise() {
+  const list = facts(lastStatus);
+  document.title = (list.length ? '(' + list.length + ') ' : '') + 'GSM gateway';
+  const shown = list.length ? list : ['All is well.'];
+  $('summary').className = list.length ? 'bad' : 'good';
+  if (shown.join() === [...$('summary').children].map((item) => item.textContent).join()) return;
+  $('summary').replaceChildren(...shown.map((text) => {
+    const item = document.createElement('li');
+    item.textContent = text;
+    return item;
+  }));
 }
 
 // The queue may be longer than what is listed, so its length is asked for, once for any number of changes.
 let counting = null;
 function count() {
-  $('doubt').hidden = $('uncertain').childElementCount === 0;
-  counting = counting || setTimeout(async () => {
-    counting = null;
-    const metrics = await call('GET', '/metrics').then((answer) => answer.text()).catch(() => '');
-    const found = /^gsm_outbox_messages\{state="queued"\} (\d+)/m.exec(metrics);
-    if (!found) return;
-    $('queue').textContent = found[1];
-    $('queue').dataset.queue = found[1];
-  }, 100);
+  counting = counting || setTimeout(() => { counting = null; recount().catch(() => {}); }, 250);
 }
 
-const loadState = async (state) => (await load('/v1/messages?limit=' + kListed + '&state=' + state)).messages.forEach(take);
+async function recount() {
+  const mine = session;
+  const status = await load('/v1/status');
+  if (mine !== session) return;
+  lastStatus = status;
+  const queue = status.queue;
+  $('queue').textContent = queue.queued;
+  $('queue').dataset.queue = queue.queued;
+  $('oldest').textContent = queue.oldestSeconds === null ? '' :
+    ', the oldest since ' + time(Date.parse(status.time) - queue.oldestSeconds * 1000);
+  $('more').textContent = shownText('queued', queue.queued);
+  summarise();
+  const short = Object.keys(kMoreIn).filter((state) => kMoreIn[state] && $(kLists[state]).childElementCount < kListed / 2);
+  if (short.length && !held) await whileHeld(async () => { for (const state of short) (await listState(state)).forEach(take); });
+}
 
 // Live.
 
 function onEvent(name, data) {
+  if (held) return held.push([name, data]);
   if (name === 'message') take(data);
   if (name === 'modem') modems.set(data.name, data);
-  // A report tells its modem's name alone.
   const modem = modems.get(name === 'report' ? data.modem : data.name);
   if (name === 'report' && modem) modem.report = data;
   if (name !== 'message' && modem) showModem(modem);
+  count();
 }
 
-async function follow(body) {
-  const reader = body.pipeThrough(new TextDecoderStream()).getReader();
-  let rest = '';
-  for (;;) {
-    const {value, done} = await reader.read();
-    if (done) return;
-    rest += value;
-    const blocks = rest.split('\n\n');
-    rest = blocks.pop();
-    for (const block of blocks) {
-      const field = (name) => block.split('\n').filter((line) => line.startsWith(name + ': '))
-        .map((line) => line.slice(name.length + 2)).join('\n');
-      if (field('data')) onEvent(field('event'), JSON.parse(field('data')));
+// Events are followed first and used last, so that no change is lost between them and the lists, and none undone.
+async function whileHeld(work) {
+  const mine = held = [];
+  try {
+    await work();
+  } finally {
+    if (held === mine) {
+      held = null;
+      mine.forEach(([name, data]) => onEvent(name, data));
     }
   }
 }
 
-function connected(isOn, text) {
-  $('link').dataset.link = isOn ? 'on' : 'off';
-  $('link').textContent = text;
+function connected(isOn) {
+  if (isConnected && !isOn) lostAt = new Date().toLocaleTimeString();
+  isConnected = isOn;
+  $('link').textContent = isOn ? 'connected' : 'not connected';
+  document.body.dataset.link = isOn ? 'on' : 'off';
+  if (lastStatus) summarise();
 }
 
-// Events come first, so that no change falls between the lists and them.
+function reveal(part) {
+  for (const id of ['entry', 'gateway']) $(id).hidden = id !== part;
+  $('leave').hidden = part === 'entry';
+}
+
+async function loadAll() {
+  modems.clear();
+  $('modems').replaceChildren();
+  for (const modem of (await load('/v1/modems')).modems) {
+    modems.set(modem.name, modem);
+    showModem(modem);
+  }
+  await loadMessages();
+  await recount();
+}
+
 async function show() {
-  stream = new AbortController();
-  const events = await fetch('/v1/events', {headers: {Authorization: 'Bearer ' + token}, signal: stream.signal});
-  if (!events.ok) throw new Refused(events.status, events.status === 401 ? 'This token is not known.' : 'HTTP ' + events.status);
-  const following = follow(events.body).catch(() => {});
-  $('entry').hidden = true;
-  $('gateway').hidden = false;
-  $('leave').hidden = false;
-  for (const modem of (await load('/v1/modems')).modems) onEvent('modem', modem);
-  messages.clear();
-  for (const list of ['uncertain', 'queued', 'past']) $(list).replaceChildren();
-  for (const state of ['uncertain', 'attempting', 'queued']) await loadState(state);
-  count();
-  connected(true, 'connected');
-  await following;
+  const mine = stream = new AbortController();
+  let quiet = setTimeout(() => mine.abort(), kQuietMs);
+  const alive = () => { clearTimeout(quiet); quiet = setTimeout(() => mine.abort(), kQuietMs); };
+  try {
+    const events = await call('GET', '/v1/events', undefined, mine.signal);
+    let following;
+    await whileHeld(() => {
+      following = follow(events.body, onEvent, alive).catch(() => {});
+      return loadAll();
+    });
+    connected(true);
+    reveal('gateway');
+    await following;
+  } finally {
+    clearTimeout(quiet);
+    mine.abort();
+  }
 }
 
 async function run() {
+  const mine = session;
   let waitMs = 1000;
-  while (token) {
+  while (mine === session) {
     const begun = Date.now();
-    try {
-      await show();
-    } catch (error) {
-      if (error.status === 401) return forget('This token is not known.');
-    }
-    connected(false, 'connection lost, trying again');
-    waitMs = Date.now() - begun > 60000 ? 1000 : Math.min(waitMs * 2, 30000);
+    const error = await show().catch((thrown) => thrown);
+    if (mine !== session) return;
+    if (error && error.status === 401) return forget('This token is not known.');
+    connected(false);
+    waitMs = Date.now() - begun > 60000 ? 1000 : Math.min(waitMs * 2, 10000);
     await new Promise((go) => setTimeout(go, waitMs));
   }
 }
 
-function forget(trouble) {
-  token = '';
-  sessionStorage.removeItem('token');
+// Nothing of one token is left for the next.
+function clear() {
+  ++session;
   if (stream) stream.abort();
-  $('entry').hidden = false;
-  $('gateway').hidden = true;
-  $('leave').hidden = true;
+  held = null;
+  token = '';
+  draft = lastStatus = null;
+  isConnected = false;
+  sessionStorage.removeItem('token');
+  modems.clear();
+  entries.clear();
+  for (const list of ['modems', 'summary', 'uncertain', 'queued', 'past']) $(list).replaceChildren();
+  $('send-form').reset();
+  countLeft();
+  $('send-told').textContent = $('send-trouble').textContent = $('link').textContent = '';
+  document.title = 'GSM gateway';
+}
+
+function begin(text) {
+  clear();
+  if (!/^[!-~]+$/.test(text)) return forget('This is no token.');
+  token = text;
+  sessionStorage.setItem('token', token);
+  $('link').textContent = 'connecting';
+  reveal('');
+  run();
+}
+
+function forget(trouble) {
+  clear();
   $('token-trouble').textContent = trouble;
-  connected(false, 'not connected');
+  reveal('entry');
+  $('token').focus();
 }
 
 // Forms.
 
-$('token-form').addEventListener('submit', (event) => {
-  event.preventDefault();
-  token = $('token').value.trim();
-  $('token').value = '';
-  $('token-trouble').textContent = '';
-  sessionStorage.setItem('token', token);
-  run();
-});
-
-$('leave').addEventListener('click', () => forget(''));
-
 // Some characters take two places in the alphabet of text messages.
-const septets = (text) => [...text].reduce((sum, c) => sum + ('^{}[]~|\\'.includes(c) ? 2 : 1), 0);
+function countLeft() {
+  const left = 160 - [...$('text').value].reduce((sum, c) => sum + ('^{}[]~|\\'.includes(c) ? 2 : 1), 0);
+  $('left').textContent = left >= 0 ? left + ' characters left' : -left + ' characters more than one message holds';
+  $('left').className = left < 0 ? 'over' : '';
+  $('left').setAttribute('aria-live', left < 20 ? 'polite' : 'off');
+}
 
 const newId = () => 'page-' + [...crypto.getRandomValues(new Uint8Array(8))]
   .map((byte) => byte.toString(16).padStart(2, '0')).join('');
 
-$('text').addEventListener('input', () => {
-  const left = 160 - septets($('text').value);
-  $('left').textContent = left >= 0 ? left + ' characters left' : -left + ' characters too many';
-  $('left').className = left < 0 ? 'over' : '';
-});
+// Beside the form, for whoever sent it.
+function tellSent(message) {
+  if ($('send-told').dataset.id === message.id) $('send-told').textContent = message.to + ': ' + message.state;
+}
+
+async function send() {
+  // The same form sent again after a lost answer is the same message, by its id.
+  const wanted = {to: $('to').value.trim(), text: $('text').value};
+  if (!draft || draft.to !== wanted.to || draft.text !== wanted.text) draft = {id: newId(), ...wanted};
+  const told = await (await call('POST', '/v1/messages', draft)).json();
+  draft = null;
+  const messages = told.messages || [told];
+  $('send-told').dataset.id = messages[0].id;
+  for (const message of messages) {
+    if (entries.has(message.id)) tellSent({...message, state: entries.get(message.id).dataset.state});
+    else take(message);
+  }
+  $('text').value = '';
+  countLeft();
+}
 
 $('send-form').addEventListener('submit', async (event) => {
   event.preventDefault();
-  const button = event.submitter || event.target.querySelector('button');
+  const button = event.target.querySelector('button');
   button.disabled = true;
-  $('send-trouble').textContent = '';
-  try {
-    // The same form sent again after a lost answer is the same message, by its id.
-    const wanted = {to: $('to').value.trim(), text: $('text').value};
-    if (!draft || draft.to !== wanted.to || draft.text !== wanted.text) draft = {id: newId(), ...wanted};
-    const told = await (await call('POST', '/v1/messages', draft)).json();
-    draft = null;
-    (told.messages || [told]).forEach(take);
-    $('text').value = '';
-    $('text').dispatchEvent(new Event('input'));
-  } catch (error) {
-    $('send-trouble').textContent = error.message;
-  }
+  $('send-trouble').textContent = $('send-told').textContent = '';
+  await send().catch((error) => { $('send-trouble').textContent = error.message; });
   button.disabled = false;
 });
+$('text').addEventListener('input', countLeft);
 
-token = sessionStorage.getItem('token') || '';
-if (token) run();
+$('token-form').addEventListener('submit', (event) => {
+  event.preventDefault();
+  const text = $('token').value.trim();
+  $('token').value = '';
+  begin(text);
+});
+$('leave').addEventListener('click', () => forget(''));
+
+function tokenFromAddress() {
+  if (!location.hash.startsWith('#token=')) return '';
+  const text = location.hash.slice(7);
+  history.replaceState(null, '', location.pathname);
+  return text;
+}
+addEventListener('hashchange', () => {
+  const text = tokenFromAddress();
+  if (text) begin(text);
+});
+
+setInterval(() => { if (isConnected) count(); }, 15000);
+const kept = tokenFromAddress() || sessionStorage.getItem('token');
+if (kept) begin(kept); else forget('');
