@@ -68,7 +68,7 @@ Record Outbox::Store::insert(const NewMessage& message, const NewRequest& reques
       message.id, batch, message.owner, request.isBatch ? "" : request.fingerprint, message.to, message.text,
       message.priority, message.onUncertain, message.wantedModem.value_or(""), charsetsOf(message.text), nowMs,
       message.expiresMs);
-  const Record record = recordAt(database->lastSequence());
+  Record record = recordAt(database->lastSequence());
   count(MessageState::kQueued, 1);
   database->run("UPDATE lately SET count = count + 1 WHERE owner = ?", message.owner);
   queue.enter(record, nowMs);
