@@ -35,8 +35,11 @@ open() { ask POST "/$session/url" "$(jq -n --arg url "$1" '{url: $url}')" >/dev/
 element() {
   ask POST "/$session/element" "$(jq -n --arg css "$1" '{using: "css selector", value: $css}')" | jq -er '.[]'
 }
-# click SELECTOR, write SELECTOR TEXT: as a person does.
-click() { ask POST "/$session/element/$(element "$1")/click" '{}' >/dev/null; }
+# click SELECTOR, write SELECTOR TEXT: as a person does, who scrolls first to see what is under the header.
+click() {
+  page "document.querySelector('$1').scrollIntoView({block: 'center'})" >/dev/null
+  ask POST "/$session/element/$(element "$1")/click" '{}' >/dev/null || fail "no click on $1"
+}
 write() {
   ask POST "/$session/element/$(element "$1")/value" "$(jq -n --arg text "$2" '{text: $text}')" >/dev/null
 }

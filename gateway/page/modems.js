@@ -84,9 +84,11 @@ function draw(picture, points, fromMs, toMs, label) {
     path.setAttribute('d', drawn.join(''));
     return path;
   }));
-  const told = label + ': ' + (measured.length === 0 ? 'no signal known' : 'signal from ' +
-    Math.min(...measured.map((point) => point.dBm.min)) + ' to ' + Math.max(...measured.map((point) => point.dBm.max)) +
-    ' dBm') + (shapes.away.length ? ', at times without network (marked at the bottom)' : '');
+  const lowest = Math.min(...measured.map((point) => point.dBm.min));
+  const highest = Math.max(...measured.map((point) => point.dBm.max));
+  const signal = measured.length === 0 ? 'no signal known' :
+    'signal ' + (lowest === highest ? lowest : 'from ' + lowest + ' to ' + highest) + ' dBm';
+  const told = label + ': ' + signal + (shapes.away.length ? ', at times without network (marked at the bottom)' : '');
   picture.querySelector('svg').setAttribute('aria-label', told);
   picture.querySelector('figcaption').textContent = told;
 }
