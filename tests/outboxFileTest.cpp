@@ -85,6 +85,13 @@ class OutboxFileTest : public OutboxRoom {
     open();
   }
 
+  void sql(const char* text) const {
+    sqlite3* database = nullptr;
+    sqlite3_open(file().c_str(), &database);
+    EXPECT_EQ(sqlite3_exec(database, text, nullptr, nullptr, nullptr), SQLITE_OK);
+    sqlite3_close(database);
+  }
+
   // Why the outbox does not open; "" when it does.
   std::string refusal() {
     try {
@@ -127,13 +134,19 @@ TEST_F(OutboxFileTest, AStartGoesOnFromWhatWasCommitted) {
   EXPECT_EQ(outbox->find(again)->attempts.at(0).verdict, hostkit::Verdict::kUncertain);
 }
 
+TEST_F(OutboxFileTest, AnOlderFileIsBroughtUpToDate) {
+  open();
+  const std::string id = accept("+491");
+  outbox->commit();
+  outbox.reset();
+  sql("ALTER TABLE message DROP COLUMN lifetime; PRAGMA user_version = 1");
+  open();
+  attempt(id, uncertain());
+  now += kHour;
+  EXPECT_EQ(outbox->resolve(id, Outbox::Resolution::kResend, now)->expiresMs, now + kDay);
+}
+
 TEST_F(OutboxFileTest, WhatIsRefusedStaysAsItIs) {
-  const auto sql = [this](const char* text) {
-    sqlite3* database = nullptr;
-    sqlite3_open(file().c_str(), &database);
-    EXPECT_EQ(sqlite3_exec(database, text, nullptr, nullptr, nullptr), SQLITE_OK);
-    sqlite3_close(database);
-  };
   const auto overwrite = [this](std::streamoff begin, std::size_t size) {
     std::fstream stream(file(), std::ios::in | std::ios::out | std::ios::binary);
     stream.seekp(begin);

@@ -182,13 +182,14 @@ TEST_F(OutboxTest, APersonsResendGetsItsTimeAndAttemptsAnew) {
   open();
   const std::string id = accept("+491");
   attempt(id, uncertain());
-  now += 2 * kDay;
-  EXPECT_TRUE(outbox->expire(now).empty());
-  outbox->resolve(id, Outbox::Resolution::kResend, now);
-  EXPECT_TRUE(outbox->expire(now).empty());
-  EXPECT_EQ(next(), id);
-  EXPECT_EQ(outbox->find(id)->expiresMs, now + kDay);
-  EXPECT_EQ(attempt(id, refusal(ErrorClass::kMessage)).state, MessageState::kUncertain);
+  for (int i = 0; i < 2; ++i) {
+    now += 2 * kDay;
+    EXPECT_TRUE(outbox->expire(now).empty());
+    outbox->resolve(id, Outbox::Resolution::kResend, now);
+    EXPECT_EQ(next(), id);
+    EXPECT_EQ(outbox->find(id)->expiresMs, now + kDay);
+    EXPECT_EQ(attempt(id, refusal(ErrorClass::kMessage)).state, MessageState::kUncertain);
+  }
 }
 
 TEST_F(OutboxTest, AWaitTellsWhyAndUntilWhen) {

@@ -74,8 +74,7 @@ void Outbox::purge(std::int64_t nowMs) {
 void Outbox::Store::renew(Record* record) {
   Message& message = record->message;
   // As long as it had at first: a person decides to send it, not for how long.
-  const std::int64_t lifetimeMs = message.expiresMs - message.acceptedMs;
-  message.expiresMs = nowMs + lifetimeMs;
+  message.expiresMs = nowMs + record->lifetimeMs;
   message.dueMs.reset();
   message.reason = "a person wants it sent again";
   record->attempts = 0;

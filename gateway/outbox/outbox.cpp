@@ -63,8 +63,8 @@ Record Outbox::Store::insert(const NewMessage& message, const NewRequest& reques
   const auto batch = request.isBatch ? std::optional(request.id) : std::nullopt;
   database->change(
       "INSERT INTO message(id, batch, owner, fingerprint, recipient, text, priority, on_uncertain, wanted, charsets,"
-      " accepted, expires, state, doubt, attempts, retries, modem, reason)"
-      " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, 0, 0, 0, 0, '', '')",
+      " accepted, expires, lifetime, state, doubt, attempts, retries, modem, reason)"
+      " VALUES(?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?11, ?12, ?12 - ?11, 0, 0, 0, 0, '', '')",
       message.id, batch, message.owner, request.isBatch ? "" : request.fingerprint, message.to, message.text,
       message.priority, message.onUncertain, message.wantedModem.value_or(""), charsetsOf(message.text), nowMs,
       message.expiresMs);

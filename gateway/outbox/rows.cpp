@@ -27,7 +27,8 @@ enum Column {
   kModem,
   kReference,
   kCode,
-  kReason
+  kReason,
+  kLifetime
 };
 
 // "" stands for none in columns that are part of an index, where NULL would be distinct from itself.
@@ -63,6 +64,7 @@ Record recordOf(const Rows& rows) {
   record.isInDoubt = rows.number(kDoubt) != 0;
   record.attempts = rows.as<int>(kAttempts);
   record.retries = rows.as<int>(kRetries);
+  record.lifetimeMs = rows.number(kLifetime);
   return record;
 }
 

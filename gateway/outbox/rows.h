@@ -20,10 +20,11 @@ struct Record {
   Message message;
   std::optional<std::string> batch;  // id of the request that it is a part of
   std::string fingerprint;
-  int charsets = 0;        // bit N: hostkit::Charset N carries the text
-  bool isInDoubt = false;  // an attempt of it is uncertain
-  int attempts = 0;        // that count
-  int retries = 0;         // in a row
+  int charsets = 0;             // bit N: hostkit::Charset N carries the text
+  bool isInDoubt = false;       // an attempt of it is uncertain
+  int attempts = 0;             // that count
+  int retries = 0;              // in a row
+  std::int64_t lifetimeMs = 0;  // that it was given at first
 };
 
 // Of "SELECT * FROM message": the columns are taken by their place in the table.

@@ -74,8 +74,14 @@ constexpr char kSettings[] =
     "PRAGMA temp_store = MEMORY; PRAGMA cache_size = -1024; PRAGMA wal_autocheckpoint = 4096;"
     "PRAGMA journal_size_limit = 4194304;";
 
+// lifetime: from the acceptance to `expires`, which a person's resend moves.
+constexpr char kAddLifetime[] = R"(
+ALTER TABLE message ADD COLUMN lifetime INTEGER NOT NULL DEFAULT 0;
+UPDATE message SET lifetime = expires - accepted;
+)";
+
 // One script a version: each brings the tables from the version before it to its own.
-constexpr std::array<const char*, 1> kSteps{kTables};
+constexpr std::array<const char*, 2> kSteps{kTables, kAddLifetime};
 constexpr std::int64_t kVersion = kSteps.size();
 
 [[noreturn]] void refuse(const std::string& text) {
