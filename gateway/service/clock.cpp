@@ -1,6 +1,7 @@
 #include "gateway/service/clock.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <ctime>
 
 #include "common/duration.h"
@@ -31,9 +32,11 @@ std::int64_t ServiceClock::nowMs() const {
 
 void ServiceClock::update() {
   const std::int64_t wallMs = read(CLOCK_REALTIME);
-  // A clock that has not been set since boot shows a time that is surely past.
-  if (wallMs >= floorMs) {
-    offset = wallMs - nowMs();
+  const std::int64_t found = wallMs - nowMs();
+  // A clock that has not been set since boot shows a time that is surely past. Two clocks that are rounded to
+  // milliseconds differ by one now and then: what was shown of a message must not flicker.
+  if (wallMs >= floorMs && std::abs(found - offset) > 1) {
+    offset = found;
   }
 }
 

@@ -1,12 +1,12 @@
 #include "gateway/service/heartbeat.h"
 
-#include <algorithm>
 #include <ctime>
+
+#include "common/duration.h"
 
 namespace orvix::gateway {
 namespace {
 
-constexpr std::int64_t kMinuteMs = 60000;
 constexpr int kMinutesOfHour = 60;
 constexpr int kMinutesOfDay = 24 * 60;
 
@@ -25,25 +25,18 @@ int minuteOf(const std::tm& local) {
 }  // namespace
 
 std::optional<std::string> heartbeatDate(std::int64_t wallMs, int minuteOfDay) {
+  const std::tm local = localTime(wallMs);
   // Modulo a day, so that a heartbeat of 23:50 is still due at 00:10.
-  const int late = (minuteOf(localTime(wallMs)) - minuteOfDay + kMinutesOfDay) % kMinutesOfDay;
+  const int late = (minuteOf(local) - minuteOfDay + kMinutesOfDay) % kMinutesOfDay;
   if (late > kMinutesOfHour) {
     return std::nullopt;
   }
-  // Behind midnight the date is still the one on which it was due.
-  const std::tm due = localTime(wallMs - late * kMinuteMs);
+  // Behind midnight the date is still the one on which it was due. Only there: where summer time begins at midnight, an
+  // hour before is the day before.
+  const std::tm due = minuteOf(local) < minuteOfDay ? localTime(wallMs - late * kMinuteMs) : local;
   char text[16];
   std::strftime(text, sizeof text, "%Y-%m-%d", &due);
   return text;
-}
-
-std::int64_t heartbeatWaitMs(std::int64_t wallMs, int minuteOfDay) {
-  const std::tm local = localTime(wallMs);
-  const int minutes = (minuteOfDay - minuteOf(local) + kMinutesOfDay) % kMinutesOfDay;
-  const std::int64_t intoMinuteMs = wallMs % kMinuteMs;
-  // Counted from the begin of the minute; when this is the minute itself, the next one is a day away.
-  const std::int64_t waitMs = (minutes == 0 ? kMinutesOfDay : minutes) * kMinuteMs - intoMinuteMs;
-  return std::min(waitMs, kMinutesOfHour * kMinuteMs);
 }
 
 }  // namespace orvix::gateway

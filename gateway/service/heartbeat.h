@@ -8,11 +8,8 @@
 namespace orvix::gateway {
 
 // The heartbeat that is due at a wall-clock time (ms since 1970): the local date for its id, "2026-03-01", while its
-// minute of the local day is at most an hour past; none otherwise.
-std::optional<std::string> heartbeatDate(std::int64_t wallMs, int minuteOfDay);
-
-// How long until the answer may change: to the next such minute, and never more than an hour, since clock and zone may
+// minute of the local day is at most an hour past; none otherwise. To be asked every minute, since clock and zone may
 // be set meanwhile.
-std::int64_t heartbeatWaitMs(std::int64_t wallMs, int minuteOfDay);
+std::optional<std::string> heartbeatDate(std::int64_t wallMs, int minuteOfDay);
 
 }  // namespace orvix::gateway

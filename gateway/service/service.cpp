@@ -3,15 +3,11 @@
 #include <glog/logging.h>
 #include <unistd.h>
 
+#include "common/duration.h"
 #include "common/printable.h"
 #include "gateway/service/serviceState.h"
 
 namespace orvix::gateway {
-namespace {
-
-constexpr std::int64_t kHeartbeatRetryMs = 60000;  // the queue or the disk is full
-
-}  // namespace
 
 Service::State::State(const Config& configuration, Outbox* store, ServiceClock* serviceClock)
     : config(configuration), outbox(store), clock(serviceClock) {
@@ -69,7 +65,7 @@ void Service::beat() {
     return;
   }
   const std::int64_t wallMs = nowMs() + offsetMs();
-  state->nextHeartbeatMs = nowMs() + heartbeatWaitMs(wallMs, heartbeat->minuteOfDay);
+  state->nextHeartbeatMs = nowMs() + kMinuteMs - wallMs % kMinuteMs;
   const std::optional<std::string> date = heartbeatDate(wallMs, heartbeat->minuteOfDay);
   if (!date || *date == state->lastHeartbeat) {
     return;
@@ -87,18 +83,15 @@ void Service::beat() {
   // As the socket, whose rights know no limit.
   const auto result = submit(Caller{"socket", Rights{{"*"}, 0, Priority::kAlarm, true}}, submission);
   const auto* const refusal = std::get_if<Refusal>(&result);
-  // Asked again in a minute, as long as the hour lasts.
+  // The queue or the disk is full: asked again in a minute, as long as the hour lasts.
   if (refusal != nullptr && refusal->status == 503) {
-    state->nextHeartbeatMs = nowMs() + kHeartbeatRetryMs;
     return;
   }
   if (refusal != nullptr && refusal->status != 409) {
     LOG(WARNING) << "heartbeat: " << escaped(refusal->error);
   }
-  onCommitted([this, date = *date](bool isCommitted) {
-    state->lastHeartbeat = isCommitted ? date : state->lastHeartbeat;
-    state->nextHeartbeatMs = isCommitted ? state->nextHeartbeatMs : nowMs() + kHeartbeatRetryMs;
-  });
+  onCommitted(
+      [this, date = *date](bool isCommitted) { state->lastHeartbeat = isCommitted ? date : state->lastHeartbeat; });
 }
 
 }  // namespace orvix::gateway
