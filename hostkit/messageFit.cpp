@@ -83,6 +83,7 @@ Fit textFit(const std::string& text, Charset charset) {
     fit.problem = "a line of the text begins as a modem's answer does";
   } else if (fit.isFit() && fit.septets > kLongestText) {
     fit.problem = "the text takes " + std::to_string(fit.septets) + " characters, and a message holds 160";
+    fit.isTooLong = true;
   }
   return fit;
 }

@@ -14,8 +14,9 @@ enum class Charset {
 inline constexpr int kLongestText = 160;  // septets of one message
 
 struct Fit {
-  std::string problem;  // one clause for people; "" when fit
-  int septets = 0;      // that the text takes; of a text with characters that do not arrive the others alone
+  std::string problem;     // one clause for people; "" when fit
+  int septets = 0;         // that the text takes; of a text with characters that do not arrive the others alone
+  bool isTooLong = false;  // and nothing else is wrong with the text
 
   bool isFit() const { return problem.empty(); }
 };

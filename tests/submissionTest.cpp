@@ -43,7 +43,9 @@ TEST(TextFitTest, TransliteratesAndCutsAtWords) {
   EXPECT_EQ(count(std::string(81, '['), ira), 2) << "two septets each";
   EXPECT_EQ(count(std::string(1386, 'x'), ira), 9);
   EXPECT_EQ(count(std::string(1387, 'x'), ira), -1);
+  EXPECT_EQ(count(std::string(150, 'x') + "\n+CMGS: 1", ira), -1) << "also where it would be cut";
   EXPECT_EQ(count("a@b", gsm), -1);
+  EXPECT_EQ(count("`\xc3\xbc", ira), -1) << "ASCII stays as it is";
   EXPECT_EQ(count("\xe2\x98\x83 fell", ira), -1) << "a snowman is like nothing";
   EXPECT_EQ(count("", ira), -1);
   std::string words;

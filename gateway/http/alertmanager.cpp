@@ -68,6 +68,7 @@ std::string tailOf(const json& payload) {
 std::string carriedBy(hostkit::Charset charset, const std::string& text) {
   // " " for what has no likeness: a text with a gap is better than none.
   std::string carried = transliterated(text.substr(0, kLongestHead), " ");
+  std::replace(carried.begin(), carried.end(), '`', '\'');
   for (char& character : carried) {
     if (character == '\n' || !hostkit::textFit(std::string(1, character), charset).isFit()) {
       character = ' ';

@@ -52,12 +52,6 @@ std::vector<std::string> partsOf(std::string text, hostkit::Charset charset) {
   return parts;
 }
 
-bool areFit(const std::vector<std::string>& parts, hostkit::Charset charset) {
-  return !parts.empty() && std::all_of(parts.begin(), parts.end(), [charset](const std::string& part) {
-    return hostkit::textFit(part, charset).isFit();
-  });
-}
-
 }  // namespace
 
 std::string whyUnfit(const std::string& text, const std::vector<hostkit::Charset>& charsets) {
@@ -83,11 +77,12 @@ std::variant<std::vector<std::string>, Refusal> textsFor(const std::string& text
   if (problem.empty()) {
     return std::vector<std::string>{plain};
   }
-  // What is unfit for another reason than its length is so in parts as well.
   if (sending.longText == LongText::kNumber && plain.size() <= kMostParts * kPartSeptets) {
     for (const hostkit::Charset charset : charsets) {
-      const std::vector<std::string> parts = partsOf(plain, charset);
-      if (parts.size() > 1 && areFit(parts, charset)) {
+      // What is unfit for another reason than its length stays so, wherever it would be cut.
+      const bool isTooLong = hostkit::textFit(plain, charset).isTooLong;
+      const std::vector<std::string> parts = isTooLong ? partsOf(plain, charset) : std::vector<std::string>();
+      if (!parts.empty()) {
         return parts;
       }
     }

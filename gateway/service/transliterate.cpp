@@ -88,13 +88,6 @@ std::size_t characterLength(std::string_view text) {
   return length;
 }
 
-char asciiLikeness(char character) {
-  if (character == '`') {
-    return '\'';
-  }
-  return (character < ' ' && character != '\n') || character == '\x7f' ? ' ' : character;
-}
-
 std::optional<std::string> likenessOf(const LikenessTables& tables, std::string_view letter) {
   for (const Likeness& own : kOwn) {
     if (own.letter == letter) {
@@ -113,7 +106,7 @@ std::string transliterated(const std::string& utf8, const std::optional<std::str
   for (std::string_view left = utf8; !left.empty();) {
     const std::string_view letter = left.substr(0, characterLength(left));
     if (static_cast<unsigned char>(letter[0]) < 0x80) {
-      ascii += asciiLikeness(letter[0]);
+      ascii += letter;
     } else {
       ascii += likenessOf(tables, letter).value_or(unknown.value_or(std::string(letter)));
     }

@@ -6,9 +6,8 @@
 
 namespace orvix::gateway {
 
-// The nearest printable ASCII: ü becomes ue, € EUR, é e, Ж ZH, a backquote an apostrophe. Line feeds stay, other
-// control characters become a blank each. What has no likeness becomes `unknown`; without that it stays, and so is
-// refused later. The same in every locale.
+// The nearest ASCII of all that is none: ü becomes ue, € EUR, é e, Ж ZH. What has no likeness becomes `unknown`;
+// without that it stays, and so is refused later, as a control character is. The same in every locale.
 std::string transliterated(const std::string& utf8, const std::optional<std::string>& unknown = std::nullopt);
 
 }  // namespace orvix::gateway
