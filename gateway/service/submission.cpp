@@ -1,6 +1,7 @@
 #include "gateway/service/submission.h"
 
 #include <set>
+#include <utility>
 
 #include "gateway/service/jsonValue.h"
 
@@ -149,7 +150,7 @@ bool isUsableId(const std::string& id) {
   return !id.empty() && id.size() <= 64 && id.find_first_not_of(kFit) == std::string::npos;
 }
 
-std::variant<Submission, Refusal> readSubmission(const std::string& text) {
+std::variant<nlohmann::json, Refusal> readObject(const std::string& text) {
   Body body;
   try {
     body = parseBody(text);
@@ -159,10 +160,18 @@ std::variant<Submission, Refusal> readSubmission(const std::string& text) {
   if (!body.problem.empty()) {
     return Refusal{422, body.problem, std::nullopt, std::nullopt};
   }
-  const json& document = body.document;
-  if (!document.is_object()) {
+  if (!body.document.is_object()) {
     return Refusal{422, "the body is no object", std::nullopt, std::nullopt};
   }
+  return std::move(body.document);
+}
+
+std::variant<Submission, Refusal> readSubmission(const std::string& text) {
+  const auto read = readObject(text);
+  if (const auto* const refusal = std::get_if<Refusal>(&read)) {
+    return *refusal;
+  }
+  const json& document = std::get<json>(read);
   Reader reader;
   for (const auto& [key, value] : document.items()) {
     reader.read(key, value);

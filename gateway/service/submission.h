@@ -42,6 +42,9 @@ struct Submission {
   std::optional<std::string> modem;  // the only one that may take it
 };
 
+// A body of fields that hold no more than lists. 400 no JSON, 422 no object, nested deeper, or a field there twice.
+std::variant<nlohmann::json, Refusal> readObject(const std::string& text);
+
 // The body of POST /v1/messages and of gsm/ID/send, UTF-8. 400 no JSON, 422 no object, a field is wrong, missing,
 // unknown or there twice.
 std::variant<Submission, Refusal> readSubmission(const std::string& text);
