@@ -2,6 +2,7 @@
 // the path of its key.
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -26,7 +27,8 @@ class GatewayConfigTest : public testing::Test, protected world::TemporaryFolder
     write("secret", "");
     write("main.json", R"({"config": {"mode": "com", "comstr": "/dev/ttyUSB0:115200,n,8,1"}})");
     write("spare.json", R"({"config": {"mode": "com", "comstr": "/dev/ttyUSB1:115200,n,8,1"}})");
-    write("same.json", R"({"config": {"mode": "com", "comstr": "/dev/../dev/ttyUSB0:9600,n,8,1"}})");
+    std::filesystem::create_symlink("/dev/../dev/ttyUSB0", file("link"));
+    write("same.json", R"({"config": {"mode": "com", "comstr": ")" + file("link") + R"(:9600,n,8,1"}})");
     write("colon.json", R"({"config": {"mode": "com", "comstr": "/dev/serial/usb-1.0:1.0-port0:115200,n,8,1"}})");
     write("noLine.json", R"({"config": {"mode": "com", "comstr": "/dev/ttyUSB0"}})");
     write("tcp.json", R"({"config": {"mode": "ip", "comstr": ":115200,n,8,1", "ip": {"address": "a", "port": 1}}})");
@@ -96,7 +98,7 @@ TEST_F(GatewayConfigTest, ModemsAreHeldAgainstEachOther) {
       {"[{'name': 'a', 'config': '@main.json'}, {'name': 'a', 'config': '@spare.json'}]",
        "modems[1].name: is the same as modems[0].name"},
       {"[{'name': 'a', 'config': '@main.json'}, {'name': 'b', 'config': '@same.json'}]",
-       "modems[1].config: names the same line as modems[0].config: /dev/../dev/ttyUSB0"},
+       "modems[1].config: names the same line as modems[0].config: @link"},
       {"[{'name': 'a/b', 'config': '@colon.json'}]",
        "modems[0].name: must be 1 to 64 of A-Z a-z 0-9 . _ -; "
        "modems[0].config: @colon.json: a line must have no colon in its path"},
@@ -179,6 +181,8 @@ TEST_F(GatewayConfigTest, FilesThatAreNoConfiguration) {
   EXPECT_EQ(problemsOf(read("[]")), ": must be a JSON object");
   EXPECT_EQ(problemsOf(read("")).substr(0, 12), ": is no JSON");
   EXPECT_EQ(problemsOf(read(std::string(1 << 20, '['))).substr(0, 12), ": is no JSON");
+  EXPECT_EQ(problemsOf(read("{'plugin': '', 'modems': [{'name': 'a', 'config': '@main.json'}]}")),
+            "plugin: must not be empty");
   EXPECT_EQ(problemsOf(read("{'plugin': '@none', 'modems': [{'name': 'a', 'config': '@main.json'}]}")),
             "plugin: cannot be read: @none: No such file or directory");
   EXPECT_EQ(

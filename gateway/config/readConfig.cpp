@@ -96,6 +96,9 @@ Config configOf(const nlohmann::json& document, Problems* problems) {
   StrictObject root(document, "", problems);
   // In the order of the documented file, so that problems come in that order.
   config.plugin = root.text("plugin", config.plugin);
+  if (config.plugin.empty()) {
+    root.complain("plugin", "must not be empty");
+  }
   refuseUnreadable(&root, "plugin", config.plugin);
   config.modems = readModems(&root);
   config.storage = readStorage(root.object("storage"));

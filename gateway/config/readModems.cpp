@@ -9,13 +9,19 @@
 namespace orvix::gateway {
 namespace {
 
+constexpr int kMostLinks = 40;  // as many as the system follows
+
 // Whether two paths may be the same device: a link counts as what it points to now.
 std::string deviceOf(const std::string& line) {
   std::error_code ignored;
-  const std::string path = hostkit::pathOf(line);
+  std::filesystem::path path = hostkit::pathOf(line);
+  // Link by link, since a link may stand while its device is unplugged.
+  for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, ignored); ++i) {
+    path = path.parent_path() / std::filesystem::read_symlink(path, ignored);
+  }
   // Weakly: a device that is not there now counts by its name.
   const std::string real = std::filesystem::weakly_canonical(path, ignored).string();
-  return real.empty() ? path : real;
+  return real.empty() ? path.string() : real;
 }
 
 // The line that the plug-in will open, as the modem's own configuration says.
