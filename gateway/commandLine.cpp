@@ -1,6 +1,7 @@
 #include "gateway/commandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "gateway/client/commands.h"
 #include "gateway/exitCode.h"
@@ -17,6 +18,12 @@ constexpr char kFooter[] =
     "Exit codes: 0 done (send --wait: sent), 1 anything else, 2 usage, 3 configuration, 4 the service is not\n"
     "running (run: already running), 5 failed, expired or cancelled, 6 uncertain, 7 not yet, 8 refused by the\n"
     "service. A text that begins with a dash comes behind --. More in gsm-gateway(1).";
+
+// Decimal, as it is meant: the library would take 0600 for 384.
+std::string withoutLeadingZeros(std::string number) {
+  number.erase(0, std::min(number.find_first_not_of('0'), number.size() - 1));
+  return number;
+}
 
 class Commands {
  public:
@@ -71,18 +78,21 @@ class Commands {
     send->add_option("number", options.number, "+ or none, then 3 to 20 digits")->type_name("NUMBER")->required();
     send->add_option("text", options.text, "1 to 160 characters")->type_name("TEXT")->required();
     send->add_option("--id", options.id, "Its name; sending again with the same one sends once [a new one]")
-        ->type_name("ID");
+        ->type_name("ID")
+        ->check(isName());
     send->add_option("--priority", options.priority, "alarm, normal or bulk")
         ->type_name("PRIORITY")
         ->check(oneOf({"alarm", "normal", "bulk"}));
     send->add_option("--expires", options.expiresSeconds, "Give up after so long, at most 31 days")
         ->type_name("SECONDS")
+        ->transform(withoutLeadingZeros)
         ->check(CLI::Range(1, kLongestExpiry).description(""));
     send->add_option("--on-uncertain", options.onUncertain, "hold: wait for a person; resend: at the risk of twice")
         ->type_name("hold|resend")
         ->check(oneOf({"hold", "resend"}));
     send->add_option("--wait", options.waitSeconds, "Wait so long for what becomes of it")
         ->type_name("SECONDS")
+        ->transform(withoutLeadingZeros)
         ->check(CLI::Range(0, kLongestWait).description(""));
   }
 

@@ -15,6 +15,7 @@ modem_has() { grep -q "$1" "$folder/modem.txt"; }
 gateway check 0 check
 gateway nobody 4 list
 gateway usage 2 list --state odd
+gateway noId 2 send +491701234567 text --id ""
 config=none gateway noFile 3 list
 config=bad gateway problems 3 check
 for key in plugin 'modems[0].name' 'modems[0].config' colour; do expect problems "bad.json: $key: "; done
@@ -39,7 +40,7 @@ gateway queued 0 send +491701234567 "in the middle" --id k
 until_true modem_has "in the middle"
 kill_now "$service"
 start_gateway
-gateway uncertain 6 send +491701234567 "in the middle" --id k --wait 1
+gateway uncertain 6 send +491701234567 "in the middle" --id k --wait 08
 gateway show 0 show k --json
 jq -e '.state == "uncertain" and .ended == null' "$folder/show.txt" >/dev/null || fail "the doubt is not told"
 gateway resolve 0 resolve k drop

@@ -1,7 +1,8 @@
 // What the command line says, as the commands read it. Plain values; any thread.
 //
 // One struct for all commands: each reads its own members and leaves the others as they are. Words were checked against
-// their lists; what only the service can judge (number, text, id) comes to it as it was typed.
+// their lists, ids to be made against their rule; what only the service can judge (number, text, which ids there are)
+// comes to it as it was typed.
 #pragma once
 
 #include <optional>
