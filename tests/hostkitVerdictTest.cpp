@@ -113,6 +113,7 @@ TEST(Verdict, BeforeTheText) {
 TEST(Verdict, BehindTheText) {
   const std::string sent = "\r\n+CMGS: 12\r\n\r\nOK\r\n";
   const std::string refused = "\r\n+CMS ERROR: 38\r\n";
+  const ClassOverrides toDoubt{{38, ErrorClass::kDoubt}};
   const std::vector<Row> rows = {
       {"plain", "hi", {{'<', sent}}, Verdict::kSent, 12, "at"},
       {"echo", "hi", {{'<', "hi\x1a" + sent}}, Verdict::kSent, 12, "at"},
@@ -125,15 +126,7 @@ TEST(Verdict, BehindTheText) {
       {"an OK in the echo", "PUMP OK", {{'<', "PUMP OK\x1a\r\n+CMS ERROR: 38\r\n"}}, Verdict::kRefused, 38, "at"},
       {"a code of doubt", "hi", {{'<', "\r\n+CMS ERROR: 500\r\n"}}, Verdict::kUncertain, 500, "at"},
       {"a maker's code", "hi", {{'<', "\r\n+CMS ERROR: 512\r\n"}}, Verdict::kUncertain, 512, "at"},
-      {"moved to doubt",
-       "hi",
-       {{'<', refused}},
-       Verdict::kUncertain,
-       38,
-       "at",
-       true,
-       false,
-       {{38, ErrorClass::kDoubt}}},
+      {"moved to doubt", "hi", {{'<', refused}}, Verdict::kUncertain, 38, "at", true, false, toDoubt},
       {"in words", "hi", {{'<', "\r\n+CMS ERROR: no network\r\n"}}, Verdict::kUncertain, {}, "at"},
       {"without a number", "hi", {{'<', "\r\n+CMS ERROR: \r\n"}}, Verdict::kUncertain, {}, "at"},
       {"ERROR", "hi", {{'<', "\r\nERROR\r\n"}}, Verdict::kUncertain, {}, "art"},
@@ -155,12 +148,7 @@ TEST(Verdict, BehindTheText) {
       {"a text that reads as a result, echoed", "+CMGS: 9", {{'<', "+CMGS: 9\x1a" + sent}}, Verdict::kSent, 12, "at"},
       {"the same result behind its echo", "+CMGS: 12", {{'<', "+CMGS: 12\x1a" + sent}}, Verdict::kSent, 12, "at"},
       {"its echo alone", "+CMGS: 9", {{'<', "+CMGS: 9\r\n"}}, Verdict::kUncertain, {}, "art"},
-      {"lines with prompts in the echo",
-       "a\n+CMGS: 9\nb",
-       {{'<', "a\r\n> +CMGS: 9\r\n> b\x1a\r\n\r\n+CMGS: 12\r\n\r\nOK\r\n"}},
-       Verdict::kSent,
-       12,
-       "at"},
+      {"prompts in the echo", "a\n+CMGS: 9\nb", {{'<', "a\r\n> +CMGS: 9\r\n> b\x1a" + sent}}, Verdict::kSent, 12, "at"},
       {"an echoed error", "ERROR\nnow", {{'<', "ERROR\nnow\x1a\r\n" + sent}}, Verdict::kSent, 12, "at"},
       {"a text with a command", "AT+CMGS=\"1\"\r", {{'<', sent}}, Verdict::kSent, 12, "at"},
   };

@@ -265,29 +265,6 @@ TEST_F(LineTest, ServesClientsThatComeAndGo) {
   EXPECT_EQ(modem.messages().size(), 0u);
 }
 
-TEST_F(LineTest, IsUnpluggedAndComesBackElsewhere) {
-  Modem modem;
-  PtyLine line(link, true);
-  const fs::path before = fs::read_symlink(link);
-  const StopEvent stop;
-  const StopEvent returned;
-  Plug plug;
-  std::thread loop([&] { run(modem, line, stop, {[&] { returned.request(); }, &plug}); });
-  EXPECT_EQ(converse(link, "AT+CMGF=1\r", 10 + kOk.size()), "AT+CMGF=1\r" + kOk);
-  plug.pull();
-  while (fs::is_symlink(link)) {
-    std::this_thread::yield();
-  }
-  plug.putIn();
-  pollfd event{returned.descriptor(), POLLIN, 0};
-  EXPECT_EQ(::poll(&event, 1, 60000), 1);
-  EXPECT_NE(fs::read_symlink(link), before);
-  const std::string answer = "AT+CMGF?\r\r\n+CMGF: 0\r\n" + kOk;
-  EXPECT_EQ(converse(link, "AT+CMGF?\r", answer.size()), answer) << "what a modem without power forgets";
-  stop.request();
-  loop.join();
-}
-
 TEST_F(LineTest, IsRawAndLosesOutputThatNobodyReads) {
   PtyLine line;
   const Descriptor client(::open(line.slavePath().c_str(), O_RDWR | O_NOCTTY));

@@ -72,14 +72,6 @@ void hearsTheLateResult() {
   EXPECT_NE(std::string::npos, bench.said.find("[listening for a late result]")) << bench.said;
 }
 
-void doubtsASilentModem() {
-  ModemOptions options;
-  options.smsOutcome = simulator::SmsOutcome::kSilent;
-  Bench bench(options, 1);
-  ASSERT_TRUE(bench.untilReady()) << bench.said;
-  EXPECT_EQ(Verdict::kUncertain, bench.send().verdict) << bench.said;
-}
-
 void stopsWhileItListens() {
   ModemOptions options;
   options.smsOutcome = simulator::SmsOutcome::kSilent;
@@ -91,15 +83,6 @@ void stopsWhileItListens() {
   EXPECT_TRUE(bench.until([&] { return !bench.worker.isRunning(); })) << bench.said;
   ASSERT_TRUE(bench.result) << bench.said;
   EXPECT_EQ(Verdict::kUncertain, bench.result->verdict) << bench.said;
-}
-
-// The line comes back as another terminal behind the same link.
-void followsAReplug() {
-  Fault unplug = fault(Fault::Trigger::kCommand, "AT+CSQ");
-  unplug.hangUpMs = 1500;
-  Bench bench(with(unplug));
-  ASSERT_TRUE(bench.untilSays("[reconnected]")) << bench.said;
-  EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
 }
 
 void tellsOfASimThatIsMissing() {
@@ -224,9 +207,7 @@ TEST(WorkerProcessTest, KeepsItsPromise) {
       {"sends", sends},
       {"isRefused", isRefused},
       {"hearsTheLateResult", hearsTheLateResult},
-      {"doubtsASilentModem", doubtsASilentModem},
       {"stopsWhileItListens", stopsWhileItListens},
-      {"followsAReplug", followsAReplug},
       {"tellsOfASimThatIsMissing", tellsOfASimThatIsMissing},
       {"healsAfterAKillAtThePrompt", [] { healsAfterAKill(true); }},
       {"healsAfterAKillBeforeIt", [] { healsAfterAKill(false); }},
