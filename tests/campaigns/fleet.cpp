@@ -160,8 +160,6 @@ class Fleet {
       waitpid(process, nullptr, 0);
     }
   }
-  Fleet(const Fleet&) = delete;
-  Fleet& operator=(const Fleet&) = delete;
 
   // A message to each before the broker is killed and one while it is away; ms from its return until all is known.
   int restartBroker(int awayMs) {

@@ -40,6 +40,7 @@ bool until(const std::function<bool()>& condition) {
 
 pid_t launch(const std::vector<std::string>& words, const std::string& log, const std::string& controlFile) {
   std::vector<char*> arguments;
+  arguments.reserve(words.size() + 1);
   for (const std::string& word : words) {
     arguments.push_back(const_cast<char*>(word.c_str()));
   }
@@ -64,7 +65,7 @@ Broker::Broker() {
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   socklen_t size = sizeof address;
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  bind(socket, reinterpret_cast<sockaddr*>(&address), size);
+  (void)bind(socket, reinterpret_cast<sockaddr*>(&address), size);
   getsockname(socket, reinterpret_cast<sockaddr*>(&address), &size);
   close(socket);
   port = std::to_string(ntohs(address.sin_port));
@@ -136,7 +137,7 @@ Gateway::Gateway(const std::vector<SimulatedModem*>& itsModems, json settings, i
   for (const SimulatedModem* const modem : modems) {
     const std::string name = "m" + std::to_string(settings["modems"].size());
     const std::string file = folder.write(name + ".json", world::configurationText(modem->link + ":115200,n,8,1"));
-    settings["modems"].push_back({{"name", name}, {"config", file}});
+    settings["modems"].push_back({{"name", name}, {"config", file}, {"perDay", 0}});
   }
   settings["plugin"] = ORVIX_MODULE;
   settings["storage"]["folder"] = folder.file("store");
@@ -207,19 +208,15 @@ std::string Gateway::text(const std::string& target) try {
   return "";
 }
 
+// Both counts at one moment: between two questions a message may go from one state to the other.
 bool Gateway::hasWork() {
-  for (const char* const state : {"queued", "attempting"}) {
-    const std::string page = text(std::string("/v1/messages?limit=1&state=") + state);
-    if (page.empty() || !json::parse(page)["messages"].empty()) {
-      return true;
-    }
-  }
-  return false;
+  const std::string page = text("/v1/status");
+  return page.empty() || json::parse(page)["queue"]["queued"] != 0 || json::parse(page)["queue"]["attempting"] != 0;
 }
 
-void Gateway::account(const std::map<std::string, std::string>& texts, Figures* figures) {
+std::map<std::string, json> Gateway::account(const std::map<std::string, std::string>& texts, Figures* figures) {
   auto& [counts, faults] = *figures;
-  for (const char* const fault : {"lost", "sent twice", "untrue", "provable doubts", "crashes"}) {
+  for (const char* const fault : {"lost", "sent twice", "strange texts", "untrue", "provable doubts", "crashes"}) {
     faults[fault] += 0;
   }
   std::map<std::string, int> sent;
@@ -228,24 +225,32 @@ void Gateway::account(const std::map<std::string, std::string>& texts, Figures* 
       sent[text] += count;
     }
   }
+  std::map<std::string, json> told;
   std::map<std::string, int> strange = sent;
   for (const auto& [id, sentText] : texts) {
     const std::string page = text("/v1/messages/" + id);
-    const json message = page.empty() ? json{{"state", "lost"}} : json::parse(page);
-    const std::string state = message["state"];
+    const json& message = told[id] = page.empty() ? json{{"state", "lost"}} : json::parse(page);
+    const std::string state = message.at("state");
     ++counts[state];
     strange.erase(sentText);
     faults["lost"] += state == "lost" || state == "queued" || state == "attempting" ? 1 : 0;
     faults["sent twice"] += sent[sentText] > 1 ? 1 : 0;
-    faults["untrue"] += state != "uncertain" && (state == "sent") != (sent[sentText] > 0) ? 1 : 0;
-    if (state == "uncertain") {
-      const std::string attempts = std::to_string(message["attempts"].size());
-      const std::string recording = text("/v1/messages/" + id + "/attempts/" + attempts + "/recording");
-      faults["provable doubts"] += recording.find(R"(\n+CMGS: )") != std::string::npos ? 1 : 0;
+    const std::string attempts = std::to_string(message.value("attempts", json::array()).size());
+    const std::string recording = text("/v1/messages/" + id + "/attempts/" + attempts + "/recording");
+    const bool isProvable = state == "uncertain" && recording.find(R"(\n+CMGS: )") != std::string::npos;
+    const bool isUntrue = state != "uncertain" && (state == "sent") != (sent[sentText] > 0);
+    faults["provable doubts"] += isProvable ? 1 : 0;
+    faults["untrue"] += isUntrue ? 1 : 0;
+    if (isProvable || isUntrue) {
+      std::fprintf(stderr, "%s\n%s", message.dump().c_str(), recording.c_str());
     }
   }
-  faults["strange texts"] += static_cast<int>(strange.size());
+  for (const auto& [text, count] : strange) {
+    ++faults["strange texts"];
+    std::fprintf(stderr, "sent %d times: %s\n", count, text.c_str());
+  }
   countCrashes(figures);
+  return told;
 }
 
 void Gateway::countCrashes(Figures* figures) const {

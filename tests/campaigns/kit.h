@@ -51,8 +51,6 @@ class SimulatedModem {
   explicit SimulatedModem(const std::string& link, const orvix::simulator::ModemOptions& options = {},
                           Kind itsKind = kUsual);
   ~SimulatedModem();
-  SimulatedModem(const SimulatedModem&) = delete;
-  SimulatedModem& operator=(const SimulatedModem&) = delete;
 
   std::map<std::string, int> sent();  // how often each text
 
@@ -89,8 +87,6 @@ class Broker {
  public:
   Broker();  // starts it
   ~Broker();
-  Broker(const Broker&) = delete;
-  Broker& operator=(const Broker&) = delete;
 
   void start();
   void kill();
@@ -111,8 +107,6 @@ class Gateway {
   // `settings`: a configuration without modems, plugin and storage, and http but for its tokens.
   Gateway(const std::vector<SimulatedModem*>& itsModems, nlohmann::json settings, int speed);
   ~Gateway();  // kills
-  Gateway(const Gateway&) = delete;
-  Gateway& operator=(const Gateway&) = delete;
 
   void start();      // and waits until it answers or ends
   bool isRunning();  // looks whether it has ended
@@ -124,8 +118,8 @@ class Gateway {
   int post(const nlohmann::json& message);
   std::string text(const std::string& target);  // "" unless 200
   bool hasWork();
-  // Holds what the modems sent against what is told of these messages, the text of each by its id.
-  void account(const std::map<std::string, std::string>& texts, Figures* figures);
+  // Holds what the modems sent against what is told of these messages, the text of each by its id. As they are told.
+  std::map<std::string, nlohmann::json> account(const std::map<std::string, std::string>& texts, Figures* figures);
 
   // From now on the processes record what leaves them; in this file, as fastTime.cpp says.
   std::string record() const { return folder.write("control.record", ""); }

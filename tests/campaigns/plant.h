@@ -5,15 +5,13 @@
 #include <glog/logging.h>
 
 #include <algorithm>
-#include <optional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "gateway/service/service.h"
 #include "tests/campaigns/kit.h"
-#include "tests/world/fakeWorkers.h"
-#include "tests/world/serviceTime.h"
+#include "tests/world/gatewayWorld.h"
 
 namespace campaign {
 
@@ -23,7 +21,7 @@ using orvix::gateway::MessageState;
 using orvix::hostkit::Verdict;
 
 // The ids of its messages are their numbers, from 0.
-class Plant : orvix::gateway::ServiceListener {
+class Plant : public world::GatewayWorld, orvix::gateway::ServiceListener {
  public:
   struct End {
     AttemptResult result;
@@ -33,14 +31,10 @@ class Plant : orvix::gateway::ServiceListener {
   // `settings` names the modems. Room for `count` messages is made at once.
   Plant(const orvix::gateway::Config& settings, int count) : known(static_cast<std::size_t>(count)) {
     FLAGS_minloglevel = google::GLOG_FATAL;
-    world::ServiceTime::instance() = {};
     config = settings;
-    config.storage.folder = folder.file("store");
-    outbox.emplace(config.storage, config.sending);
-    clock.emplace(0, 0);
-    service.emplace(config, &*outbox, &*clock);
+    config.storage.folder = folder.path();
+    start();
     service->addListener(this);
-    service->startWorkers();
     for (const orvix::gateway::ModemConfig& modem : config.modems) {
       modems.push_back({&world::worker(modem.name)});
       modems.back().worker->ready();
@@ -83,17 +77,18 @@ class Plant : orvix::gateway::ServiceListener {
     world::FakeWorker* const worker = modems[number].worker;
     worker->listener->onState(worker->modem, orvix::gateway::ModemState::kNotAvailable, "the line hung up");
     if (worker->order) {
-      const bool isDoubt = modems[number].isBehindPrompt;
+      const bool isDoubt = worker->mayGoAhead;
       finish(&modems[number], {{isDoubt ? Verdict::kUncertain : Verdict::kNotSent, {}, {}, {}, isDoubt, "hung up", ""},
                                isDoubt && number % 2 == 0});
     }
   }
   world::FakeWorker* worker(std::size_t number) const { return modems[number].worker; }
-  std::string database() const { return config.storage.folder + "/outbox.db"; }
+  static bool isHeartbeat(const std::string& id) { return id.front() == 'h'; }
 
   // Holds what was sent against what was told last.
   void account(Figures* figures) {
     auto& [counts, faults] = *figures;
+    std::for_each(heartbeats.begin(), heartbeats.end(), [this](const auto& beat) { known.push_back(beat.second); });
     for (const Known& message : known) {
       if (!message.isAccepted) {
         continue;
@@ -111,8 +106,6 @@ class Plant : orvix::gateway::ServiceListener {
 
   std::function<End()> endOfAttempt = [] { return End{{Verdict::kSent, 1, {}, {}, true, "", ""}, true}; };
   std::function<void(const Message&)> onChange = [](const Message&) {};
-  std::optional<orvix::gateway::Outbox> outbox;
-  std::optional<orvix::gateway::Service> service;
 
  private:
   static constexpr std::int64_t kPromptMs = 3000;
@@ -121,7 +114,6 @@ class Plant : orvix::gateway::ServiceListener {
   struct Modem {
     world::FakeWorker* worker;
     std::int64_t dueMs = 0;  // 0: nothing to do
-    bool isBehindPrompt = false;
   };
   struct Known {
     MessageState state = MessageState::kQueued;
@@ -132,29 +124,30 @@ class Plant : orvix::gateway::ServiceListener {
 
   // To the prompt, or from there to the end; without leave to write a worker ends.
   void advance(Modem* modem) {
-    modem->dueMs = 0;
-    if (modem->worker->order && modem->isBehindPrompt) {
-      finish(modem, endOfAttempt());
-    } else if (modem->worker->order) {
-      modem->worker->prompt();
-      service->settle();
-      modem->isBehindPrompt = modem->worker->mayGoAhead;
-      modem->dueMs = service->nowMs() + kResultMs;
-      if (!modem->isBehindPrompt) {
-        modem->dueMs = 0;
-        modem->worker->die();
-      }
+    if (modem->worker->mayGoAhead) {
+      return finish(modem, endOfAttempt());
+    }
+    modem->worker->prompt();
+    service->settle();
+    modem->dueMs = modem->worker->mayGoAhead ? service->nowMs() + kResultMs : 0;
+    if (!modem->worker->mayGoAhead) {
+      modem->worker->die();
     }
   }
   void finish(Modem* modem, const End& end) {
-    known[static_cast<std::size_t>(std::stoi(modem->worker->order->id))].timesOut += end.isOut ? 1 : 0;
-    modem->isBehindPrompt = false;
+    knownOf(modem->worker->order->id).timesOut += end.isOut ? 1 : 0;
     modem->dueMs = 0;
     modem->worker->end(end.result);
   }
 
+  // A heartbeat is the service's own, accepted as soon as it is told of.
+  Known& knownOf(const std::string& id) {
+    return isHeartbeat(id) ? heartbeats.try_emplace(id, Known{MessageState::kQueued, true}).first->second
+                           : known[std::stoul(id)];
+  }
+
   void onMessage(const Message& message) override {
-    Known& seen = known[static_cast<std::size_t>(std::stoi(message.id))];
+    Known& seen = knownOf(message.id);
     const bool wasOver = seen.state == MessageState::kSent || seen.state == MessageState::kFailed;
     movedAfterEnd += wasOver && seen.state != message.state ? 1 : 0;
     seen.state = message.state;
@@ -164,11 +157,9 @@ class Plant : orvix::gateway::ServiceListener {
   void onModem(const orvix::gateway::ModemView& /*modem*/) override {}
   void onReport(const orvix::gateway::ModemView& /*modem*/) override {}
 
-  const world::TemporaryFolder folder;
-  orvix::gateway::Config config;
-  std::optional<orvix::gateway::ServiceClock> clock;
   std::vector<Modem> modems;
   std::vector<Known> known;
+  std::map<std::string, Known> heartbeats;
   int movedAfterEnd = 0;
 };
 

@@ -46,7 +46,7 @@ orvix::gateway::Config settings() {
 // One message in twenty is an alarm, to a number of its own; the others go to 60 numbers.
 campaign::Figures campaign::run(int count, unsigned seed) {
   Figures figures;
-  auto& [counts, faults] = figures;
+  auto& faults = figures.faults;
   Random random(seed);
   Plant plant(settings(), count + kProbes);
   std::map<std::string, Window> recipients;
@@ -79,7 +79,7 @@ campaign::Figures campaign::run(int count, unsigned seed) {
     submission.to = {"+49" + std::to_string(isAlarm ? 100000 + i : 1000 + random.below(60))};
     submission.priority = isAlarm ? Priority::kAlarm : random.below(2) == 0 ? Priority::kNormal : Priority::kBulk;
     const int status = plant.submit(i, isTokens ? token : socket, submission);
-    ++counts["answers " + std::to_string(status)];
+    ++figures.counts["answers " + std::to_string(status)];
     ofToken += isTokens && status == 202 ? 1 : 0;
     plant.pass(60000 / count + (i % 7 == 0 ? 1 : 0));
   }
@@ -96,6 +96,6 @@ campaign::Figures campaign::run(int count, unsigned seed) {
   plant.account(&figures);
   faults["over a token's budget"] = std::max(ofToken - kTokenBudget, 0);
   faults["later than 16 s"] = longestMs > kMostWaitMs ? 1 : 0;
-  counts["ms an alarm waited in its midst"] = static_cast<int>(longestMs);
+  figures.counts["ms an alarm waited in its midst"] = static_cast<int>(longestMs);
   return figures;
 }
