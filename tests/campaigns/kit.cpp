@@ -237,7 +237,9 @@ std::map<std::string, json> Gateway::account(const std::map<std::string, std::st
     faults["sent twice"] += sent[sentText] > 1 ? 1 : 0;
     const std::string attempts = std::to_string(message.value("attempts", json::array()).size());
     const std::string recording = text("/v1/messages/" + id + "/attempts/" + attempts + "/recording");
-    const bool isProvable = state == "uncertain" && recording.find(R"(\n+CMGS: )") != std::string::npos;
+    // Behind the Ctrl-Z: in front of it stands another message's late result.
+    const std::size_t result = recording.find(R"(\n+CMGS: )", recording.find(R"(\x1a)"));
+    const bool isProvable = state == "uncertain" && result != std::string::npos;
     const bool isUntrue = state != "uncertain" && (state == "sent") != (sent[sentText] > 0);
     faults["provable doubts"] += isProvable ? 1 : 0;
     faults["untrue"] += isUntrue ? 1 : 0;
