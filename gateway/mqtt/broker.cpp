@@ -24,6 +24,7 @@ constexpr unsigned kLongestDelaySeconds = 30;
 // Small brokers hold few; the rest waits in the library.
 constexpr unsigned kMostInFlight = 20;
 constexpr std::size_t kMostWaiting = 4 << 20;  // bytes of messages
+// Return code of SUBACK (MQTT 3.1.1, 3.9.3): everything below it is the granted QoS.
 constexpr int kRefusedSubscription = 0x80;
 constexpr std::chrono::seconds kPatience{3};  // with a thread that hangs in the resolver
 
@@ -60,18 +61,22 @@ std::string passwordIn(const std::string& file) {
   return password;
 }
 
+// `what` names the keys of the configuration that a person would have to look at.
 void require(int result, const std::string& what) {
   if (result != MOSQ_ERR_SUCCESS) {
     throw std::runtime_error(what + ": " + mosquitto_strerror(result));
   }
 }
 
+// For the library null says "not given"; "" would be a file without a name or a password without a character.
 const char* orNull(const std::string& text) {
   return text.empty() ? nullptr : text.c_str();
 }
 
 }  // namespace
 
+// What the owner's thread and ours share. Whichever lets go of it last destroys it, so that the owner never waits for a
+// thread that hangs.
 struct Broker::Connection {
   Connection(const MqttConfig& config, const Will& will, std::string subscribed)
       : address(addressOf(config.broker)),
@@ -183,6 +188,7 @@ struct Broker::Connection {
   }
 
   static void onMessage(mosquitto* /*client*/, void* self, const mosquitto_message* message) {
+    // A retained one would come again at each connection, and be sent again once its id is forgotten.
     if (!message->retain) {
       const std::size_t length = std::min(static_cast<std::size_t>(message->payloadlen), kLongestPayload + 1);
       static_cast<Connection*>(self)->post({BrokerEvent::Kind::kMessage, "", message->topic,
@@ -218,11 +224,13 @@ struct Broker::Connection {
   // Of the thread alone.
   bool wasConnected = false;
   bool isTold = false;  // that this attempt to connect is over
+  // Under the lock again, as the members above those two.
   bool isEnding = false;
   bool isOver = true;  // there is no thread
 };
 
 Broker::Broker(const MqttConfig& config, const Will& will, const std::string& subscription) {
+  // Never undone: a thread that was left behind may still be inside the library.
   mosquitto_lib_init();
   connection = std::make_shared<Connection>(config, will, subscription);
 }

@@ -1,5 +1,6 @@
 // The connection to an MQTT 3.1.1 broker: the only file that knows libmosquitto.
 //
+// QoS 1 in both directions (MQTT 3.1.1, 4.3.2): what is sent comes at least once, so the same may come twice.
 // Threads: one, the loop's. A thread inside resolves names, connects, connects again (1 to 30 s between tries) and
 // moves packets; it owns nothing and only posts what happens, which take() hands out. So a broker that is slow, away or
 // refuses holds nothing up.
@@ -19,6 +20,8 @@ namespace orvix::gateway {
 inline constexpr std::size_t kLongestPayload = 65536;
 
 // One thing that happened on the connection. Members that the kind does not name are empty.
+// kDisconnected may come again and again while no broker is found; kConnected comes each time that one takes us, and
+// kDeaf behind it at most once.
 struct BrokerEvent {
   enum class Kind { kConnected, kDisconnected, kDeaf, kMessage, kTaken };  // kDeaf: the subscription was refused
 
@@ -55,6 +58,8 @@ class Broker {
 
   // QoS 1; the number that a kTaken will name once the broker took it. None when it could not be queued. What was
   // queued and not taken goes out again after a reconnection. Never blocks.
+  // Topic and payload are copied. The number is MQTT's packet identifier, 1 to 65535, and comes again when all were
+  // used.
   std::optional<int> publish(const std::string& topic, const std::string& payload, bool isRetained);
   // A goodbye: the will is not published. Nothing connects again.
   void disconnect();

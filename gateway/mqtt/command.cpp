@@ -7,6 +7,8 @@ namespace {
 
 using nlohmann::json;
 
+// Read apart from the rest, so that a refusal names its message also where another field is wrong. An unusable id is
+// left out: it becomes a part of a topic, where "/", "+" and "#" have a meaning.
 std::string idIn(const std::string& payload) {
   const json document = json::parse(payload, nullptr, false);
   const bool hasId = document.is_object() && document.contains("id") && document["id"].is_string();

@@ -15,6 +15,8 @@ struct Command {
 };
 
 // Any bytes, as many as a body over HTTP may have.
+// Throws nothing. 413 when it is longer than kLongestPayload, 422 with the field "id" where only that is missing; all
+// else is refused as readSubmission does.
 Command readCommand(const std::string& payload);
 
 }  // namespace orvix::gateway

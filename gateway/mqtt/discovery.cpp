@@ -22,6 +22,7 @@ std::string identifierOf(const std::string& name) {
   return identifier;
 }
 
+// All entities name the same device, so that Home Assistant shows them on one card.
 class Device {
  public:
   explicit Device(const MqttConfig& config)

@@ -9,6 +9,8 @@
 namespace orvix::gateway {
 
 // To be published retained, in any order; the payload is JSON as Home Assistant's MQTT discovery describes it.
+// Topics are PREFIX/COMPONENT/gsm_ID/OBJECT/config. Nothing is ever taken back: what an earlier configuration announced
+// stays with the broker until somebody clears that topic.
 struct Publication {
   std::string topic;
   std::string payload;

@@ -37,6 +37,7 @@ MqttDoor::MqttDoor(Service* served, const MqttConfig& configuration)
     : service(served),
       config(configuration),
       base("gsm/" + config.id),
+      // The owner's name stands in the database, and the outbox keeps notes for this one alone.
       caller{"mqtt", config.rights},
       broker(config, {base + "/availability", "offline"}, base + "/send") {
   // From the outbox, so that a restart shows what the run before showed.

@@ -1,6 +1,8 @@
 // The MQTT door: takes messages on gsm/ID/send, tells what becomes of them, and shows modems and queue. One thread, the
 // service's; nothing here blocks.
 //
+// In a round: onReady(), then the service's settle(), then tell(). While no broker is there nothing is lost: notes wait
+// in the outbox, retained topics are told anew at the next connection.
 // What becomes of a message is told from the notes that the outbox keeps, so that a restart goes on where the broker
 // stopped taking; a note goes when the broker has taken it. A note may so be told twice, never not at all.
 #pragma once

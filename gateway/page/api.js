@@ -1,6 +1,7 @@
 'use strict';
 // The public API: requests with the token, and the stream of events.
 
+// Kept in sessionStorage as well, for a reload; it is in no address and no log of a server.
 let token = '';
 let session = 0;  // counts the tokens, so that what belongs to an earlier one ends
 const $ = (id) => document.getElementById(id);
@@ -10,6 +11,8 @@ class Refused extends Error {
   constructor(status, text) { super(text); this.status = status; }
 }
 
+// Throws Refused: status 0 where no answer of the service came, else its status and words. The service answers a write
+// only when it is on the disk, so a slow disk needs patience.
 async function call(method, path, body, signal) {
   const mine = session;
   const headers = {Authorization: 'Bearer ' + token};
@@ -26,6 +29,7 @@ const load = async (path) => (await call('GET', path)).json();
 const messagePath = (id) => '/v1/messages/' + encodeURIComponent(id);
 
 // Server-sent events until the stream ends; alive() is called for whatever comes, also for a comment.
+// By hand, for the browser's own EventSource cannot carry a token.
 async function follow(body, onEvent, alive) {
   const reader = body.pipeThrough(new TextDecoderStream()).getReader();
   let rest = '';
@@ -34,6 +38,7 @@ async function follow(body, onEvent, alive) {
     if (done) return;
     alive();
     const blocks = (rest + value).split('\n\n');
+    // What came behind the last empty line: the begin of an event whose rest is still on its way.
     rest = blocks.pop();
     for (const block of blocks) {
       const field = (name) => block.split('\n').filter((line) => line.startsWith(name + ': '))

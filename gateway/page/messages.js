@@ -1,6 +1,8 @@
 
 // Messages: the uncertain ones, the queue, and what ended.
 
+// By the message's id: the entry that shows it. What leaves a list leaves the map, so that a page that is open for
+// weeks does not grow.
 const entries = new Map();
 const kListed = 200;  // of a list, at most
 const kActions = {uncertain: [['sent', 'It was sent'], ['resend', 'Send again'], ['drop', 'Drop']],
@@ -34,6 +36,7 @@ function whyText(message) {
 }
 
 const kNamed = {0: 'NUL', 8: 'Backspace', 9: 'Tab', 26: 'Ctrl-Z', 27: 'Esc'};
+// Every byte that is no printable ASCII by its name or number.
 const readable = (line) => line.replace(/[^ -~]/g, (c) => '<' + (kNamed[c.charCodeAt(0)] || c.charCodeAt(0).toString(16)) + '>');
 
 // The lines of a recording, each with who wrote it; bytes that came in pieces are put together first.
@@ -52,6 +55,7 @@ function trafficLines(recording) {
 async function showTraffic(message, place) {
   const attempt = [...message.attempts].reverse().find((one) => one.verdict === 'uncertain');
   if (!attempt || place.dataset.attempt === String(attempt.number)) return;
+  // Noted before the request: the next event of this message must not ask for it again.
   place.dataset.attempt = attempt.number;
   const recording = await call('GET', messagePath(message.id) + '/attempts/' + attempt.number + '/recording')
     .then((answer) => answer.text()).catch(() => '');
@@ -90,6 +94,7 @@ function fill(entry, message) {
 function place(entry, message) {
   const list = $(kLists[message.state] || 'past');
   const urgency = list.id !== 'queued' ? '' : message.state === 'attempting' ? 0 : 1 + kPriorities.indexOf(message.priority);
+  // Compared as text: one digit, then RFC 3339 in UTC, which sorts by time.
   const order = urgency + message.accepted;
   if (entry.parentElement === list && (list.id === 'past' || entry.dataset.order === order)) return;
   entry.dataset.order = order;
@@ -140,5 +145,6 @@ async function loadMessages() {
       take(message);
     }
   }
+  // It has left these states while nobody listened, or was purged: then it is gone here, too.
   for (const id of before) await load(messagePath(id)).then(take, () => remove(entries.get(id)));
 }

@@ -54,6 +54,7 @@ async function drawWhenDue(card, kind, hasReport) {
     draw(picture, points, fromMs, toMs, 'Last ' + kind);
     picture.dataset.points = points.length;
   } catch (error) {
+    // The next event of the modem tries again.
     delete picture.dataset.drawn;
   }
 }
@@ -68,6 +69,7 @@ function draw(picture, points, fromMs, toMs, label) {
   let lastMs = -Infinity;
   for (const point of measured) {
     const atMs = Date.parse(point.time);
+    // A gap is an hour in the picture of a day, and more than a day in that of a month.
     if (atMs - lastMs > (toMs - fromMs) / 24) pieces.push([]);
     pieces[pieces.length - 1].push(point);
     lastMs = atMs;
@@ -75,6 +77,7 @@ function draw(picture, points, fromMs, toMs, label) {
   const through = (piece, kind) => piece.map((point) => x(point) + ' ' + y(point.dBm[kind])).join('L');
   const shapes = {
     band: pieces.map((piece) => 'M' + through(piece, 'max') + 'L' + through([...piece].reverse(), 'min') + 'Z'),
+    // h.1: a piece of a single point would draw nothing.
     mean: pieces.map((piece) => 'M' + through(piece, 'mean') + 'h.1'),
     away: points.filter((point) => !point.registered).map((point) => 'M' + x(point) + ' 59h1'),
   };

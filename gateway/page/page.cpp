@@ -27,6 +27,7 @@ std::string hashSource(const std::string& content) {
   return "'sha256-" + base64(*bytesOfHex(sha256Of(content))) + "'";
 }
 
+// The first mark counts, so what is filled in earlier must not hold the mark of what comes later.
 void fill(std::string* html, const std::string& mark, const std::string& content) {
   html->replace(html->find(mark), mark.size(), content);
 }
@@ -38,6 +39,7 @@ Page makePage() {
   // Inline, for one file needs no second request and no second hash in an address.
   fill(&page.html, "%STYLE%", kCss);
   fill(&page.html, "%SCRIPT%", script);
+  // data: is for the empty icon alone; events and requests go to our own origin and nowhere else.
   page.contentSecurityPolicy = "default-src 'none'; connect-src 'self'; img-src data:; style-src " + hashSource(kCss) +
                                "; script-src " + hashSource(script) +
                                "; base-uri 'none'; form-action 'none'; frame-ancestors 'none'";

@@ -6,6 +6,7 @@ let stream = null;
 let isConnected = false;
 let lostAt = '';
 let held = null;  // events that wait until lists are loaded
+// The message that was handed in last, until an answer says that it was taken.
 let draft = null;
 
 // Summary.
@@ -70,6 +71,7 @@ async function recount() {
     ', the oldest since ' + time(Date.parse(status.time) - queue.oldestSeconds * 1000);
   $('more').textContent = shownText('queued', queue.queued);
   summarise();
+  // A list that has run down to half, though the service has more, is filled up again.
   const short = Object.keys(kMoreIn).filter((state) => kMoreIn[state] && $(kLists[state]).childElementCount < kListed / 2);
   if (short.length && !held) await whileHeld(async () => { for (const state of short) (await listState(state)).forEach(take); });
 }
@@ -123,6 +125,7 @@ async function loadAll() {
   await recount();
 }
 
+// One connection, from its first event to its end. Throws what ended it before everything was shown.
 async function show() {
   const mine = stream = new AbortController();
   let quiet = setTimeout(() => mine.abort(), kQuietMs);
@@ -152,6 +155,7 @@ async function run() {
     if (mine !== session) return;
     if (error && error.status === 401) return forget('This token is not known.');
     connected(false);
+    // Doubled up to 10 s; 1 s after a connection that held for a minute.
     waitMs = Date.now() - begun > 60000 ? 1000 : Math.min(waitMs * 2, 10000);
     await new Promise((go) => setTimeout(go, waitMs));
   }
@@ -177,6 +181,7 @@ function clear() {
 
 function begin(text) {
   clear();
+  // A header carries nothing else: fetch would throw.
   if (!/^[!-~]+$/.test(text)) return forget('This is no token.');
   token = text;
   sessionStorage.setItem('token', token);
@@ -202,6 +207,7 @@ function countLeft() {
   $('left').setAttribute('aria-live', left < 20 ? 'polite' : 'off');
 }
 
+// getRandomValues, since randomUUID is there over HTTPS alone and many a gateway is reached without.
 const newId = () => 'page-' + [...crypto.getRandomValues(new Uint8Array(8))]
   .map((byte) => byte.toString(16).padStart(2, '0')).join('');
 
@@ -219,6 +225,7 @@ async function send() {
   const messages = told.messages || [told];
   $('send-told').dataset.id = messages[0].id;
   for (const message of messages) {
+    // An event may have been faster than this answer; what it told is newer.
     if (entries.has(message.id)) tellSent({...message, state: entries.get(message.id).dataset.state});
     else take(message);
   }
@@ -247,6 +254,7 @@ $('leave').addEventListener('click', () => forget(''));
 function tokenFromAddress() {
   if (!location.hash.startsWith('#token=')) return '';
   const text = location.hash.slice(7);
+  // Out of the address at once, so that it is in no bookmark and on no screen.
   history.replaceState(null, '', location.pathname);
   return text;
 }
@@ -255,6 +263,7 @@ addEventListener('hashchange', () => {
   if (text) begin(text);
 });
 
+// The age of the oldest message grows without any event.
 setInterval(() => { if (isConnected) count(); }, 15000);
 const kept = tokenFromAddress() || sessionStorage.getItem('token');
 if (kept) begin(kept); else forget('');
