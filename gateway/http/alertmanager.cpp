@@ -38,6 +38,7 @@ std::string firstOf(std::initializer_list<std::string> texts) {
 }
 
 // The alert that stands for its group: the first one of the group's own status.
+// A group of several alerts is firing while one of them is: the first in the list may be resolved already.
 const json& leadingAlert(const json& payload) {
   const json& alerts = payload.at("alerts");
   const auto found = std::find_if(alerts.begin(), alerts.end(), [&](const json& alert) {

@@ -71,6 +71,7 @@ bool isPathOf(const Route& route, const std::vector<std::string>& path) {
                     });
 }
 
+// Rows of one path differ by their method alone; all of them are open or none.
 std::vector<const Route*> routesOf(const std::vector<std::string>& path) {
   std::vector<const Route*> found;
   for (const Route& route : kRoutes) {

@@ -28,6 +28,7 @@ struct Api {
 
 // Checks in this order: 401, 413, address and method (400, 404, 405), query (422), then the row's own. HEAD is answered
 // as GET is; the library leaves the body out. Does not wait; throws nothing of its own, but what the service throws.
+// Every error is {"error", "field"}. What a caller may do is the service's to judge.
 Response answer(const Api& api, const Request& request);
 
 }  // namespace orvix::gateway

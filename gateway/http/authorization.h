@@ -16,6 +16,7 @@ Caller socketCaller();
 
 // By an Authorization header, "Bearer TOKEN" (RFC 6750; the scheme in any case); none when no token's hash fits. Takes
 // the same time whichever does.
+// The configuration holds hashes alone: a token is known here only while its request is read.
 std::optional<Caller> callerWith(const std::string& authorization, const std::vector<TokenConfig>& tokens);
 
 }  // namespace orvix::gateway

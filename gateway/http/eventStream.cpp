@@ -12,7 +12,7 @@ constexpr std::size_t kMostEvents = 4096;
 
 }  // namespace
 
-// Nobody reads for the most part: then not even the text is made.
+// Messages change often, and for the most part nobody reads: then not even the JSON is made.
 void EventStream::onMessage(const Message& message) {
   if (readerCount == 0) {
     return;
@@ -35,7 +35,7 @@ void EventStream::comment() {
 }
 
 void EventStream::add(const std::string& owner, const char* name, const nlohmann::json& data) {
-  // Nobody reads: the JSON is not even made.
+  // Nobody reads: the ring stays empty.
   if (readerCount > 0) {
     add({owner, std::string("event: ") + name + "\ndata: " + jsonText(data) + "\n\n"});
   }

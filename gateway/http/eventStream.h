@@ -13,6 +13,8 @@
 namespace orvix::gateway {
 
 // The writers' side.
+// The ids are a reader's own and mean nothing to the next connection: what was missed is read from the lists, so a
+// Last-Event-ID is not looked at.
 class EventStream final : public ServiceListener {
  public:
   explicit EventStream(const Service* source) : service(source) {}  // borrowed

@@ -44,6 +44,7 @@ struct Response {
 };
 
 // On one line. Bytes that are no UTF-8 become U+FFFD, so that it never throws.
+// Escapes nothing but what JSON wants: whoever shows it to a terminal escapes it once more.
 std::string jsonText(const nlohmann::json& json);
 Response jsonResponse(int status, const nlohmann::json& json);
 // {"error", "field"}, with Retry-After (in seconds, RFC 9110) where the refusal has it.

@@ -40,6 +40,7 @@ HttpDoor::HttpDoor(Service* served, const HttpConfig& settings)
       api{served, [this] { return doors(); }},
       events(served),
       lastCommentMs(served->nowMs()) {
+  // Its callers are known by the file's mode: no header is looked at.
   servers.push_back(server(listenOrTell("http.socket", listenOnPath, config.socket),
                            [](const std::string&) { return std::optional(socketCaller()); }));
   LOG(INFO) << "http: listening on " << config.socket;

@@ -38,6 +38,7 @@ struct Server {
 };
 
 // One connection and the request that it is at.
+// Owned by Server::clients; a reply that comes after its end finds nothing there any more.
 struct Client : std::enable_shared_from_this<Client> {
   enum class Phase { kRequest, kHandling, kAnswer, kEvents };
 
@@ -113,8 +114,7 @@ MHD_Result Client::takeHead(const char* method) {
   hasHead = true;
   request.method = method;
   request.caller = server->handlers.recognise(headerOf(connection, "Authorization"));
-  // Without a length, or with a wrong one, the bytes themselves are counted.
-  // Content-Length is not to be trusted, but one that is honest saves the reading.
+  // An honest Content-Length saves the reading; without a length, or with a wrong one, takeBody counts.
   if (std::strtoull(headerOf(connection, "Content-Length").c_str(), nullptr, 10) > kMostDiscarded) {
     request.isTooLarge = true;
     return handle();
@@ -176,13 +176,13 @@ void Client::reply(const Response& response) {
 }
 
 ssize_t Client::giveEvents(char* buffer, std::size_t size) {
-  // Nothing yet: rests until wakeReaders.
   if (pending.empty()) {
     pending = reader->next();
   }
   if (server->isClosing || reader->isTooSlow()) {
     return MHD_CONTENT_READER_END_WITH_ERROR;
   }
+  // Nothing yet: rests until wakeReaders.
   if (pending.empty()) {
     suspend();
     return 0;
@@ -197,6 +197,7 @@ Client& clientOf(MHD_Connection* connection) {
   return *static_cast<Client*>(MHD_get_connection_info(connection, MHD_CONNECTION_INFO_SOCKET_CONTEXT)->socket_context);
 }
 
+// Called with the connection's own context, which is where clientOf finds it again.
 void onConnection(void* server, MHD_Connection* connection, void** context, MHD_ConnectionNotificationCode code) {
   auto* const owner = static_cast<Server*>(server);
   if (code == MHD_CONNECTION_NOTIFY_CLOSED) {
@@ -209,11 +210,13 @@ void onConnection(void* server, MHD_Connection* connection, void** context, MHD_
   owner->clients[connection] = client;
 }
 
+// The target as it came: what the library gives to onRequest is without its query, and decoded, which loses "%2F".
 void* onTarget(void* /*server*/, const char* target, MHD_Connection* connection) {
   clientOf(connection).beginRequest(target);
   return nullptr;
 }
 
+// Called once for the head, then for each piece of the body, then once more without data.
 MHD_Result onRequest(void* /*server*/, MHD_Connection* connection, const char* /*path*/, const char* method,
                      const char* /*version*/, const char* data, std::size_t* size, void** /*context*/) {
   Client& client = clientOf(connection);
@@ -248,6 +251,7 @@ HttpServer::HttpServer(int listener, Handlers handlers) : state(std::make_unique
   state->handlers = std::move(handlers);
   state->listener = listener;
   Server* const server = state.get();
+  // An epoll of the library's own, which is one descriptor to our loop; no thread of its own.
   state->daemon = MHD_start_daemon(MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME, 0, nullptr, nullptr, onRequest, server,  //
                                    MHD_OPTION_LISTEN_SOCKET, listener,                                                //
                                    MHD_OPTION_CONNECTION_LIMIT, kMostClients,                                         //
@@ -268,6 +272,7 @@ HttpServer::~HttpServer() {
   for (const auto& [connection, client] : state->clients) {
     client->resume();
   }
+  // Gives every client that was resumed the end of its answer, before all are closed.
   MHD_run(state->daemon);
   MHD_stop_daemon(state->daemon);
 }
@@ -279,7 +284,6 @@ int HttpServer::descriptor() const {
 void HttpServer::onReady(std::int64_t nowMs) {
   state->nowMs = nowMs;
   state->hasResumed = false;
-  // Gives every client that was resumed the end of its answer, before all are closed.
   MHD_run(state->daemon);
   // Behind the run, so that what came in time counts.
   bool hasCutOff = false;

@@ -136,6 +136,7 @@ int listenOnPath(const std::string& path) {
     fail(path, error);
   }
   giveToGroup(path);
+  // Only now: whoever connects finds the socket with the group that it keeps.
   if (listen(listener.get(), SOMAXCONN) != 0) {
     fail(path);
   }

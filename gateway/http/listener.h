@@ -14,6 +14,7 @@ namespace orvix::gateway {
 int listenOnPath(const std::string& path);
 
 // "HOST:PORT", "[ADDRESS]:PORT"; without a host everywhere.
+// Of a name's addresses the first is taken. Port 0 lets the kernel choose. Asks the resolver, which may block.
 int listenOnTcp(const std::string& address);
 
 // "127.0.0.1:8775", as the kernel has it.

@@ -62,6 +62,7 @@ std::variant<Outbox::Resolution, Refusal> readResolution(const std::string& body
     return *refusal;
   }
   const json& document = std::get<json>(read);
+  // A misspelt key is told rather than the one that it leaves missing.
   for (const auto& [key, value] : document.items()) {
     if (key != "as") {
       return Refusal{422, "unknown field", key, std::nullopt};

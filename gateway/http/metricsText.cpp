@@ -29,6 +29,7 @@ std::string quoted(const std::string& value) {
   return '"' + text + '"';
 }
 
+// One metric at a time: begin() names it, add() writes its samples.
 class MetricsPage {
  public:
   std::string text;

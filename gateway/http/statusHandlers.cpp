@@ -28,6 +28,7 @@ json pointJson(const HistoryPoint& point, std::int64_t offsetMs) {
           {"registered", point.isRegistered}};
 }
 
+// Whether they are in order is the service's to say, which knows what is meant by one that is left out.
 std::optional<Refusal> faultOfTimes(const Call& call) {
   for (const char* const key : {"from", "to"}) {
     if (const auto text = call.parameter(key); text && !msOfRfc3339(*text)) {
