@@ -6,6 +6,8 @@ namespace orvix::gateway {
 namespace {
 
 // Each yields the name of what breaks the rule.
+// States: 0 queued, 1 attempting, 2 sent, 3 failed, 4 uncertain, 5 expired, 6 cancelled. Verdicts: 0 sent, 1 refused, 2
+// notSent, 3 uncertain.
 constexpr char kRules[] = R"(
 SELECT 'no message for its attempt, note or batch: ' || "table" FROM pragma_foreign_key_check
 UNION ALL

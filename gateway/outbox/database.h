@@ -20,6 +20,7 @@ namespace orvix::gateway {
 
 // The rows that a statement yields, one at a time. While one of these is alive, the same piece of SQL must not be used
 // again; that is why the callers close a loop in braces before they write.
+// Made by Database::rows alone, and moved at most. The caller's arguments are bound: a value never becomes part of SQL.
 class Rows {
  public:
   Rows(sqlite3* connection, sqlite3_stmt* prepared) : database(connection), statement(prepared) {}
@@ -29,10 +30,12 @@ class Rows {
   Rows& operator=(const Rows&) = delete;
 
   // To the first row, then to the next one; false behind the last. Throws StoreError.
+  // Not to be called again behind the last row, where SQLite would begin anew.
   bool next();
 
   // Columns count from 0, in the order of the SELECT. A NULL reads as 0 or "".
   std::int64_t number(int column) const;
+  // A copy of the column's bytes, zero bytes included.
   std::string text(int column) const;
   bool isNull(int column) const;
   template <typename Value>
@@ -68,6 +71,8 @@ class Database {
   bool isReadOnly() const;
 
   // Several statements without arguments or rows, each on its own unless the script begins a transaction itself.
+  // Throws StoreError; what ran before the statement that failed stays, but for an open transaction, which is rolled
+  // back.
   void script(const std::string& sql);
 
   // A query. Statements are kept by the address of their text, so only literals will do, which the parameter's type
@@ -94,17 +99,20 @@ class Database {
   }
 
   // Key of the row that was inserted last.
+  // Of whatever table it was, temporary ones included: to be asked at once.
   std::int64_t lastSequence() const;
   // Whether a transaction is open, and so something to be committed.
   bool hasChanges() const;
   // Does nothing when there is nothing to commit. Throws StoreError, with the transaction rolled back.
   void commit();
   // What was changed since the last commit never happened, in temporary tables as well.
+  // Safe to call when nothing is open.
   void rollback() noexcept;
 
  private:
   // Takes the write lock at once (BEGIN IMMEDIATE), not in the middle of a group of changes.
   void begin();
+  // From the map, or prepared and kept there.
   sqlite3_stmt* prepared(const char* sql);
   void bind(sqlite3_stmt* statement, int place, std::int64_t value);
   void bind(sqlite3_stmt* statement, int place, const std::string& value);

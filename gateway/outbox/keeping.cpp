@@ -44,8 +44,10 @@ void Outbox::Store::remove(const Record& record) {
   // Its attempts and notes go with it (ON DELETE CASCADE).
   database->change("DELETE FROM message WHERE sequence = ?", record.message.sequence);
   count(record.message.state, -1);
+  // Where it was counted: within the last day, of an owner that was asked about since the start.
   database->run("UPDATE lately SET count = count - 1 WHERE owner = ? AND since < ?", record.message.owner,
                 record.message.acceptedMs);
+  // A batch holds its id as long as one of its messages does.
   if (record.batch) {
     database->change("DELETE FROM batch WHERE id = ?1 AND NOT EXISTS(SELECT 1 FROM message WHERE batch = ?1)",
                      *record.batch);

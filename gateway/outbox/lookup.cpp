@@ -93,6 +93,7 @@ std::optional<std::string> Outbox::recording(const std::string& id, int number) 
   Rows rows = store->database->rows(
       "SELECT recording FROM attempt WHERE message = (SELECT sequence FROM message WHERE id = ?) AND number = ?", id,
       number);
+  // Empty when there was no traffic, or when the service itself ended meanwhile: nothing to replay.
   return rows.next() && !rows.text(0).empty() ? std::optional(rows.text(0)) : std::nullopt;
 }
 

@@ -28,6 +28,7 @@ std::optional<Value> valueOf(const std::string& word, const std::array<const cha
 
 }  // namespace
 
+// at() throws for a number that a damaged database may hold, rather than reading beyond the table.
 const char* wordOf(MessageState state) {
   return kStates.at(static_cast<std::size_t>(state));
 }

@@ -32,6 +32,8 @@ enum class OnUncertain { kHold, kResend };
 
 // "queued", "alarm", "hold" and so on: the words of the HTTP API, the topics and the metrics, which never change; from
 // a word, nothing when there is no such.
+// Static texts. A number that is no state, priority or wish throws std::out_of_range; one that is no verdict reads as
+// uncertain.
 const char* wordOf(MessageState state);
 const char* wordOf(Priority priority);
 const char* wordOf(OnUncertain onUncertain);
@@ -60,6 +62,7 @@ struct Message {
   std::string owner;  // "socket", "mqtt", or "token:" and the token's name
   // 3 to 20 digits, with a + before them or not. The text was found fit for the charset of at least one modem.
   std::string to;
+  // As it goes out: transliterated and with its part's number where the service made either, 1 to 160 septets.
   std::string text;
   Priority priority = Priority::kNormal;
   MessageState state = MessageState::kQueued;
@@ -75,6 +78,7 @@ struct Message {
   // Still queued at that time, it expires; no attempt is broken off for it.
   std::int64_t expiresMs = 0;
   std::optional<std::int64_t> endedMs;
+  // Oldest first; only the last one can still be running.
   std::vector<Attempt> attempts;
 };
 

@@ -30,6 +30,7 @@ enum class Cause {
 };
 
 // One row of the table.
+// A state and a cause stand in one row at most, so the order of the rows means nothing.
 struct Move {
   MessageState from;
   Cause cause;
@@ -63,6 +64,7 @@ constexpr std::optional<MessageState> stateAfter(MessageState from, Cause cause,
 }
 
 // Nothing moves out of it any more: these states have a time at which they ended, and are purged after keepDays.
+// Uncertain is not among them: a person's moves lead out of it, and what is uncertain is never purged.
 constexpr bool isEnded(MessageState state) {
   for (const Move& move : kMoves) {
     if (move.from == state) {
@@ -81,10 +83,17 @@ struct Outcome {
 
 // `attempts`: those that counted before this one. At maxAttempts a retry becomes the end: failed, or uncertain when
 // this attempt was.
+//
+//   sent       kWentOut
+//   refused    by the class of its error: message gives up; network is a retry that is not counted and waits; modem one
+//              that is not counted and free at once, for another modem; chance, or no class, a counted one that waits
+//   notSent    a retry that waits, counted when the modem had answered
+//   uncertain  kDoubt; with OnUncertain::kResend a counted retry that waits
 Outcome outcomeOf(const AttemptEnd& end, OnUncertain onUncertain, int attempts, const SendingConfig& sending);
 
 // How long to wait after that many retries in a row, from 0: retrySeconds, doubled with each of them up to
 // retryLimitSeconds.
+// At least one second; doubled 20 times at most, so that nothing overflows where the limit is 0, for none.
 std::int64_t retryDelayMs(int retries, const SendingConfig& sending);
 
 }  // namespace orvix::gateway

@@ -70,6 +70,7 @@ struct AttemptEnd {
 struct FreeModem {
   std::string name;
   hostkit::Charset charset = hostkit::Charset::kIra;
+  // What may go out by it within 24 hours; 0: no limit.
   int perDay = 0;
 };
 
@@ -120,11 +121,13 @@ class Outbox {
 
   // What a start makes of attempts that were found running: without the mark queued again (the attempt counts), with it
   // uncertain. Returns the modems they ran on: each may wait at its prompt.
+  // To be called once, before anything else changes a message, and to be committed before a modem gets an order.
   std::vector<std::string> recover(std::int64_t nowMs);
 
   // The request of that id with those of its messages that are still kept.
   std::optional<KnownRequest> findRequest(const std::string& id);
   // Nothing of that id may be there. Returns the messages as they are now.
+  // An id that is taken after all is a StoreError, as the table's UNIQUE finds it.
   std::vector<Message> accept(const NewRequest& request, std::int64_t nowMs);
   // A message that waits for a budget tells so in `reason` and `dueMs`, here and wherever else a message is returned.
   std::optional<Message> find(const std::string& id);
@@ -140,9 +143,11 @@ class Outbox {
 
   // The message that this modem takes next: alarm, normal, bulk, then first come, past all that must wait or that it
   // does not carry. None: nothing for it now.
+  // Only looks: beginAttempt takes the message.
   std::optional<Message> next(const FreeModem& modem, std::int64_t nowMs);
   // queued -> attempting; the number of the attempt.
   int beginAttempt(const std::string& id, const std::string& modem, std::int64_t nowMs);
+  // Only behind the commit of it may the text be written.
   void markMayBeOut(const std::string& id);
   // attempting -> sent, failed, uncertain, or queued again with its retry time; as the classes of codes tell. A refusal
   // without a class counts as one by chance.
@@ -166,6 +171,7 @@ class Outbox {
   void addReport(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
   // At most `points` points, oldest first; a stretch without a measurement has none. The time of a point is that of the
   // first measurement in it; it is registered when it was in all of them.
+  // Of one level of detail for each stretch of time: single measurements of the last day, means before.
   std::vector<HistoryPoint> history(const std::string& modem, std::int64_t fromMs, std::int64_t toMs, int points);
 
   // Every message of the owner "mqtt" leaves a note at each change of state, oldest first, until it is dropped.

@@ -30,6 +30,7 @@ std::optional<std::int64_t> Outbox::ownerFreeMs(const std::string& owner, int pe
   if (surplus <= 0) {
     return std::nullopt;
   }
+  // Room comes when as many of the oldest are a day old as there are too many.
   Rows rows = store->database->rows(
       "SELECT accepted FROM message WHERE owner = ? AND accepted > ? ORDER BY accepted LIMIT 1 OFFSET ?", owner,
       store->nowMs - kDayMs, std::min(surplus, accepted) - 1);

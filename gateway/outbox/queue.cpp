@@ -213,6 +213,7 @@ void Queue::explain(Record* record, std::int64_t nowMs) {
 // Only where each modem that was there so far has to wait.
 void Queue::explainModems(Record* record, std::int64_t nowMs) {
   Message& message = record->message;
+  // The soonest of the modems that may take it decides.
   std::int64_t free = kForEver;
   bool isHeld = false;
   for (const auto& [name, modem] : modems) {

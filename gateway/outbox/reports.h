@@ -19,11 +19,13 @@ class Reports {
   explicit Reports(Database* outbox) : database(outbox) {}
 
   // dBm: none where the modem did not know it. Throws nothing: it only waits in memory.
+  // dBm as the modem's report has it, -113 to -51 for most.
   void add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
   // Whether what was added has waited long enough for its write.
   bool areDue() const;
   // Joins the open transaction, and takes away what has been kept long enough. What cannot be written is given up, so
   // that a full disk fills no memory.
+  // Throws StoreError. To be called within the round that is committed next.
   void write();
 
   // As Outbox tells it; what still waits for its write is seen as well. `nowMs` decides which level tells of what time.

@@ -16,6 +16,8 @@ namespace orvix::gateway {
 
 // A message without its attempts, and what only this room knows of it: budgets and the queue work on that, the world
 // never sees it.
+// Read from a row, changed in memory, and written as a whole by Store::move: no function writes a part of it, but for
+// the times that a person's resend renews.
 struct Record {
   Message message;
   std::optional<std::string> batch;  // id of the request that it is a part of
@@ -28,12 +30,14 @@ struct Record {
 };
 
 // Of "SELECT * FROM message": the columns are taken by their place in the table.
+// While the statement stands on a row; it reads all columns, so that a caller needs no list of its own.
 Record recordOf(const Rows& rows);
 
 // Of one message, from its first to its last.
 std::vector<Attempt> attemptsOf(Database* database, std::int64_t sequence);
 
 // The charsets that carry the text, as Record keeps them.
+// 0 for a text that no charset carries. Bits are stored: an enumerator of Charset never changes its number.
 int charsetsOf(const std::string& text);
 int bitOf(hostkit::Charset charset);
 

@@ -128,6 +128,7 @@ void checkPages(Database* database) {
 
 void bringUpToDate(Database* database) {
   for (std::int64_t version = versionOf(database); version < kVersion; ++version) {
+    // The version is part of the transaction: a crash leaves a step done or not begun.
     database->script("BEGIN IMMEDIATE;" + std::string(kSteps.at(static_cast<std::size_t>(version))) +
                      "PRAGMA application_id = " + std::to_string(kApplicationId) +
                      "; PRAGMA user_version = " + std::to_string(version + 1) + "; COMMIT;");
@@ -138,6 +139,7 @@ void bringUpToDate(Database* database) {
 // service may read what people write to each other.
 void makeFile(const std::string& file, int folder) {
   const std::string fresh = file + ".new";
+  // Of a start that was interrupted.
   unlink(fresh.c_str());
   const int descriptor = open(fresh.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
   if (descriptor == -1) {
@@ -149,6 +151,7 @@ void makeFile(const std::string& file, int folder) {
     database.script(kSettings);
     bringUpToDate(&database);
   }
+  // The folder's entry must be on the disk before anything is accepted into the file.
   if (rename(fresh.c_str(), file.c_str()) != 0 || fsync(folder) != 0) {
     refuseWithErrno("cannot be made");
   }
@@ -168,6 +171,7 @@ std::unique_ptr<Database> openFile(const std::string& file, int folder) {
     refuse("was written by a newer version of this program");
   }
   checkPages(database.get());
+  // Only now, for it writes into the file's header.
   database->script("PRAGMA journal_mode = WAL");
   bringUpToDate(database.get());
   database->checkpointOnClose(true);

@@ -14,6 +14,7 @@ namespace orvix::gateway {
 // Throws StoreError and StoreInUse as the constructor of Outbox does.
 class StoreFolder {
  public:
+  // A folder that it makes has mode 0700.
   explicit StoreFolder(const std::string& folder);
   ~StoreFolder();
   StoreFolder(const StoreFolder&) = delete;
@@ -21,6 +22,8 @@ class StoreFolder {
 
   // Opens or makes outbox.db in it, mode 0600, and brings the tables of an older version up to date. Throws as above,
   // with the file's path.
+  // Checked in this order, before anything is written: the header (SQLite's, and our application id), rights, version,
+  // and the structure of all pages (quick_check). Settings: WAL, synchronous FULL, locked exclusively, foreign keys.
   std::unique_ptr<Database> openDatabase() const;
 
  private:

@@ -21,6 +21,7 @@
 namespace orvix::gateway {
 
 struct Outbox::Store {
+  // Opens, checks and derives: throws StoreError and StoreInUse as Outbox's constructor does.
   Store(const StorageConfig& storageConfig, const SendingConfig& sendingConfig);
 
   // The later of the time that is told and the last one; every public function calls it before it looks at nowMs.
@@ -42,10 +43,14 @@ struct Outbox::Store {
   void addNote(const Record& record);
   // Counts of states are kept, since counting 100,000 rows at every look at the queue would cost too much.
   void count(MessageState state, int difference);
+  // How many attempts the message has, the running one included.
   int attemptsBegun(std::int64_t sequence);
+  // How many the owner had accepted within the last 24 hours.
   std::int64_t acceptedLately(const std::string& owner);
   // The end of the attempt that runs, from whatever side it is told.
+  // `record` must be one that is attempting, and its attempt the only one without an end.
   Message finishAttempt(Record record, const AttemptEnd& end);
+  // Gives it its lifetime and its attempts anew; the move that follows writes the rest.
   void renew(Record* record);  // for a person's resend
   // With its attempts and notes; a batch goes with the last of its messages.
   void remove(const Record& record);

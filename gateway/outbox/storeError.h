@@ -13,6 +13,7 @@ class StoreError : public std::runtime_error {
  public:
   StoreError(const std::string& text, bool diskIsFull) : std::runtime_error(text), isFull(diskIsFull) {}
   // Whether space would help.
+  // SQLITE_FULL, or ENOSPC from the file system.
   bool isDiskFull() const { return isFull; }
 
  private:
