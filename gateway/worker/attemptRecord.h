@@ -36,6 +36,7 @@ class AttemptRecord {
   // The mark is committed, so the text may be written. False before the prompt, when nobody has asked for leave.
   bool allow();
   // What the traffic proves though the worker is gone: sent or refused. None when it leaves a doubt.
+  // With its recording, as end() gives it.
   std::optional<AttemptResult> provenResult() const;
 
  private:

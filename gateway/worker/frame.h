@@ -25,6 +25,7 @@ class ProtocolError : public std::runtime_error {
 };
 
 // What the type means and what the document holds is protocol.h's.
+// `body` may be any bytes; it owns them.
 struct Frame {
   std::uint8_t type = 0;
   std::string body;
@@ -36,6 +37,7 @@ std::string bytesOf(const Frame& frame);
 // Cuts what arrives, in pieces of any size, into frames.
 class FrameBuffer {
  public:
+  // Keeps what was not taken yet, without a bound: read so much, take the frames, and read on.
   void append(std::string_view bytes) { pending += bytes; }
   // The next whole frame, once; none when more bytes must come first. Throws ProtocolError.
   std::optional<Frame> next();

@@ -17,6 +17,7 @@ class LineAppearance {
   static constexpr int kLookEveryMs = 2000;
 
   // The device path, without a connection string's settings. What is there now counts as seen.
+  // Throws nothing: what cannot be watched is looked at instead.
   explicit LineAppearance(std::string linePath);
   ~LineAppearance();
   LineAppearance(const LineAppearance&) = delete;
@@ -26,6 +27,7 @@ class LineAppearance {
   int descriptor() const { return isWatching ? events : -1; }
   // Whether the path leads to a device, and to another one, or by other means, than at the last call: created anew,
   // linked anew, or with other rights.
+  // Some dozens of system calls. Rights count, for a device appears before udev's rules have given it to its group.
   bool look();
 
  private:
@@ -46,6 +48,7 @@ class LineAppearance {
   std::unique_ptr<udev, FreeUdev> library;
   std::unique_ptr<udev_monitor, FreeUdev> monitor;
   bool isWatching = false;
+  // Identity of the path and the device at the last look; "" when there was none.
   std::string seen;
 };
 

@@ -18,6 +18,9 @@
 
 namespace orvix::gateway {
 
+// Where time goes: a probe takes 1.5 s, a report 3 s, a message 8 s (16 s at worst) and up to lateSeconds of listening
+// behind it; closing a line that no longer drains takes 30 s. Orders and the stop are looked at between two calls, and
+// while listening.
 class ModemWorker {
  public:
   // `supervisor` is borrowed. Opens no line yet. Throws hostkit::Error when the plug-in or the configuration is not fit
@@ -33,6 +36,7 @@ class ModemWorker {
   void onAppearance();
   // To keep the modem in service: each is one step, and sets `dueMs`, the time of the next one.
   void takeStep();
+  // Each ends in tellReady or tellNotReady, and so in a time for the next step.
   void startDevice();
   void report();
   void heal();
@@ -72,8 +76,11 @@ class ModemWorker {
   hostkit::LineTrace trace;
   hostkit::ModemDevice device;
   LineAppearance appearance;
+  // A second descriptor of the line: it tells of a hang-up, listens for what comes late, and keeps DTR up between
+  // the device's Stop and Start.
   std::unique_ptr<hostkit::LineWatch> watch;  // none while the line is away
 
+  // As the supervisor was told last.
   ModemState state = ModemState::kNoData;
   std::string reason;
   std::string doing;

@@ -22,6 +22,7 @@ inline constexpr std::size_t kMostTrafficBytes = 65536;
 // To the worker. What it is told in StartOrder holds until the process ends.
 
 // Always first.
+// Seconds as in the configuration; codes and okIsSent are the modem's own. verbosity is glog's (FLAGS_v).
 struct StartOrder {
   std::string modem;
   std::string plugin;
@@ -61,6 +62,7 @@ struct DoingNews {
 };
 
 // The three belong to the attempt that runs; without one they break the protocol.
+// A piece as hostkit::TrafficPiece has it; what is beyond the attempt's bound is left out, at either end.
 struct TrafficNews {
   std::int64_t us = 0;  // of the monotonic clock, not negative
   XplTraceKind kind = kXplTraceReceived;
@@ -68,6 +70,7 @@ struct TrafficNews {
 };
 // Asks for leave to write the text: GoAhead, or no answer.
 struct PromptNews {};
+// Answers an AttemptOrder, once; the next order may come from here on.
 struct EndNews {
   AttemptResult result;  // without its recording, which is made of the traffic
 };
@@ -82,6 +85,7 @@ using FromWorker = std::variant<StateNews, ModemReport, DoingNews, TrafficNews, 
                                 ReconnectedNews, LineLostNews>;
 
 // The frame's bytes.
+// Throws std::length_error for a message that does not fit into a frame.
 std::string encoded(const ToWorker& message);
 std::string encoded(const FromWorker& message);
 

@@ -24,6 +24,8 @@ class SupervisorLink {
   std::int64_t lastSentMs() const;
 
   // Takes in what has come, waiting up to `timeoutMs` for the first byte; -1 waits for ever, 0 not at all.
+  // Orders are kept until they are asked for, one of each kind: the supervisor gives the next attempt only when one has
+  // ended.
   void receive(int timeoutMs = 0);
   // The order to start; waits for it.
   StartOrder waitForStart();
@@ -32,6 +34,7 @@ class SupervisorLink {
   // Waits for the supervisor's leave to write the text; false when it did not come in time.
   bool waitForGoAhead(int timeoutMs);
   // Once the order to stop has come: until when a late result may be listened for.
+  // By nowMs of workerTime.h.
   std::optional<std::int64_t> stopListeningMs() const { return stopMs; }
   bool isStopWished() const { return stopMs.has_value(); }
 

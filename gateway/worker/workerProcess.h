@@ -93,6 +93,7 @@ class WorkerProcess {
   int descriptor() const;
   bool wantsToWrite() const;
   // Moves what is ready in either direction and calls the listener. Returns at once when nothing is.
+  // Listeners called from here may give orders at once, an attempt included.
   void onReady(std::int64_t nowMs);
   // Kills what is stuck, starts again after a death with backoff.
   void onTime(std::int64_t nowMs);

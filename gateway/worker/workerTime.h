@@ -9,6 +9,7 @@
 namespace orvix::gateway {
 
 // A worker says at least this often that it lives; the supervisor takes a silence of 90 s for its end.
+// Also while it waits or listens; only a call into the plug-in keeps it from it, and that has a bound of its own.
 constexpr std::int64_t kSignOfLifeMs = 30 * kSecondMs;
 
 // Milliseconds that run with the monotonic clock, so that no jump of the wall clock cuts a wait short. They mean
