@@ -25,6 +25,7 @@ std::string withoutLeadingZeros(std::string number) {
   return number;
 }
 
+// Fills the library's tree of commands, whose callbacks refer to it: it must live until the line has been read.
 class Commands {
  public:
   Commands(CLI::App* program, Invocation* result) : app(program), invocation(result), options(result->options) {}

@@ -71,6 +71,7 @@ int makeToken(const Options& options) {
   nlohmann::ordered_json entry;
   entry["name"] = options.tokenName;
   entry["sha256"] = sha256Of(token);
+  // Written out, since a person has to see that this token may send to everybody.
   entry["to"] = {"*"};
   // The token on a line of its own: it is shown once, and only its hash is kept.
   std::cout << token << "\n" << entry.dump() << "\n";

@@ -18,6 +18,7 @@ namespace {
 using nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
+// 96 random bits, as the service's own ids have.
 constexpr std::size_t kIdLength = 24;
 constexpr std::chrono::milliseconds kBetweenLooks{500};
 
@@ -61,6 +62,7 @@ int codeOf(const std::string& state) {
   if (state == "uncertain") {
     return kUncertain;
   }
+  // What is left is failed, expired or cancelled.
   return state == "queued" || state == "attempting" ? kNotYet : kNotSent;
 }
 
@@ -74,6 +76,7 @@ json waitFor(const Session& session, const std::string& id, Clock::time_point en
         return message;
       }
     } catch (const Failure& failure) {
+      // Only a service that is away, or was silent, may come back; a refusal stays.
       if (isLast || failure.exitCode() != kNotRunning) {
         throw;
       }

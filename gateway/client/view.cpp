@@ -111,6 +111,7 @@ std::string messagesView(const json& list) {
   Rows rows = {{"ID", "STATE", "TO", "ACCEPTED", "TEXT"}};
   for (const json& message : list.at("messages")) {
     const std::string reason = message.at("reason").is_null() ? "" : " (" + cell(message.at("reason")) + ")";
+    // The reason behind the state, not in a column of its own: most messages have none.
     rows.push_back({cell(message.at("id")), cell(message.at("state")) + reason, cell(message.at("to")),
                     timeCell(message.at("accepted")), cell(message.at("text"))});
   }

@@ -46,11 +46,14 @@ struct StorageConfig {
 };
 
 // "perRecipient": so many messages to one number within so many seconds, the rest waits. No limit when either is 0.
+// An attempt counts while it runs, and from its end on when it was sent or may have been. Alarms wait for earlier alarms
+// alone.
 struct Budget {
   int count = 20;
   int seconds = 3600;
 };
 
+// Cut at words, into 9 messages at most; see textFit.h.
 enum class LongText { kRefuse, kNumber };
 enum class NonAscii { kRefuse, kTransliterate };
 
@@ -73,6 +76,7 @@ struct SendingConfig {
 };
 
 // Who may send what: of a token, or of the MQTT door.
+// Checked at the door, when a message is handed in: a change of the file does not touch what was accepted before.
 struct Rights {
   std::vector<std::string> to;  // numbers; a last '*' stands for any further digits
   int perDay = 200;             // 0: no limit
@@ -117,6 +121,7 @@ struct HeartbeatConfig {
 
 // The file as a whole. "plugin" is the path that dlopen gets.
 struct Config {
+  // Readable when the configuration was read; whether it is a plug-in shows only in a worker.
   std::string plugin = "/usr/lib/orvix/plugins/libgsmmodem.so";
   std::vector<ModemConfig> modems;
   StorageConfig storage;
@@ -129,6 +134,7 @@ struct Config {
 // What is wrong, for the person who wrote the file.
 struct ConfigProblem {
   std::string key;  // its path, such as "modems[0].charset"; "" for the file as a whole
+  // A sentence without the key, such as "must be a whole number from 1 to 86400"; may quote bytes of the file.
   std::string text;
 };
 
@@ -140,6 +146,8 @@ struct ConfigResult {
 
 // Reads and checks everything and tells every problem, not the first alone: JSON, keys, types, ranges, the modems' own
 // files. A file of more than 1 MB is refused unread.
+// Throws nothing but std::bad_alloc: a file that is not there is a problem as well. Opens no device; asks no name
+// server.
 ConfigResult readConfig(const std::string& file);
 
 }  // namespace orvix::gateway

@@ -101,6 +101,7 @@ Config configOf(const nlohmann::json& document, Problems* problems) {
   }
   refuseUnreadable(&root, "plugin", config.plugin);
   config.modems = readModems(&root);
+  // Before `sending`, whose budget must not look further back than messages are kept.
   config.storage = readStorage(root.object("storage"));
   config.sending = readSending(root.object("sending"), config.storage.keepDays);
   config.http = readHttp(root.object("http"));
@@ -146,6 +147,7 @@ ConfigResult readConfig(const std::string& file) {
   // One byte more than may be there shows that there is more.
   std::string text(kMostBytes + 1, '\0');
   stream.read(text.data(), static_cast<std::streamsize>(text.size()));
+  // The end of the file sets eof and fail, which are no trouble; bad is.
   if (!stream.is_open() || stream.bad()) {
     result.problems.push_back({"", "cannot be read: " + std::string(std::strerror(errno))});
     return result;

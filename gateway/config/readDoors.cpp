@@ -13,6 +13,7 @@ constexpr std::size_t kLongestSocket = 107;  // of a Unix socket's address
 constexpr char kPriorities[] = "\"alarm\", \"normal\" or \"bulk\"";
 
 // "+49*", "0170123", "*".
+// A "*" that stands alone lets everybody be sent to; one before the end would promise a search that nobody makes.
 bool isPattern(const std::string& text) {
   const std::string number = text.substr(0, text.find('*'));
   const std::string digits = number.substr(number.compare(0, 1, "+") == 0 ? 1 : 0);
@@ -27,6 +28,7 @@ Rights readRights(StrictObject* object) {
     object->complain("to", "must hold numbers, each with a * at its end for any further digits");
   }
   rights.perDay = object->whole("perDay", rights.perDay, 0, kMostOfAny);
+  // The most urgent that may be asked for; who asks for none gets normal, or this one where it is less.
   rights.highest = object->word("priority", rights.highest, priorityOf, kPriorities);
   return rights;
 }
@@ -72,6 +74,7 @@ bool isHostAndPort(const std::string& text) {
   }
   const std::string host = text.substr(0, colon);
   const std::string port = text.substr(colon + 1);
+  // What stands in brackets, and whether the host exists, shows when it is listened at or connected to.
   const bool isBracketed = host.front() == '[' && host.back() == ']';
   return (isBracketed || consistsOf(host, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-")) &&
          !port.empty() && port.size() <= 5 && consistsOf(port, "0123456789") && std::stoi(port) <= 65535;

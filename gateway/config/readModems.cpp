@@ -49,6 +49,7 @@ std::map<int, hostkit::ErrorClass> readCodes(StrictObject object) {
       object.complain(key, "must be the number of a CMS error");
       continue;
     }
+    // The fallback is of no use: whatever is no class has become a problem.
     codes[std::stoi(key)] = object.word(key, hostkit::ErrorClass::kDoubt, hostkit::classNamed,
                                         R"("message", "network", "modem", "chance" or "doubt")");
   }

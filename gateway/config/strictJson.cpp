@@ -204,6 +204,7 @@ std::vector<std::string> StrictObject::keys() {
   std::vector<std::string> found;
   for (const auto& item : fields->items()) {
     found.push_back(item.key());
+    // A key that the writer chose himself is no misspelling.
     known.insert(item.key());
   }
   return found;

@@ -26,6 +26,7 @@ class StrictObject {
   // Borrows all of them. An empty path is the document's own.
   StrictObject(const nlohmann::json& object, std::string pathOfIt, Problems* found);
 
+  // Also where its value is null, which no reader takes: null is of the wrong type everywhere.
   bool has(const std::string& key);
   // A whole number from `least` to `most`, both included. 5.0 is none.
   int whole(const std::string& key, int fallback, int least, int most);
@@ -38,6 +39,7 @@ class StrictObject {
   std::vector<std::string> texts(const std::string& key, const std::vector<std::string>& fallback);
 
   // One of a few words; `valueOf` knows them, `words` lists them for people.
+  // `valueOf` takes the word and gives an optional.
   template <typename Value, typename ValueOf>
   Value word(const std::string& key, Value fallback, ValueOf valueOf, const std::string& words) {
     const nlohmann::json* const found = find(key);
@@ -54,6 +56,7 @@ class StrictObject {
   // The object of that key; an empty one when there is none.
   StrictObject object(const std::string& key);
   // The objects of the list of that key; none when there is no such list.
+  // An entry that is no object becomes a problem and reads as an empty one.
   std::vector<StrictObject> objects(const std::string& key);
   // All keys there are, for an object whose keys are the writer's own.
   std::vector<std::string> keys();

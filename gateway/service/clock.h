@@ -8,6 +8,8 @@
 
 namespace orvix::gateway {
 
+// A machine without a clock of its own starts in 1970: until its wall clock has passed the time that was stored last,
+// what is shown is that time and what has run since.
 class ServiceClock {
  public:
   // What was stored last, both in ms; 0 and 0 at the very first start, when service time begins as wall time.
@@ -17,6 +19,7 @@ class ServiceClock {
   std::int64_t nowMs() const;
   // To be added to a service time for showing it; follows the wall clock's jumps whenever update() is called.
   std::int64_t offsetMs() const { return offset; }
+  // To be called once a round. A jump of the wall clock moves what is shown from there on, stored times included.
   void update();
 
  private:

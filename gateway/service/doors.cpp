@@ -12,6 +12,7 @@
 namespace orvix::gateway {
 namespace {
 
+// For a full queue or disk, where nobody can tell when it is over; a budget tells its own time.
 constexpr int kRetryAfterSeconds = 60;
 // Of a curve: more than a screen has columns.
 constexpr int kMaxPoints = 10000;

@@ -17,12 +17,14 @@ inline constexpr std::array<double, 10> kSendSecondsBounds = {10, 15, 30, 60, 12
 // One histogram.
 struct SendSeconds {
   std::array<std::uint64_t, kSendSecondsBounds.size() + 1> buckets = {};  // each value counts in one bucket
+  // In seconds.
   double sum = 0;
   std::uint64_t count = 0;
 };
 
 struct Metrics {
   // Each entry into a state, by the state's word.
+  // A message that is queued again after an attempt counts as "queued" once more.
   std::map<std::string, std::uint64_t> messages;
   // The rest by the modem's name; attempts also by the verdict's word.
   std::map<std::string, std::map<std::string, std::uint64_t>> attempts;

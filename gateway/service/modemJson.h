@@ -9,6 +9,7 @@
 namespace orvix::gateway {
 
 // "dBm" and "percent" are null where the modem does not know them.
+// Null when the modem has none yet.
 nlohmann::json reportJson(const ModemView& modem, std::int64_t offsetMs);
 // "report" is null until there is one.
 nlohmann::json modemJson(const ModemView& modem, std::int64_t offsetMs);

@@ -25,6 +25,7 @@
 namespace orvix::gateway {
 
 // A request that was taken, now or before.
+// The messages as they are now: of a repeat that may be long after the acceptance.
 struct Accepted {
   bool isNew = true;  // 202, else 200
   bool isBatch = false;
@@ -51,6 +52,7 @@ struct Health {
 
 // Told after the commit of what it tells, in the order in which it happened. A door that serves several owners filters
 // by message.owner. A listener may call the service; that starts the next round.
+// What is passed is borrowed for the call.
 class ServiceListener {
  public:
   // At every change of state.
@@ -91,6 +93,7 @@ class Service {
   // Whether outbox and workers make progress; an unplugged modem is no fault of the service.
   Health health() const;
   // All 0 while the outbox does not answer.
+  // Cheap: the outbox keeps them and counts no messages.
   Counts counts();
   std::optional<Message> lastEnded();
   const Metrics& metrics() const;
@@ -102,8 +105,10 @@ class Service {
   void announce(const std::vector<Message>& messages);
   void dropAnnouncements(const std::vector<std::int64_t>& numbers);
   // Borrowed; called until the service ends.
+  // There is no way to take one back: it must live as long as the service is used.
   void addListener(ServiceListener* listener);
   // Called once, with the end of the present round; from inside settle(), or at once from a call that voids the round.
+  // Nothing may be thrown from it. What it asks of the service belongs to the next round.
   void onCommitted(std::function<void(bool isCommitted)> done);
 
   // For the loop: start once, then poll the workers' descriptors, and settle after every round of events.
@@ -112,11 +117,13 @@ class Service {
   std::vector<WorkerProcess*> workers();
   // Hands messages to free modems, lets time do its work, commits, and calls what waits for the commit. To be called
   // after every round of events.
+  // Blocks for as long as the disk takes, which on a worn card may be a second and more.
   void settle();
   // When settle() must be called even though nothing happened.
   std::optional<std::int64_t> nextTimeMs();
   // No new attempt: running calls end, and a worker that listens for a late result does so for that much longer at
   // most.
+  // Ends no process by force; whoever has no more patience does (WorkerProcess::kill).
   void stop(int listenSeconds);
   // Whether all workers have ended.
   bool isStopped() const;

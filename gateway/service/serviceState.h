@@ -19,6 +19,7 @@
 namespace orvix::gateway {
 
 // A message on its way through a modem.
+// From the order to the worker until the commit of its end: until then the modem takes nothing else.
 struct Running {
   AttemptOrder order;
   bool isMarked = false;          // "may be out" is committed
@@ -54,6 +55,7 @@ struct Service::State final : WorkerListener {
   // After a StoreError: nothing since the last commit happened.
   void voidRound(const std::string& reason);
   // Whether there was anything to tell, so that another round may be due.
+  // With `isTrial` something is written even when nothing waits, which shows whether the disk takes it.
   bool commitRound(bool isTrial);
 
   // The halves of submit, show, cancel and resolve that speak with the outbox. `otherwise` is what a 409 says.

@@ -24,6 +24,7 @@ struct Caller {
 struct Refusal {
   int status = 422;
   std::string error;
+  // Key of the JSON object or of the query, for a form that wants to mark it.
   std::optional<std::string> field;
   std::optional<int> retryAfterSeconds;  // with 429 and 503
 };
@@ -33,6 +34,7 @@ struct Submission {
   std::optional<std::string> id;
   std::vector<std::string> to;  // 1 to 100 numbers
   bool isList = false;          // `to` was a list: the answer is one, too
+  // UTF-8, of any length that the door let in.
   std::string text;
   // None: normal, or the caller's highest where that is less.
   std::optional<Priority> priority;

@@ -11,6 +11,7 @@ namespace orvix::gateway {
 std::string newToken();
 
 // SHA-256 in 64 lower-case hexadecimal digits.
+// FIPS 180-4. Throws nothing but std::bad_alloc.
 std::string sha256Of(std::string_view bytes);
 
 // Compares in a time that tells nothing about where they differ, for a guess must not be led by it.
