@@ -48,6 +48,7 @@ class Reader {
  public:
   explicit Reader(std::string_view text) : rest(text) {}
 
+  // A number that is wrong reads as `least`, so that what is reckoned with it afterwards stays defined.
   int number(std::size_t digits, int least, int greatest) {
     int value = 0;
     for (std::size_t i = 0; i < digits; ++i) {
@@ -67,6 +68,7 @@ class Reader {
       return 0;
     }
     rest.remove_prefix(1);
+    // A digit must follow the point. From the fourth on the weight is 0.
     int value = number(1, 0, 9) * 100;
     for (int weight = 10; !rest.empty() && rest.front() >= '0' && rest.front() <= '9'; weight /= 10) {
       value += (take() - '0') * weight;

@@ -10,6 +10,7 @@ namespace orvix {
 
 // For logs, recordings and complaints about single bytes: printable ASCII as it is, CR, LF and backslash as \r, \n and
 // \\, every other byte as \xNN. The result is ASCII, whatever the locale, and never holds a line feed.
+// Up to four characters a byte. Not to be applied twice: the backslashes would double.
 std::string escaped(std::string_view bytes);
 
 // For a person's terminal: UTF-8 as it is, but each byte that could steer the terminal or hide text as \xNN. These are
@@ -21,6 +22,7 @@ std::string shown(std::string_view text);
 std::string hexText(std::string_view bytes);
 
 // Takes digits of either case; none for an odd number of them and for anything else.
+// Without blanks, colons or a leading "0x".
 std::optional<std::string> bytesOfHex(std::string_view digits);
 
 }  // namespace orvix

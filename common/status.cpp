@@ -114,12 +114,14 @@ Status::Status(const Status& other) : state(cloned(other.state.get())) {
 
 Status& Status::operator=(const Status& other) {
   if (state != other.state) {  // the same only when both are success, or it is itself
+    // Copied before the old block goes: when memory is out, this one stays as it was.
     state = cloned(other.state.get());
   }
   return *this;
 }
 
 Status::eCode Status::code() const noexcept {
+  // Unsigned first: char has a sign on one machine and none on another.
   return state == nullptr ? kOk : static_cast<eCode>(static_cast<unsigned char>(state[kCodeOffset]));
 }
 

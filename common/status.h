@@ -56,6 +56,7 @@ class Status {
 
   // One pair for each code. The text is the message, then ": " and the detail; a detail that is null or empty is left
   // out, and the message must be there.
+  // A std::string is taken up to its first zero byte, as the other form takes it. Each may throw std::bad_alloc.
   static Status okWithMessage(const char* message, const char* detail = nullptr) {
     return {kOkWithMessage, message, detail};
   }
@@ -130,10 +131,12 @@ class Status {
   explicit operator bool() const noexcept { return isOk(); }
 
   // "OK", or the code's prefix ("Failed: " and so on; "Unknown code(0x%x): " for a code outside the list) and the text.
+  // The text is what it was made of and may hold a modem's bytes: to be escaped wherever it is shown.
   std::string toString() const;
 
  private:
   Status(eCode code, const std::string& message, const std::string& detail);
+  // Lengths are in bytes; a detail of length 0 is left out, with its separator.
   void initState(eCode code, const char* msg, std::size_t msgLength, const char* detail, std::size_t detailLength);
 
   // Null for kOk, otherwise one block:

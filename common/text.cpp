@@ -44,6 +44,7 @@ const char* localTimeText(std::time_t time, char (&text)[64]) {
   if (localtime_r(&time, &local) == nullptr) {
     return "";
   }
+  // With 64 bits, for tm_year reaches as far as an int does.
   std::snprintf(text, sizeof text, "%02d.%02d.%04lld %02d:%02d", local.tm_mday, local.tm_mon + 1,
                 local.tm_year + 1900LL, local.tm_hour, local.tm_min);
   return text;

@@ -45,6 +45,7 @@ std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceK
 std::string answerText(const std::string& line, const std::vector<hostkit::TrafficPiece>& traffic) {
   const std::string sent = bytesOf(traffic, kXplTraceSent);
   const std::string received = bytesOf(traffic, kXplTraceReceived);
+  // From the line outwards: what could not leave needs no explanation of its answer.
   if (sent.empty()) {
     return "nothing could be written to " + line + ": the line is full or dead; is the modem powered?";
   }

@@ -17,6 +17,9 @@ std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceK
 
 // Why a probe or a report on that line failed, by its traffic: nothing could be written, nothing came back, an error,
 // an echo alone, or something else; with what to do.
+// One sentence without a full stop. `line` is the connection string; it and an error in words may hold foreign bytes, so
+// whoever prints the sentence escapes it. Causes are tried from the line outwards: the first that the traffic shows is
+// told.
 std::string answerText(const std::string& line, const std::vector<hostkit::TrafficPiece>& traffic);
 
 }  // namespace orvix::host

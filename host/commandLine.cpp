@@ -68,6 +68,7 @@ class Commands {
   CLI::App* add(const char* name, const char* description, std::function<void(const Options&)> command) {
     CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
     Invocation* const result = invocation;
+    // Only noted: it runs when the whole line has been understood.
     added->final_callback([result, command = std::move(command)] { result->command = command; });
     return added;
   }

@@ -26,6 +26,8 @@ void endInOrderOnSignals();
 class DeviceSession {
  public:
   // `listener` is borrowed, sees the line's traffic and may be null.
+  // kInternal without a module that can be used, kUsage for a line that cannot be named, kConfiguration for a file that
+  // the device refuses. Opens no line yet.
   explicit DeviceSession(const CommonOptions& options, EventOutput events = EventOutput::kNone,
                          hostkit::TrafficListener* listener = nullptr);
   ~DeviceSession();
@@ -36,10 +38,12 @@ class DeviceSession {
   hostkit::ModemDevice& device() { return *modem; }
   hostkit::LineTrace& lineTrace() { return trace; }
   // The traffic since the last of these three began.
+  // Borrowed; emptied by the next of them.
   const std::vector<hostkit::TrafficPiece>& lastTraffic() const { return traffic.pieces; }
   // Whether the device announced a changed report since the last call.
   bool takeChanged() { return printer.takeChanged(); }
   // Opens the line; throws Failure. A modem that stays silent is no failure here: the device's status says so.
+  // kLine where the line does not open or takes no such settings, kConfiguration for a mode or a file that cannot work.
   void start();
   // As start, and throws Failure as well when no modem answers.
   void startReady();
@@ -47,6 +51,7 @@ class DeviceSession {
   hostkit::Answer report();
   hostkit::Answer sendSms(const std::string& phone, const std::string& text);
   // What the failure of the last call means, with the cause as far as line and traffic show it.
+  // Looks at the line once more where that may tell why; opens it for a moment then.
   Failure explain(const Status& status);
 
  private:

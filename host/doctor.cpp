@@ -83,6 +83,7 @@ void examineLine(DeviceSession* session, Diary* diary) {
     }
     throw Failure(kLine, trouble);
   }
+  // No fault by itself: a program that only listens may be meant. Told, since answers may go to it.
   for (const std::string& other : hostkit::openersOf(line)) {
     const std::string advice = hostkit::openerAdvice(other);
     diary->say("", "is open in " + other + " as well" + (advice.empty() ? "" : "; " + advice), program::yellow);
@@ -130,6 +131,7 @@ std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::s
   // The usual ones, the likeliest first: modules come with 115200 or 9600.
   for (const char* const speed : {"115200", "9600", "57600", "38400", "19200", "230400"}) {
     CommonOptions attempt = common;
+    // A configuration names its own speed: the tries go by the path alone.
     attempt.line.configFile.clear();
     attempt.record.clear();  // the recording is of the line as configured
     attempt.line.device = hostkit::pathOf(line) + ":" + speed + ",n,8,1";

@@ -7,6 +7,7 @@ namespace orvix::host {
 
 // While it lives, takes the place of glog's own output, which would hand control characters to the terminal. To be made
 // after logging is set up and destroyed before it is torn down.
+// One at a time: it changes glog's flags, which are the process's.
 class EscapedLog final : public google::LogSink {
  public:
   EscapedLog();

@@ -11,12 +11,14 @@ namespace orvix::host {
 enum class EventOutput { kNone, kText, kJson };
 
 // The word for a status that a person reads.
+// Static. Also for a number that a newer module may give: "unknown".
 const char* statusWord(DeviceStatus status);
 
 // Prints an event or a change of status at once, with the time; a changed report is only noted, for the command that
 // asked for it prints it.
 class EventPrinter final : public hostkit::DeviceListener {
  public:
+  // kNone counts changed reports all the same.
   explicit EventPrinter(EventOutput how) : output(how) {}
 
   // See DeviceListener. Written on the thread of the call that caused them.

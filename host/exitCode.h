@@ -12,6 +12,7 @@ namespace orvix::host {
 using Json = nlohmann::ordered_json;
 
 // 128 and the number of a signal when a signal ended the command, as shells have it.
+// A number keeps its meaning from version to version; kUncertain alone says that trying again may send twice.
 enum ExitCode : int {
   kDone = 0,
   // The plug-in cannot be loaded, or a fault of this program.
@@ -28,6 +29,7 @@ enum ExitCode : int {
 class Failure : public std::runtime_error {
  public:
   // `moreFields` stand in that document beside the message and the exit code.
+  // The message may hold foreign bytes: whoever prints it escapes them.
   Failure(ExitCode exitCode, const std::string& message, Json moreFields = Json::object())
       : std::runtime_error(message), code(exitCode), more(std::move(moreFields)) {}
 

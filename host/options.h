@@ -10,6 +10,7 @@
 namespace orvix::host {
 
 // Which modem: one of the first four, or none.
+// A path must hold no colon: behind the first one the settings begin. Without settings: 115200,n,8,1.
 struct LineOptions {
   std::string configFile;  // a device configuration
   std::string device;      // PATH[:baud,parity,databits,stopbits]

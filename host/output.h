@@ -18,6 +18,7 @@ void printJsonEvent(const std::string& kind, const Json& fields);
 void printDocument(const BSONObject& document);
 
 // A BSON document as JSON; null when it has no JSON form.
+// Types that JSON lacks stand as libbson writes them ({"$oid": ...}, bson_as_json).
 Json jsonOf(const BSONObject& document);
 
 }  // namespace orvix::host

@@ -34,6 +34,7 @@ std::string stepOf(std::string_view command) {
       return step.text;
     }
   }
+  // Whatever is no command is the message itself.
   return "handing over the text, waiting for the network";
 }
 

@@ -17,6 +17,7 @@ namespace orvix::host {
 // the line is wiped at the end. Anywhere else it shows nothing.
 class Progress final : public hostkit::TrafficListener {
  public:
+  // Without a wish or a terminal no thread is started.
   explicit Progress(bool isWanted);
   ~Progress() { finish(); }
   Progress(const Progress&) = delete;
@@ -26,6 +27,7 @@ class Progress final : public hostkit::TrafficListener {
   // Shows this step until the next command.
   void say(const std::string& text);
   // Wipes the line; it does not come back.
+  // To be called before anything is printed: both may be on one terminal. Safe to call twice.
   void finish();
 
  private:

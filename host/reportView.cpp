@@ -9,6 +9,7 @@ namespace orvix::host {
 namespace {
 
 std::string signalBar(int percent) {
+  // 0 stands for unknown: an empty bar.
   constexpr int kCells = 10;
   // Rounded to the nearest cell.
   const int filled = percent > 0 ? (percent * kCells + 50) / 100 : 0;

@@ -10,6 +10,7 @@
 namespace orvix::host {
 
 // "[######....]  -73 dBm, 63 %", or "[..........]  unknown".
+// dBm and percent are the device's own, reckoned from +CSQ.
 std::string shownSignal(const BSONObject& report);
 // "home", "searching" and so on, as the report has it.
 std::string shownRegistration(const BSONObject& report);

@@ -16,6 +16,7 @@ namespace orvix::host {
 class SimulatedModem {
  public:
   SimulatedModem();
+  // Ends the thread and waits for it. To be destroyed behind the device that has the line open.
   ~SimulatedModem();
   SimulatedModem(const SimulatedModem&) = delete;
   SimulatedModem& operator=(const SimulatedModem&) = delete;
@@ -25,6 +26,7 @@ class SimulatedModem {
   std::string path() const { return line.slavePath(); }
 
  private:
+  // In this order: the thread, which is the last, uses the others.
   simulator::PtyLine line;
   simulator::Modem modem;
   simulator::StopEvent stop;

@@ -79,6 +79,7 @@ class Attempt {
   hostkit::Judgement judged() const { return hostkit::judge(session->lastTraffic(), text, true, options.okIsSent); }
 
   void listen() {
+    // A second descriptor of the same line: the device keeps its own, and DTR stays as it is.
     hostkit::LineWatch watch(hostkit::pathOf(session->device().line()));
     const auto isStopped = [] { return program::isStopWished(); };
     if (judged().mayResultCome) {

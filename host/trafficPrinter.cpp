@@ -19,6 +19,7 @@ std::string textOf(const hostkit::TrafficPiece& piece) {
     case kXplTraceLinesSet:
       return "= lines set: " + hostkit::linesThatAreOn(piece.bytes);
   }
+  // A kind that a newer module may give.
   return "";
 }
 

@@ -8,6 +8,7 @@ namespace orvix::host {
 
 // One line for each piece: local time, direction (">" to the modem, "<" from it, "=" modem lines) and the text with
 // control characters escaped, or the lines that are on; with `hex` a second line of hexadecimal bytes.
+// Written unbuffered, piece by piece, so that what was seen last before a hang is on the screen.
 class TrafficPrinter final : public hostkit::TrafficListener {
  public:
   explicit TrafficPrinter(bool hex) : withHex(hex) {}

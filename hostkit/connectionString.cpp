@@ -47,6 +47,7 @@ LineChoice serialLine(const std::string& device) {
 LineChoice tcpLine(const std::string& tcp) {
   requireUtf8(tcp);
   LineChoice line;
+  // An IPv6 address cannot be named: its first colon would end the path in the connection string as well.
   const std::size_t colon = tcp.find(':');
   // The second colon, if there is one, begins the settings.
   const std::size_t end = colon == std::string::npos ? colon : tcp.find(':', colon + 1);

@@ -27,6 +27,7 @@ constexpr CodeRange kClasses[] = {
     {ErrorKind::kCms, 302, 302, ErrorClass::kChance},  {ErrorKind::kCms, 314, 314, ErrorClass::kChance},
 };
 
+// No two ranges overlap, so their order means nothing.
 constexpr ErrorClass tableClass(ErrorKind kind, int code) {
   for (const CodeRange& range : kClasses) {
     if (range.kind == kind && code >= range.first && code <= range.last) {

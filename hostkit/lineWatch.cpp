@@ -15,6 +15,8 @@ constexpr std::int64_t kSliceUs = 500000;
 
 }  // namespace
 
+// O_NONBLOCK, since an open would wait for a carrier otherwise; O_NOCTTY, since a modem's line must not send us
+// signals.
 LineWatch::LineWatch(const std::string& path) : line(open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC)) {
 }
 

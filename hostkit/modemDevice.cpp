@@ -76,6 +76,7 @@ class ModemDevice::Turn {
 
  private:
   bool isOutermost;
+  // Given back from the last to the first.
   std::shared_lock<std::shared_mutex> use;
   std::unique_lock<std::recursive_mutex> own;
   std::unique_lock<std::recursive_mutex> lines;

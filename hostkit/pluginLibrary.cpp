@@ -19,6 +19,7 @@ PluginLibrary::PluginLibrary(const std::string& file) {
   const std::lock_guard<std::mutex> guard(loading);
   // A bare name would be searched for in the system's library folders.
   const std::string path = std::filesystem::absolute(file).string();
+  // At once, so that a symbol that this host lacks is told here and not in the middle of a call.
   module.reset(dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (module == nullptr) {
     throw Error(std::string("the plug-in cannot be loaded: ") + dlerror());

@@ -50,6 +50,7 @@ std::optional<ResultLine> resultOf(const std::string& line) {
   };
   static constexpr Prefix kPrefixes[] = {
       {"+CMS ERROR:", ResultKind::kCms}, {"+CME ERROR:", ResultKind::kCme}, {"+CMGS:", ResultKind::kCmgs}};
+  // At the very begin: what an unsolicited line quotes further behind is no result.
   for (const Prefix& prefix : kPrefixes) {
     if (line.compare(0, prefix.text.size(), prefix.text) == 0) {
       return ResultLine{prefix.kind, numberIn(std::string_view(line).substr(prefix.text.size())), line};

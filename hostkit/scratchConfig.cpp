@@ -24,6 +24,7 @@ ScratchConfig::ScratchConfig(const LineChoice& line)
 }
 
 ScratchConfig::~ScratchConfig() {
+  // Nobody is there to be told, and a folder left behind does no harm.
   std::error_code ignored;
   std::filesystem::remove_all(folder, ignored);
 }

@@ -41,6 +41,7 @@ StatusKind kindOf(const Status& status) {
   if (status.code() == Status::kInvalidArgument || status.code() == Status::kInvalidPointer) {
     return StatusKind::kBadInput;
   }
+  // The prefix is the code's own: behind it the text is as the device made it.
   const std::string whole = status.toString();
   if (status.code() == Status::kFailed) {
     const std::string_view text = std::string_view(whole).substr(kPrefix.size());

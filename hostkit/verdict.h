@@ -37,8 +37,8 @@ struct Judgement {
   bool isTextWritten = false;    // the Ctrl-Z is out: from here on the message may be
   bool hasAnswer = false;        // the modem sent any byte at all
   bool mayWaitAtPrompt = false;  // the modem may take the next command for a text: heal it (heal.h)
-  bool mayPromptCome = false;    // and its prompt may be still to come: listen before healing (listening.h)
-  bool mayResultCome = false;    // the text is written and no result is there yet: listen on (listening.h)
+  bool mayPromptCome = false;    // and its prompt may be still to come: listen before healing (lineWatch.h)
+  bool mayResultCome = false;    // the text is written and no result is there yet: listen on (lineWatch.h)
 };
 
 // Judges one attempt: `traffic` from before its AT+CMGS on, `text` as it was given to the device.

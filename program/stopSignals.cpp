@@ -32,6 +32,7 @@ void catchStopSignals() {
   // Before the handlers: a signal may come between two lines.
   wakeUp = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
   struct sigaction action {};
+  // Without SA_RESTART: a read or a poll that waits is to return.
   action.sa_handler = onSignal;
   for (const int signal : kSignals) {
     struct sigaction before {};

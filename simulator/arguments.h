@@ -26,6 +26,7 @@ struct Arguments {
 };
 
 // Describes the options, which fill the arguments when the app parses; the arguments must outlive the app.
+// Options take effect in the order of the help: those behind --scenario overrule what the file says.
 void describe(CLI::App& app, Arguments* arguments);
 
 // What no single option shows: options that exclude each other, and an address that others can reach. Call it after the
@@ -36,6 +37,7 @@ void check(const CLI::App& app, const Arguments& arguments);
 std::string knownCommands();
 
 // The whole file, bytes as they are. Throws std::runtime_error when it cannot be read.
+// Meant for scenarios and recordings: it takes as much memory as the file is long.
 std::string contentOf(const std::string& path);
 
 }  // namespace orvix::simulator

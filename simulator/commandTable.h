@@ -23,6 +23,8 @@ struct Request {
 };
 
 // needsSim: without a ready SIM card the command answers +CME ERROR before it is executed.
+// The order of a table is that of the help. A name is found as a whole: a longer one that begins with it is another
+// row.
 struct Command {
   std::string_view name;  // in upper case, without AT
   bool needsSim;

@@ -28,6 +28,7 @@ class Descriptor {
     std::swap(value, other.value);
     return *this;
   }
+  // Not tried again when a signal interrupts it: on Linux the descriptor is gone even so (close(2)).
   ~Descriptor() {
     if (value >= 0) {
       ::close(value);
@@ -35,6 +36,7 @@ class Descriptor {
   }
 
   // Borrowed: never close it.
+  // -1 when there is none.
   int get() const noexcept { return value; }
 
  private:

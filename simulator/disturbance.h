@@ -33,6 +33,7 @@ struct ReplyPiece {
 // The reply, empty for none, as it leaves the modem, without the line that is lost: NUL bytes, garbage, unsolicited
 // lines in front, the reply itself, unsolicited lines after it. Lines between stand in front of the last line of a
 // reply that has several.
+// In the order in which they leave, none of them empty. Delays and hang-ups of the fault are the modem's to follow.
 std::vector<ReplyPiece> disturbed(const Fault& fault, const std::string& reply);
 
 }  // namespace orvix::simulator

@@ -19,6 +19,7 @@ struct Fault {
   enum class LostLine { kNone, kFirst, kLast };
 
   // When. Occurrences count from 1, over the whole life of the modem.
+  // A command is compared in any mixture of cases, a body byte for byte with its text in UTF-8.
   Trigger trigger = Trigger::kCommand;
   std::string pattern;                          // the whole command line or body, or its beginning and a "*"
   int from = 1;                                 // the first that suffers

@@ -9,6 +9,7 @@ Answer attention(const Request& request) {
   return request.argument.empty() ? ok() : error();
 }
 
+// Takes effect with the next byte: the line itself has been echoed by then.
 Answer setEcho(const Request& request, bool on) {
   if (!request.argument.empty()) {
     return error();
@@ -31,6 +32,7 @@ Answer restoreSettings(const Request& request) {
   return ok();
 }
 
+// Identification (3GPP TS 27.007, 5): the test form of such a command says OK alone.
 Answer fixedText(const Request& request, std::string_view text) {
   if (request.argument.empty()) {
     return information(text);

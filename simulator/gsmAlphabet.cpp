@@ -44,6 +44,7 @@ void append(std::string& text, char32_t character) {
   }
 }
 
+// Seven bits whatever comes, so that the table is never left.
 char16_t plain(char septet) {
   return kDefault[septet & 0x7F];
 }

@@ -22,6 +22,7 @@ class JsonError : public std::runtime_error {
 };
 
 // One value with the path that leads to it, such as "faults[0].from". Cheap to copy.
+// Where a call refuses, it throws JsonError with this path in front.
 class JsonValue {
  public:
   // Borrows the value, whose key is the last part of the path.
@@ -33,6 +34,7 @@ class JsonValue {
   std::int64_t integer(std::int64_t least, std::int64_t greatest) const;
   // Each refuses a value of another type.
   bool boolean() const;
+  // UTF-8, as the library has checked it; may hold zero bytes.
   std::string text() const;
   bool isText() const;
   std::vector<JsonValue> items() const;    // of an array
@@ -51,6 +53,7 @@ class JsonValue {
 class JsonDocument {
  public:
   // Parses UTF-8: one object and nothing after it, each key of each object once.
+  // Refuses anything else, a key that stands twice included.
   explicit JsonDocument(const std::string& text);
 
   std::vector<JsonValue> members() const;
@@ -63,10 +66,12 @@ class JsonDocument {
 template <class Target>
 struct JsonField {
   std::string_view key;
+  // Throws JsonError for what it does not take.
   void (*read)(const JsonValue& value, Target* target);
 };
 
 // Reads the keys in the order in which they were written, and refuses one that the table does not know.
+// A key that is missing leaves its part of the target as it was, which is how defaults come in.
 template <class Target, std::size_t kSize>
 void readFields(const std::vector<JsonValue>& members, const JsonField<Target> (&table)[kSize], Target* target) {
   for (const JsonValue& member : members) {

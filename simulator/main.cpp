@@ -29,6 +29,7 @@ constexpr int kUsageError = 2;
 // A signal handler has no argument of ours.
 Plug* signalledPlug = nullptr;
 
+// In a signal handler: a plug touches nothing but atomics and an eventfd.
 void movePlug(int signal) {
   if (signal == SIGUSR1) {
     signalledPlug->pull();

@@ -94,6 +94,7 @@ void Modem::endLine(std::int64_t nowMs) {
   // Emptied first: a handler of the trace sees a modem that is ready for the next line.
   const std::string line = std::exchange(input, {});
   trace(Direction::kToModem, line);
+  // Any other line gets no answer, as a modem that waits for its "AT" gives none.
   if (beginsWithAt(line)) {
     execute(line, nowMs);
   }
@@ -101,6 +102,7 @@ void Modem::endLine(std::int64_t nowMs) {
 
 void Modem::execute(const std::string& line, std::int64_t nowMs) {
   if (line.size() > kMaxLineLength) {
+    // No fault is asked for: what was cut off is no command that one could be meant for.
     return reply(error().reply, nowMs);
   }
   // Chosen before the command is executed, for an error keeps it from being so.
@@ -271,6 +273,7 @@ bool Modem::isOnLine() const {
 }
 
 void Modem::walk(std::int64_t nowMs) {
+  // Several may be due at once, when nobody asked for a while: none is left out.
   for (; stepsWalked < options.walk.size() && options.walk[stepsWalked].ms <= nowMs; ++stepsWalked) {
     const WalkStep& step = options.walk[stepsWalked];
     options.rssi = step.rssi.value_or(options.rssi);

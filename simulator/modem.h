@@ -58,6 +58,7 @@ class Modem : public Dce {
   // whole command lines (without CR), bodies and replies, never echo; a reply shows when it is decided, replyDelayMs
   // before it is due.
   void onMessage(MessageHandler handler);
+  // What is passed is borrowed for the call. An exception of a handler leaves receive().
   void onTrace(TraceHandler handler);
 
   // See Dce. What is received while the line is gone is lost.
@@ -74,6 +75,7 @@ class Modem : public Dce {
   const std::deque<Message>& messages() const;
 
  private:
+  // What the next byte belongs to.
   enum class State { kCommand, kBody };
 
   // Of a hang-up that takeOutput may still have to show.
@@ -113,7 +115,9 @@ class Modem : public Dce {
   Settings settings;
   State state = State::kCommand;
   std::string input;  // the line or body so far, cut one byte above its limit
+  // Of the body that is being taken.
   Submission submission{};
+  // TP-MR (3GPP TS 23.040, 9.2.3.6): 8 bits that begin again at 0.
   std::uint8_t messageReference = 0;
   OutputQueue outputs;
   std::deque<Message> received;

@@ -24,6 +24,7 @@ std::optional<Value> find(const Named<Value> (&table)[kSize], std::string_view n
 
 }  // namespace
 
+// No word for a refusal: that is said by the number of its error.
 std::optional<SmsOutcome> smsOutcomeOf(std::string_view name) {
   static constexpr Named<SmsOutcome> kOutcomes[] = {
       {"ok", SmsOutcome::kAccepted}, {"silent", SmsOutcome::kSilent}, {"no-prompt", SmsOutcome::kNoPrompt}};

@@ -5,6 +5,7 @@
 
 namespace orvix::simulator {
 
+// Text goes out byte by byte as it is given: whoever writes escapes what a terminal must not see.
 class Output {
  public:
   // Both borrowed; the stop descriptor becomes readable when a stop is wished.

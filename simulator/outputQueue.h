@@ -19,6 +19,7 @@ constexpr std::size_t kMaxPendingOutput = 65536;  // bytes; what exceeds them is
 class OutputQueue {
  public:
   // Output keeps its order: what is added never overtakes what waits, though it be due sooner.
+  // Copied; whole or, where there is no room for all of it, not at all.
   void add(std::string_view bytes, std::int64_t dueMs);
   // At `dueMs` the line goes for `forMs`; what waits behind is lost then.
   void addHangUp(std::int64_t dueMs, std::int64_t forMs);

@@ -174,6 +174,7 @@ void PtyLine::hangUp() {
     // As long as it is open the kernel gives its number to nobody else.
     formerSlave = std::move(terminal->slave);
   }
+  // Without the master a client that has the line open reads an end, or EIO.
   terminal.reset();
 }
 

@@ -14,11 +14,13 @@
 
 namespace orvix::simulator {
 
+// A pseudo-terminal takes any speed and ignores it; it has no modem lines (TIOCMGET fails).
 class PtyLine final : public Line {
  public:
   // A path that is not empty becomes a symbolic link to the slave. A stale link of an earlier run (it dangles, or
   // points below /dev/pts/ to a terminal of no PtyLine) is replaced; whatever else is there stays, and the constructor
   // throws EEXIST. A line that is renumbered comes back from a hang-up as another terminal for certain.
+  // Throws std::system_error where no terminal can be had.
   explicit PtyLine(std::string link = {}, bool isRenumbered = false);
 
   // Removes the link, unless it leads elsewhere by now.

@@ -58,6 +58,7 @@ std::optional<RecordedPiece> pieceOf(const std::vector<JsonValue>& record, std::
 
 std::optional<RecordedPiece> readLine(const std::string& text, std::size_t line, std::int64_t earliestUs) {
   const JsonDocument document(text);
+  // A file that does not begin with the header is none of ours.
   if (line == 1) {
     checkHeader(document.members());
     return std::nullopt;

@@ -10,6 +10,7 @@
 namespace orvix::simulator {
 
 // What went over the line in one read or write of the host.
+// Owns its bytes. An empty one may stand there, and means nothing.
 struct RecordedPiece {
   std::size_t line;  // of the file, counted from 1
   std::int64_t us;   // since the recording began; never falls from piece to piece
@@ -21,6 +22,7 @@ using Recording = std::vector<RecordedPiece>;
 
 // In the order of the file. Records of modem lines (DTR, RTS and so on) are left out. Throws std::runtime_error, whose
 // what() begins with "line <n>: ", for an unknown format or version and for a line that is no record.
+// Reads to the end of the stream and keeps all of it in memory. Times may be 31 years at most.
 Recording readRecording(std::istream& file);
 
 }  // namespace orvix::simulator

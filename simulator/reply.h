@@ -31,12 +31,14 @@ struct Submission {
 };
 
 // What a command brings about: bytes, and for AT+CMGS the state that waits for a body.
+// Without a submission the modem goes on reading commands.
 struct Answer {
   std::string reply;                       // ready to send
   std::optional<Submission> submission{};  // when present, the reply is a prompt and the body of a message follows
 };
 
 // "\r\n<text>\r\n"
+// Also for unsolicited lines, which stand in the same frame.
 std::string framed(std::string_view text);
 
 // Final result codes, framed; the first two for any command that has nothing to tell, or nothing to say.

@@ -41,6 +41,7 @@ class StopEvent {
 };
 
 // The plug of a line, which is in at first. Any thread and any signal handler may pull it and put it in again.
+// Only atomics and an eventfd are touched, which a signal handler may do.
 class Plug {
  public:
   // The state first, then the event: who is woken by it finds the new state.
@@ -70,14 +71,15 @@ class Plug {
 // What else a loop does; nothing by default.
 struct RunOptions {
   // Called after each return from a hang-up: the line may have another name then.
-  std::function<void()> onReturn{};  // after each return from a hang-up
-  Plug* plug = nullptr;              // borrowed
+  std::function<void()> onReturn{};
+  Plug* plug = nullptr;  // borrowed
 };
 
 // Switches the modem on and returns when the stop descriptor is readable, or when the modem is over and clients have
 // read what it sent; throws std::system_error when the line fails. Modem and line belong to the calling thread
 // meanwhile, and the modem's handlers run in it, as does onReturn: other threads look at the modem after run()
 // returned.
+// While a plug is out the modem's time goes on, and what it sends is lost.
 void run(Dce& dce, Line& line, int stopDescriptor, const RunOptions& options = {});
 inline void run(Dce& dce, Line& line, const StopEvent& stop, const RunOptions& options = {}) {
   run(dce, line, stop.descriptor(), options);

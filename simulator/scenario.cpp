@@ -123,6 +123,7 @@ void readPieces(const JsonValue& value, Fault* fault) {
       {"everyMs", [](const JsonValue& v, Fault* f) { f->pieceGapMs = milliseconds(v); }},
   };
   readFields(value.members(), kFields, fault);
+  // All in one piece, the gap between pieces would have no effect.
   if (fault->pieceSize == 0) {
     value.refuse("size is missing");
   }
@@ -197,6 +198,7 @@ void checkFault(const Fault& fault, const JsonValue& item) {
 
 void readFaults(const JsonValue& value, ModemOptions* options) {
   for (const JsonValue& item : value.items()) {
+    // In the list before it is read: what its keys refuse ends the whole scenario anyway.
     Fault& fault = options->faults.emplace_back();
     readFields(item.members(), kFaultFields, &fault);
     checkFault(fault, item);
@@ -243,6 +245,7 @@ constexpr JsonField<ModemOptions> kFields[] = {
 
 ModemOptions scenarioOf(const std::string& json) {
   const JsonDocument document(json);
+  // The defaults of a modem that works; each key changes its own.
   ModemOptions options;
   readFields(document.members(), kFields, &options);
   return options;

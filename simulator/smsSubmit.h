@@ -17,6 +17,7 @@ struct SmsSubmit {
 // Decodes what stands between the prompt and Ctrl-Z: the service centre's address, then a PDU of as many octets as
 // AT+CMGS announced, all in hexadecimal. None when the length differs, the PDU is not a whole SMS-SUBMIT, the number is
 // not made of digits or the text is compressed.
+// Digits of either case. What it says of validity, protocol and reports is passed over.
 std::optional<SmsSubmit> decodeSubmit(std::string_view hex, std::size_t announcedOctets);
 
 }  // namespace orvix::simulator

@@ -168,6 +168,7 @@ void TcpLine::send(std::string_view bytes) {
 }
 
 bool TcpLine::isDrained() const {
+  // What the client has not acknowledged; one that is gone leaves nothing to wait for.
   int unsent = 0;
   return client.get() < 0 || ::ioctl(client.get(), SIOCOUTQ, &unsent) < 0 || unsent == 0;
 }

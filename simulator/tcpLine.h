@@ -17,6 +17,7 @@ namespace orvix::simulator {
 
 // A numeric address and a port. Throws std::invalid_argument unless the text reads ADDRESS:PORT or PORT, with the
 // address in decimal dots or, for IPv6, in brackets. Without an address it is 127.0.0.1.
+// Names are not resolved: nothing here waits for a name server.
 struct TcpAddress {
   explicit TcpAddress(const std::string& text);
 
@@ -36,6 +37,7 @@ class TcpLine final : public Line {
 
   std::string name() const override;
   int descriptor() const override;
+  // Lets callers in as well, so that it has to be called whenever the descriptor is readable.
   std::string receive() override;
   void send(std::string_view bytes) override;
   bool isDrained() const override;
@@ -54,6 +56,7 @@ class TcpLine final : public Line {
   void endClient();
 
   TcpAddress address;
+  // One descriptor for poll, whichever of the two has something.
   Descriptor events;         // an epoll of the next two; none while hung up
   Descriptor listener;       // while hung up bound, but not listening
   Descriptor client;         // none until somebody connected

@@ -46,8 +46,7 @@ struct StorageConfig {
 };
 
 // "perRecipient": so many messages to one number within so many seconds, the rest waits. No limit when either is 0.
-// An attempt counts while it runs, and from its end on when it was sent or may have been. Alarms wait for earlier alarms
-// alone.
+// An attempt counts while it runs, and from its end on when it was sent or may have been. Alarms wait for alarms alone.
 struct Budget {
   int count = 20;
   int seconds = 3600;

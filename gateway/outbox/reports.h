@@ -19,7 +19,7 @@ class Reports {
   explicit Reports(Database* outbox) : database(outbox) {}
 
   // dBm: none where the modem did not know it. Throws nothing: it only waits in memory.
-  // dBm as the modem's report has it, -113 to -51 for most.
+  // dBm as the plug-in's report has it, -109 to -51.
   void add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
   // Whether what was added has waited long enough for its write.
   bool areDue() const;
