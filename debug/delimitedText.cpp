@@ -72,6 +72,7 @@ char* XDbgCopy(char* dest, int size, const char* src) {
   return copyView(dest, size, viewOf(src));
 }
 
+// An empty delimiter is found at once: nothing is copied then.
 char* XDbgCopyUntil(char* dest, int size, const char* src, const char* delim) {
   const std::string_view text = viewOf(src);
   return copyView(dest, size, text.substr(0, text.find(viewOf(delim))));

@@ -11,6 +11,7 @@ namespace {
 
 constexpr unsigned kLevelCount = 4;
 
+// One for the process, without a lock: they are set while nobody reports.
 struct Settings {
   // At load only assertions say anything, and they ask.
   int routes[kLevelCount] = {0, 0, 0, kXDbgToPrompt};
@@ -155,6 +156,7 @@ FILE* XDbgSetStream(unsigned level, FILE* stream) {
 }
 
 int XDbgSetOutputs(int mask, FILE* stream) {
+  // Assertions keep a way of their own.
   for (const unsigned level : {kXDbgInformation, kXDbgWarning, kXDbgError}) {
     XDbgSetRoute(level, mask);
     XDbgSetStream(level, stream);

@@ -16,6 +16,7 @@ DeviceStatus statusOf(DeviceState state) {
     case DeviceState::kNotAvailable:
       return DeviceStatus::kNotAvailable;
     default:
+      // The others have no connection.
       return DeviceStatus::kNoData;
   }
 }
@@ -35,6 +36,7 @@ std::string statusName(DeviceStatus status) {
 }
 
 bool isActive(DeviceState state) {
+  // By their numbers: the failures between the two count as well.
   return state == DeviceState::kConnect || (state >= DeviceState::kInitializing && state <= DeviceState::kReady);
 }
 

@@ -7,6 +7,7 @@
 namespace orvix::gsm {
 
 GsmDataReport::GsmDataReport(const GsmMeasurement& measurement)
+    // Made once: whatever a host asks of a report is of one moment.
     : timestamp(std::time(nullptr)), measured(measurement), reportDocument(buildDocument()) {
 }
 

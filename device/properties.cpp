@@ -41,6 +41,7 @@ Status GsmDevice::GetProperty(const std::string& property, BSONObject* pProperty
   return unknownProperty(property);
 }
 
+// What can only be read is an unknown name here.
 Status GsmDevice::SetProperty(const std::string& property, const BSONObject& value) {
   if (property == names::kMessage) {
     return setSmsParams(value);

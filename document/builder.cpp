@@ -50,6 +50,7 @@ bson_t* BSONBuilder::writable() const {
 
 Status BSONBuilder::fromData(const uint8_t* data, uint32_t length) {
   // A failure leaves no document at all: what was there before would pass for what was asked for.
+  // libbson looks at the length word and the last byte; the rest is for validate().
   document = shareDocument(data != nullptr ? bson_new_from_data(data, length) : nullptr);
   isFresh = false;
   return document != nullptr ? Status() : Status::failed(name.c_str(), "fromData");

@@ -20,6 +20,7 @@ int order(Number a, Number b) {
 }
 
 int compareBytes(std::string_view a, std::string_view b) {
+  // Lengths in a document have 31 bits, so that their difference is an int.
   const int difference = std::memcmp(a.data(), b.data(), std::min(a.size(), b.size()));
   return difference != 0 ? difference : static_cast<int>(a.size()) - static_cast<int>(b.size());
 }
@@ -107,6 +108,7 @@ int compareValues(const BSONValue& a, const BSONValue& b) {
       // As doubles, in which 64-bit integers above 2^53 lose their last digits: hosts compare across the types.
       return order(a.toDouble(), b.toDouble());
     case BSON_TYPE_UTF8:
+      // As C texts: what stands behind a zero byte does not count.
       return compareBytes(a.getString(), b.getString());
     case BSON_TYPE_DOCUMENT:
       return bson_compare(a.getObject(false).readable(), b.getObject(false).readable());

@@ -44,6 +44,7 @@ BSONPair BSONObject::begin() const {
   if (!bson_iter_init(&first, readable())) {
     return end();
   }
+  // In front of the first element: the step leads to it, or to the end.
   return ++BSONPair(first);
 }
 
@@ -100,6 +101,7 @@ BSONObject BSONObject::replace(const BSONPair& pair) const {
     if (pair.type() != 0 && std::strcmp(pair.keyText(), element.keyText()) == 0) {
       bson_append_value(result.get(), pair.keyText(), -1, bson_iter_value(&value));
     } else {
+      // Without a key of its own the element keeps the one that it has.
       bson_append_iter(result.get(), nullptr, 0, &element.position());
     }
   }

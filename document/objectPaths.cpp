@@ -33,6 +33,7 @@ BSONValue BSONObject::get(const std::string& path) const {
   return find(path, &found) ? BSONValue(found, true) : BSONValue(true);
 }
 
+// Each of these takes its own type alone: a number of another width gives the default.
 bool BSONObject::getBool(const std::string& path, bool def) const {
   bson_iter_t found;
   return find(path, &found) && BSON_ITER_HOLDS_BOOL(&found) ? bson_iter_bool(&found) : def;

@@ -216,6 +216,7 @@ BSONPair BSONPair::operator++(int) {
   return before;
 }
 
+// libbson clears the position behind the last element, so that all ends are equal.
 bool BSONPair::operator==(const BSONPair& other) const {
   return iter.raw == other.iter.raw && (iter.raw == nullptr || iter.off == other.iter.off);
 }

@@ -34,6 +34,7 @@ unsigned statusWord(std::uint32_t raw, std::optional<std::uint32_t> previous) {
 
 std::optional<std::uint32_t> getRawLines(const XplPort& port) {
   if ((port.flags & kNoModemLines) != 0) {
+    // There is nothing to ask: what was set last counts.
     return port.lineCache;
   }
   int lines = 0;
