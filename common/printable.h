@@ -19,6 +19,7 @@ std::string escaped(std::string_view bytes);
 std::string shown(std::string_view text);
 
 // Two hexadecimal digits a byte, in lower case.
+// Nothing stands between the bytes, so that bytesOfHex takes it back.
 std::string hexText(std::string_view bytes);
 
 // Takes digits of either case; none for an odd number of them and for anything else.

@@ -13,6 +13,7 @@
 
 namespace orvix {
 
+// Moving allocates nothing, copying a failure does; toString() may throw std::bad_alloc.
 class Status {
  public:
   // The numbers are the boundary's and never change. Codes without a word here are not used by this plug-in.
@@ -127,6 +128,7 @@ class Status {
   // kOk for success; also a code outside the list, as another side of the boundary may have given it.
   eCode code() const noexcept;
   // True for kOk and kOkWithMessage.
+  // A remark is no failure: whoever wants to show it asks code().
   bool isOk() const noexcept;
   explicit operator bool() const noexcept { return isOk(); }
 

@@ -13,13 +13,14 @@ constexpr std::size_t kShownBytes =
     60;  // of what a modem sent: enough to recognise a boot message or a GPS, and one line of a terminal
 
 // The bytes of one kind in the traffic.
+// In their order and without gaps; of modem lines the status words, two bytes each.
 std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceKind kind);
 
 // Why a probe or a report on that line failed, by its traffic: nothing could be written, nothing came back, an error,
 // an echo alone, or something else; with what to do.
-// One sentence without a full stop. `line` is the connection string; it and an error in words may hold foreign bytes, so
-// whoever prints the sentence escapes it. Causes are tried from the line outwards: the first that the traffic shows is
-// told.
+// One sentence without a full stop. `line` is the connection string; it and an error in words may hold foreign bytes,
+// so whoever prints the sentence escapes it. Causes are tried from the line outwards: the first that the traffic shows
+// is told.
 std::string answerText(const std::string& line, const std::vector<hostkit::TrafficPiece>& traffic);
 
 }  // namespace orvix::host

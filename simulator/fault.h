@@ -14,6 +14,7 @@
 namespace orvix::simulator {
 
 // One fault: what it waits for, which occurrences suffer, and what happens to their replies.
+// A list of them is read from its front: the first that fits decides, and nothing of the others is added.
 struct Fault {
   enum class Trigger { kCommand, kBody };
   enum class LostLine { kNone, kFirst, kLast };
@@ -26,6 +27,7 @@ struct Fault {
   int count = std::numeric_limits<int>::max();  // how many do
 
   // What becomes of the reply. Without any of these it leaves as it is.
+  // What the members below put around the reply is sent even so.
   bool isSilent = false;
   LostLine lostLine = LostLine::kNone;  // of a reply of several lines
   bool noPrompt = false;                // AT+CMGS: no prompt, and no body is taken

@@ -26,6 +26,7 @@ class JsonError : public std::runtime_error {
 class JsonValue {
  public:
   // Borrows the value, whose key is the last part of the path.
+  // Made by JsonDocument; copies borrow the same document.
   JsonValue(const nlohmann::ordered_json& viewed, std::string pathToHere, std::string lastKey);
 
   // The last part of the path; "" for an item of a list.
@@ -41,6 +42,7 @@ class JsonValue {
   std::vector<JsonValue> members() const;  // of an object, in their order
 
   // Throws the complaint with the path in front.
+  // The path is escaped, since keys are the writer's.
   [[noreturn]] void refuse(const std::string& complaint) const;
 
  private:

@@ -44,6 +44,7 @@ struct Message {
 
 enum class Direction { kToModem, kFromModem };
 
+// A call costs time in proportion to its bytes, and waits for nothing.
 class Modem : public Dce {
  public:
   // Called from inside receive.
@@ -79,6 +80,7 @@ class Modem : public Dce {
   enum class State { kCommand, kBody };
 
   // Of a hang-up that takeOutput may still have to show.
+  // In ms since it was switched on.
   struct Absence {
     std::int64_t beginMs;
     std::int64_t endMs;

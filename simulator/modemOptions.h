@@ -44,6 +44,7 @@ bool isRssi(int number);
 bool isRegistered(int registration);
 
 // The network and the SIM from a moment on; what is absent stays as it was.
+// Steps of one moment are taken in their order. A modem that is unplugged walks on.
 struct WalkStep {
   std::int64_t ms = 0;  // since the modem was switched on; never falls from step to step
   std::optional<int> rssi{};
@@ -53,6 +54,7 @@ struct WalkStep {
 };
 
 // The numbers are reported as they stand, so that values no network would give can be tried too.
+// Times are in ms. Nothing is checked here: what comes from a person was, by scenario.h or arguments.h.
 struct ModemOptions {
   // Echo of commands at start and after ATZ; the client changes it by ATE0 and ATE1.
   bool echo = true;

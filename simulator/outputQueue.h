@@ -16,6 +16,7 @@ namespace orvix::simulator {
 constexpr std::size_t kMaxPendingOutput = 65536;  // bytes; what exceeds them is lost, as on an overrun line
 
 // Bounded: see kMaxPendingOutput.
+// Cheap for echo, which comes byte by byte: what is due at one time shares an entry.
 class OutputQueue {
  public:
   // Output keeps its order: what is added never overtakes what waits, though it be due sooner.

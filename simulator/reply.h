@@ -17,6 +17,7 @@ constexpr int kInvalidTextModeParameter = 305;
 constexpr int kNoNetworkService = 331;
 
 // Answers AT+CMGS (3GPP TS 27.005, 4.3): CR LF, a greater-than sign, a blank; the body follows.
+// Zero-terminated, without a line end: what follows stands on its line.
 constexpr char kPrompt[] = "\r\n> ";
 
 // The values of AT+CMGF.
@@ -49,6 +50,7 @@ Answer messageError(int code);                         // +CMS ERROR: <code>
 Answer incorrectParameters(const Settings& settings);  // as AT+CMEE asks
 
 // +CME ERROR of a SIM that is not ready: in words after AT+CMEE=2, otherwise as a number, also without AT+CMEE=1.
+// `sim` must be one that is not ready.
 Answer simError(SimState sim, const Settings& settings);
 
 }  // namespace orvix::simulator

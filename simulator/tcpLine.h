@@ -30,6 +30,7 @@ struct TcpAddress {
   socklen_t size = 0;
 };
 
+// Bytes are passed through as they are: no telnet options (RFC 854), no line settings (RFC 2217).
 class TcpLine final : public Line {
  public:
   // Listens from now on. Port 0 lets the system choose one; name() then tells it. Throws std::system_error.
