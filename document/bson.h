@@ -23,6 +23,7 @@ inline DocumentHandle shareDocument(bson_t* document) {
 }
 
 // The subtype of a binary element that holds a 32-bit word, see BSONValue::getPointer.
+// In the range that BSON leaves to its users (0x80 to 0xFF).
 constexpr uint8_t kPointerSubtype = 0x81;
 
 // A document for those who have none.
@@ -31,6 +32,8 @@ inline const bson_t* emptyDocument() {
   return &empty;
 }
 
+// The five bytes are a length word and the final zero. Bytes of a host may claim more and hold no element: the first
+// type byte tells.
 inline bool isEmptyDocument(const bson_t* document) {
   constexpr uint32_t kEmptyLength = 5;
   constexpr uint32_t kFirstType = 4;
@@ -39,6 +42,7 @@ inline bool isEmptyDocument(const bson_t* document) {
 
 // Views the document, array or scope that an element holds, without a copy; false when it holds none that is framed as
 // a document.
+// The view borrows the parent's bytes: it ends with them, and is not to be destroyed.
 inline bool viewEmbedded(const bson_iter_t& element, bson_t* view) {
   const uint8_t* bytes = nullptr;
   uint32_t length = 0;

@@ -8,6 +8,7 @@ namespace orvix {
 
 class CLocale {
  public:
+  // By uselocale(3), not setlocale(3): the host's other threads keep their own.
   CLocale() : own(newlocale(LC_ALL_MASK, "C", nullptr)), previous(uselocale(own)) {}
   ~CLocale() {
     uselocale(previous);

@@ -26,6 +26,8 @@ Fit numberFit(const std::string& number);
 
 // A text of 1 to 160 septets, of printable ASCII that the charset carries and line feeds. No line may begin as a
 // modem's result of sending does ("+CMGS:", "+CMS ERROR:", "+CME ERROR:"): echoed, it could not be told from one.
+// A text with several faults tells the first that is met: empty, a character, a line that reads as a result, its
+// length.
 Fit textFit(const std::string& text, Charset charset);
 
 }  // namespace orvix::hostkit

@@ -36,6 +36,7 @@ class PluginLibrary {
 
   friend int ::RegisterDevice(const char* typeName, OrvixCreateDevice create, OrvixDestroyDevice destroy);
 
+  // What RegisterDevice was told, for the load that is just going on.
   static Type registered;
 
   std::unique_ptr<void, Unload> module;

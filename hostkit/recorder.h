@@ -21,6 +21,7 @@ class Recorder final : public TrafficListener {
   Recorder& operator=(const Recorder&) = delete;
 
   // The piece is on its way to the file before this returns, so that a crash of the program loses nothing.
+  // One write(2) a piece, not synced: a power cut may lose the last ones.
   void onTraffic(const TrafficPiece& piece) override;
   // Whether a piece could not be written; the recording ends before it.
   bool hasFailed() const { return failed; }

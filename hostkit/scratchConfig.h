@@ -13,6 +13,7 @@ class ScratchConfig {
   // readable by this user alone. Throws Error.
   explicit ScratchConfig(const LineChoice& line);
   // Removes both.
+  // A process that is killed leaves them behind, as gsm-modem-XXXXXX.
   ~ScratchConfig();
   ScratchConfig(const ScratchConfig&) = delete;
   ScratchConfig& operator=(const ScratchConfig&) = delete;

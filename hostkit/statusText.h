@@ -22,6 +22,7 @@ enum class StatusKind {
   kOther,
 };
 
+// By the code and the beginning of the text, which the device keeps as they are for its hosts.
 StatusKind kindOf(const Status& status);
 
 // The key that a refusal of a configuration or a message is about, such as "config.mode"; "" when there is none.

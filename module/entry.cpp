@@ -22,6 +22,7 @@ orvix::Status refuseEmptyArguments(const orvix::BSONObject& args, const orvix::S
 
 }  // namespace
 
+// The result is the host's own affair: a plug-in that nobody wants is never asked for a device.
 std::int32_t PluginInit() {
   RegisterDevice(orvix::names::kType, CreateGsmDevice, DestroyGsmDevice);
   return 0;

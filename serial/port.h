@@ -15,6 +15,7 @@ namespace xpl {
 inline constexpr std::uint32_t kNoLineDiscipline = 0x1;  // skip locking and termios
 inline constexpr std::uint32_t kNoModemLines = 0x2;      // work on the line cache alone
 
+// Zeroed when XPLOpen makes it; it goes with XPLClose, and the handle with it.
 struct XplPort {
   std::uint32_t slot;              // 0 to 6
   char path[128];                  // of the device

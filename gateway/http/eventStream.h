@@ -32,6 +32,7 @@ class EventStream final : public ServiceListener {
  private:
   friend class EventReader;
 
+  // Kept once for all readers; a reader adds its id when it takes one.
   struct Event {
     std::string owner;  // of the message it is about; "" when everybody may see it
     std::string text;   // as it is sent, but for the id; "" is a comment
@@ -62,6 +63,7 @@ class EventReader {
   // Whether a call of next() is worth while.
   bool hasNews() const { return position < stream->end(); }
   // Has events left unread that are gone from the ring. next() gives nothing any more.
+  // Its connection is to be closed: what was missed is not told.
   bool isTooSlow() const { return position < stream->first; }
 
  private:

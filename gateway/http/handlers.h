@@ -24,6 +24,7 @@ struct Call {
 std::optional<std::int64_t> numberIn(const std::string& text, std::int64_t low, std::int64_t high);
 
 // Messages (messageHandlers.cpp). Ids that do not exist and those of other owners are the same 404.
+// Nothing of what they answer may leave before the commit: see api.h.
 Response postMessages(const Call& call);
 Response listMessages(const Call& call);
 Response showMessage(const Call& call);

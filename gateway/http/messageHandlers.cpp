@@ -68,6 +68,7 @@ std::variant<Outbox::Resolution, Refusal> readResolution(const std::string& body
       return Refusal{422, "unknown field", key, std::nullopt};
     }
   }
+  // A value of another type equals none of the words, and one that is missing neither.
   const json as = document.value("as", json());
   if (as == "sent") {
     return Outbox::Resolution::kSent;
@@ -133,6 +134,7 @@ Response showMessage(const Call& call) {
 }
 
 Response showRecording(const Call& call) {
+  // It stands in the path, so what cannot be a number is an address that is not there.
   const auto number = numberIn(call.part(4), 1, std::numeric_limits<int>::max());
   if (!number) {
     return refusalResponse(404, "attempts are numbered from 1");
@@ -162,6 +164,7 @@ Response cancelMessage(const Call& call) {
 }
 
 Response postAlerts(const Call& call) {
+  // Without a `to` the service refuses the empty number, in its own words.
   const auto result = acceptAlerts(call.service(), call.caller(), call.parameter("to").value_or(""), call.request.body);
   if (const auto* const refusal = std::get_if<Refusal>(&result)) {
     return refusalResponse(*refusal);
