@@ -37,7 +37,7 @@ std::string bytesOf(const Frame& frame);
 // Cuts what arrives, in pieces of any size, into frames.
 class FrameBuffer {
  public:
-  // Keeps what was not taken yet, without a bound: read so much, take the frames, and read on.
+  // Keeps what was not taken yet, without a bound of its own: take the frames behind each read.
   void append(std::string_view bytes) { pending += bytes; }
   // The next whole frame, once; none when more bytes must come first. Throws ProtocolError.
   std::optional<Frame> next();
