@@ -41,10 +41,6 @@ std::string LineWatch::listen(int timeoutMs) {
   return count > 0 ? std::string(bytes, static_cast<std::size_t>(count)) : "";
 }
 
-bool LineWatch::sendEscape() {
-  return isOpen() && write(line, "\x1b", 1) == 1;
-}
-
 void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::function<bool()>& isEnough) {
   const std::int64_t endUs = monotonicUs() + std::int64_t{timeoutMs} * 1000;
   while (!isEnough() && watch->isOpen() && !watch->isHungUp()) {

@@ -30,9 +30,6 @@ class LineWatch {
   // Waits up to `timeoutMs` for bytes and returns what has come; "" when nothing came, the line is hung up, or a signal
   // ended the wait. 0 takes what is there.
   std::string listen(int timeoutMs);
-  // Sends one Escape, which ends the modem's waiting for a text without sending it; false when the line did not take
-  // it.
-  bool sendEscape();
 
  private:
   int line;

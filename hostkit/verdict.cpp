@@ -10,6 +10,8 @@ namespace orvix::hostkit {
 namespace {
 
 constexpr char kEndOfText = '\x1a';
+// A modem may say thousands of results, or one of thousands of bytes.
+constexpr std::size_t kLongestReason = 500;
 
 // The traffic taken apart at the steps of the dialogue.
 struct Dialogue {
@@ -201,6 +203,8 @@ Judgement judge(const std::vector<TrafficPiece>& traffic, const std::string& tex
   } else {
     judgeBeforeText(dialogue, text, hasReturned, &judgement);
   }
+  // ASCII, so that no character is cut in two.
+  judgement.reason.resize(std::min(judgement.reason.size(), kLongestReason));
   return judgement;
 }
 

@@ -32,7 +32,7 @@ struct Judgement {
   std::optional<int> reference;            // of a sent message, where the modem gave one
   ErrorKind errorKind = ErrorKind::kNone;  // of the error result that decided, or that leaves the doubt
   std::optional<int> code;                 // its number
-  std::string reason;                      // one clause for people, escaped where it quotes the modem
+  std::string reason;                      // one clause for people in ASCII, 500 bytes at most
 
   bool isTextWritten = false;    // the Ctrl-Z is out: from here on the message may be
   bool hasAnswer = false;        // the modem sent any byte at all
