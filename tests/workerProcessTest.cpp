@@ -260,6 +260,7 @@ TEST(WorkerProcessTest, StandsWhatALyingWorkerSays) {
       {"a proven result, and death", dialogue + piece(kXplTraceReceived, "\r\n+CMGS: 7\r\n"),
        "[ended: the modem answered +CMGS: 7][died]"},
       {"no result, and death", dialogue, "[died sending]"},
+      {"a text that it denies", dialogue + encoded(FromWorker(EndNews{failed})), "the text is out][died sending]"},
       {"a lost line before the leave", lost, "[notAvailable: the line hung up][died sending]"},
       {"a lost line behind the leave", prompt + lost, "[notAvailable: the worker process ended][died sending]"},
       {"and the call's end", prompt + lost + encoded(FromWorker(EndNews{failed})),

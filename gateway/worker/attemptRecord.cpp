@@ -36,11 +36,14 @@ void AttemptRecord::takePrompt() {
   }
 }
 
-// Without leave no text was written, so nothing can be out.
+// Without leave no text was written, so nothing can be out; with its Ctrl-Z in the traffic it may be.
 AttemptResult AttemptRecord::end(const EndNews& news) const {
   const hostkit::Verdict verdict = news.result.verdict;
   if (!isAllowed && (verdict == hostkit::Verdict::kSent || verdict == hostkit::Verdict::kUncertain)) {
     throw ProtocolError("an end that nobody allowed");
+  }
+  if (verdict == hostkit::Verdict::kNotSent && judgement().isTextWritten) {
+    throw ProtocolError("not sent, though the text is out");
   }
   AttemptResult result = news.result;
   result.recording = recording();

@@ -23,8 +23,8 @@ class AttemptRecord {
   // The traffic in the format of docs/recording.md.
   std::string recording() const;
 
-  // What the worker tells, in its order. Each throws ProtocolError for what no honest worker tells: a second prompt, or
-  // an end with the text out that nobody gave leave to write.
+  // What the worker tells, in its order. Each throws ProtocolError for what no honest worker tells: a second prompt, an
+  // end with the text out that nobody gave leave to write, or one that denies a text that is out.
   void take(const TrafficNews& news);
   void takePrompt();
   // The result, with its recording.
