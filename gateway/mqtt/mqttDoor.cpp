@@ -41,7 +41,7 @@ MqttDoor::MqttDoor(Service* served, const MqttConfig& configuration)
       caller{"mqtt", config.rights},
       broker(config, {base + "/availability", "offline"}, base + "/send") {
   // From the outbox, so that a restart shows what the run before showed.
-  if (const std::optional<Message> message = service->lastEnded()) {
+  if (const std::optional<Message> message = service->lastResult()) {
     remember(*message);
   }
   service->addListener(this);

@@ -69,9 +69,12 @@ std::vector<Message> Outbox::list(const MessageFilter& filter, std::int64_t nowM
   return messages;
 }
 
-std::optional<Message> Outbox::lastEnded() {
+// What is uncertain has no end: that of its last attempt counts.
+std::optional<Message> Outbox::lastResult() {
   const auto records = recordsOf(store->database->rows(
-      "SELECT * FROM message WHERE ended IS NOT NULL ORDER BY ended DESC, sequence DESC LIMIT 1"));
+      "SELECT * FROM (SELECT * FROM (SELECT * FROM message WHERE ended IS NOT NULL ORDER BY ended DESC, sequence DESC"
+      " LIMIT 1) UNION ALL SELECT * FROM message WHERE state = 4)"
+      " ORDER BY coalesce(ended, (SELECT max(ended) FROM attempt WHERE message = sequence)) DESC LIMIT 1"));
   return records.empty() ? std::nullopt : std::optional(store->shown(records.front()));
 }
 

@@ -133,8 +133,8 @@ class Outbox {
   std::optional<Message> find(const std::string& id);
   std::vector<Message> list(const MessageFilter& filter, std::int64_t nowMs);
   Counts counts();
-  // The message that ended last.
-  std::optional<Message> lastEnded();
+  // The message that ended last, or became uncertain behind it.
+  std::optional<Message> lastResult();
   // When an owner may have `count` more messages accepted, of `perDay` in 24 hours; none: now. More than there can ever
   // be are told the time at which the budget is whole.
   std::optional<std::int64_t> ownerFreeMs(const std::string& owner, int perDay, int count, std::int64_t nowMs);

@@ -290,9 +290,9 @@ Counts Service::counts() {
   return counts;
 }
 
-std::optional<Message> Service::lastEnded() {
+std::optional<Message> Service::lastResult() {
   std::optional<Message> message;
-  state->onStore([&] { message = state->outbox->lastEnded(); });
+  state->onStore([&] { message = state->outbox->lastResult(); });
   return message;
 }
 

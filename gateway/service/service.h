@@ -95,7 +95,7 @@ class Service {
   // All 0 while the outbox does not answer.
   // Cheap: the outbox keeps them and counts no messages.
   Counts counts();
-  std::optional<Message> lastEnded();
+  std::optional<Message> lastResult();
   const Metrics& metrics() const;
   const Config& config() const;
   std::int64_t nowMs() const;
