@@ -95,6 +95,8 @@ beside meets 'no broker: .*certificate verify failed' '{"id": "f", "broker": "mq
 beside meets 'no broker: .*alert' '{"id": "c", "certFile": "", "keyFile": ""}'
 beside meets 'no broker: .*refused.*not authori' '{"id": "d", "passwordFile": "TOP/alarms.password"}'
 beside meets 'no broker: .*refused' '{"id": "e", "broker": "mqtt://127.0.0.1:1"}'
+mosquitto_sub "${plain[@]}" -q 1 -c -i gsm-gateway-g -t 'gsm/g/#' -E  # somebody looks on under the gateway's own name
+beside meets 'mqtt: connected' '{"id": "g", "broker": "mqtt://127.0.0.1:'"$port"'", "user": "", "passwordFile": ""}'
 all_done
 
 # What is retained, as somebody sees it who comes late.
@@ -177,6 +179,7 @@ grep -o 'message/.*"state":"[a-z]*"' "$folder/told.txt" | sed 's/{.*"state"//; s
 grep cancelled "$folder/states.txt" | cmp - <(seq -f 'message/n%g cancelled' 50) || fail "in another order"
 [[ $(grep 'message/m ' "$folder/states.txt" | xargs) == "message/m queued message/m attempting message/m sent" ]] || fail "m"
 ! told 'message/stale' || fail "a retained command was taken"
+! told 'gsm/g/refused' || fail "its own words were taken for commands"
 
 # The guide's lines for a sender, as a user who may send but neither read other topics nor be a gateway.
 as() { command "$2" "${@:3}" "${tls[@]}" -u "$1" -P "secret-$1"; }

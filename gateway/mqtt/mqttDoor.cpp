@@ -97,7 +97,8 @@ void MqttDoor::onEvent(const BrokerEvent& event) {
       LOG(WARNING) << "mqtt: the broker lets nobody read " << base << "/send here: no messages come that way";
       break;
     case BrokerEvent::Kind::kMessage:
-      if (!goodbye) {
+      // A session may hold what somebody else has subscribed under our client id: our own words would come back.
+      if (!goodbye && event.topic == base + "/send") {
         onCommand(event.payload);
       }
       break;
@@ -200,6 +201,9 @@ void MqttDoor::refuse(const std::string& id, const Refusal& refusal) {
 
 // One of each topic is on its way at most, so that a broker that takes nothing fills no memory; the latest is next.
 void MqttDoor::show(const std::string& topic, const std::string& payload) {
+  if (goodbye) {
+    return;  // the last word: an "online" that waited for its turn must not follow it
+  }
   const auto isSame = [&](const auto& shown) { return shown.second == topic; };
   if (std::any_of(showing.begin(), showing.end(), isSame)) {
     toShow[topic] = payload;
