@@ -1,7 +1,6 @@
 #include "gateway/service/clock.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <ctime>
 
 #include "common/duration.h"
@@ -31,12 +30,15 @@ std::int64_t ServiceClock::nowMs() const {
 }
 
 void ServiceClock::update() {
+  const std::int64_t beforeMs = nowMs();
   const std::int64_t wallMs = read(CLOCK_REALTIME);
-  const std::int64_t found = wallMs - nowMs();
-  // A clock that has not been set since boot shows a time that is surely past. Two clocks that are rounded to
-  // milliseconds differ by one now and then: what was shown of a message must not flicker.
-  if (wallMs >= floorMs && std::abs(found - offset) > 1) {
-    offset = found;
+  const std::int64_t behindMs = nowMs();
+  // What rounding to milliseconds or a pause between the readings explains is no jump: what is shown of a message must
+  // not flicker.
+  const bool hasJumped = wallMs < beforeMs + offset - 1 || wallMs > behindMs + offset + 1;
+  // A clock that has not been set since boot shows a time that is surely past.
+  if (hasJumped && wallMs >= floorMs) {
+    offset = wallMs - behindMs;
   }
 }
 
