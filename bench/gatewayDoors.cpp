@@ -34,8 +34,8 @@ class BareOutbox {
         "PRAGMA cache_size = -1024; PRAGMA wal_autocheckpoint = 4096");
     constexpr char kInsert[] =
         "INSERT INTO message(id, owner, fingerprint, recipient, text, priority, on_uncertain, wanted, charsets,"
-        " accepted, expires, state, doubt, attempts, retries, modem, reason)"
-        " VALUES(?1, 'socket', ?2, ?5, ?3, 1, 0, '', 3, ?4, ?4 + 86400000, 0, 0, 0, 0, '', '')";
+        " accepted, expires, lifetime, state, doubt, attempts, retries, modem, reason)"
+        " VALUES(?1, 'socket', ?2, ?5, ?3, 1, 0, '', 3, ?4, ?4 + 86400000, 86400000, 0, 0, 0, 0, '', '')";
     require(sqlite3_prepare_v2(database, kInsert, -1, &insert, nullptr) == SQLITE_OK, "not prepared");
     require(sqlite3_prepare_v2(database, "UPDATE clock SET time = ?1", -1, &clock, nullptr) == SQLITE_OK,
             "not prepared");
@@ -91,14 +91,14 @@ class Crowd {
   bool isFull() const { return busy == kClients; }
   bool isEmpty() const { return busy == 0; }
 
+  // They take turns: one that is idle for long would be closed by the service.
   void post(double atMs) {
-    std::size_t i = 0;
-    while (dueMs[i] != 0) {
-      ++i;
-    }
-    dueMs[i] = atMs;
+    do {
+      last = (last + 1) % kClients;
+    } while (dueMs[last] != 0);
+    dueMs[last] = atMs;
     ++busy;
-    clients[i]->post(nextId());
+    clients[last]->post(nextId());
   }
 
   // Takes the answers that come within that time, and gives what each took.
@@ -123,6 +123,7 @@ class Crowd {
   std::vector<pollfd> waiting;
   double dueMs[kClients] = {};  // 0: free
   std::size_t busy = 0;
+  std::size_t last = 0;  // to post
 };
 
 // Each client posts its next message as soon as it has its answer.

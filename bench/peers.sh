@@ -16,7 +16,7 @@ client() {
   start_modem --link "$link"
   "$@" >"$folder/client.txt" 2>"$folder/client.err" </dev/null || true
   stop_modem 0
-  grep -qE -- '-79 dBm|the modem answered OK|message reference=' "$folder/client.txt" || fail "no answer: $*"
+  grep -qE -- '-79 dBm|the modem answered .CMGS: |message reference=' "$folder/client.txt" || fail "no answer: $*"
 }
 
 # Milliseconds of processor and wall, and kilobytes at the peak.
