@@ -15,7 +15,7 @@ add_compile_definitions(_GNU_SOURCE)
 add_compile_options(
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   # std::shared_ptr<bson_t> drops bson_t's alignment attribute, which is harmless: libbson allocates every bson_t.
-  -Wno-ignored-attributes
+  -Wno-ignored-attributes $<$<CXX_COMPILER_ID:Clang>:-Wno-align-mismatch>
   -fstack-protector-strong
   # The bytes of a build do not depend on the folder it was made in.
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}=. -ffile-prefix-map=${CMAKE_BINARY_DIR}=build)
