@@ -86,11 +86,7 @@ TEST_F(GatewayConfigTest, EverythingHasADefaultButModems) {
 }
 
 TEST_F(GatewayConfigTest, ModemsAreHeldAgainstEachOther) {
-  struct Row {
-    const char* modems;
-    const char* problems;
-  };
-  const Row rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"[{'name': 'a', 'config': '@main.json'}, {'name': 'b', 'config': '@tcp.json', 'perDay': 0}]", ""},
       {"[]", "modems: must name one modem at least"},
       {"{}", "modems: must be a list; modems: must name one modem at least"},
@@ -114,19 +110,15 @@ TEST_F(GatewayConfigTest, ModemsAreHeldAgainstEachOther) {
        "modems[0].codes.500: must be \"message\", \"network\", \"modem\", \"chance\" or \"doubt\"; "
        "modems[0].codes.x: must be the number of a CMS error; modems[0].colour: is no known key"},
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(problemsOf(read(std::string("{'plugin': '@plugin.so', 'modems': ") + row.modems + "}")), row.problems)
-        << row.modems;
+  for (const auto& [modems, problems] : rows) {
+    EXPECT_EQ(problemsOf(read(std::string("{'plugin': '@plugin.so', 'modems': ") + modems + "}")), problems) << modems;
   }
 }
 
 TEST_F(GatewayConfigTest, EveryMistakeIsToldWithItsKey) {
   const std::string hash(64, 'a');
-  struct Row {
-    std::string more;  // behind a good modem
-    std::string problems;
-  };
-  const Row rows[] = {
+  // What stands behind a good modem, and what is told of it.
+  const std::pair<std::string, std::string> rows[] = {
       {"'moden': 1", "moden: is no known key"},
       {"'storage': {'keepDays': 1, 'keepDays': 2}", "storage.keepDays: stands here twice"},
       {"'http': {'tokens': [{}, {'a': [1], 'a': 1}]}", "http.tokens[1].a: stands here twice"},
@@ -167,10 +159,10 @@ TEST_F(GatewayConfigTest, EveryMistakeIsToldWithItsKey) {
       {"'heartbeat': {'to': '+49'}", "heartbeat.to: " + hostkit::numberFit("+49").problem},
       {"'plugin2': 1, ", ": is no JSON: at line 1, column"},
   };
-  for (const Row& row : rows) {
-    const std::string problems = problemsOf(read(std::string("{") + kModem + ", " + row.more + "}"));
+  for (const auto& [more, expected] : rows) {
+    const std::string problems = problemsOf(read(std::string("{") + kModem + ", " + more + "}"));
     // A parser's own words are told as far as they are ours.
-    EXPECT_EQ(row.more.back() == ' ' ? problems.substr(0, row.problems.size()) : problems, row.problems) << row.more;
+    EXPECT_EQ(more.back() == ' ' ? problems.substr(0, expected.size()) : problems, expected) << more;
   }
 }
 

@@ -162,10 +162,7 @@ TEST_F(HttpDoorTest, replacesAStaleSocketAndNothingElse) {
 
 TEST_F(HttpDoorTest, staysUprightUnderHostileClients) {
   const std::string large(70000, 'x');
-  const struct {
-    std::string request;
-    const char* status;
-  } rows[] = {
+  const std::pair<std::string, const char*> rows[] = {
       {post(large), "HTTP/1.1 413"},
       {"POST /v1/messages HTTP/1.1\r\nHost: x\r\nContent-Length: 999999999\r\n\r\n", "HTTP/1.1 413"},
       {"POST /v1/messages HTTP/1.1\r\nHost: x\r\nConnection: close\r\nTransfer-Encoding: chunked\r\n\r\n11170\r\n" +
@@ -176,8 +173,8 @@ TEST_F(HttpDoorTest, staysUprightUnderHostileClients) {
       {"POST /v1/messages HTTP/1.1\r\nHost: x\r\nContent-Length: -1\r\n\r\n", "HTTP/1.1 400"},
       {get("/v1/messages/%00%ff"), "HTTP/1.1 404"},
   };
-  for (const auto& row : rows) {
-    EXPECT_EQ(statusOf(exchange(false, row.request)), row.status) << row.request.substr(0, 80);
+  for (const auto& [request, status] : rows) {
+    EXPECT_EQ(statusOf(exchange(false, request)), status) << request.substr(0, 80);
   }
   for (const std::string& slow : {std::string(), std::string("POST /v1/mess"), post(kMessage).substr(0, 90)}) {
     Peer peer = connectTo(true);

@@ -1,6 +1,8 @@
 // The HTTP API without a socket: rows of requests and answers, each held against the API's own description.
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "gateway/http/alertmanager.h"
 #include "gateway/http/api.h"
 #include "gateway/http/authorization.h"
@@ -210,11 +212,7 @@ std::string alertsBody(const std::string& status, const std::string& summary, in
 }
 
 TEST(Alerts, becomeOneFitText) {
-  const struct {
-    std::string body;
-    hostkit::Charset charset;
-    std::string text;
-  } rows[] = {
+  const std::tuple<std::string, hostkit::Charset, std::string> rows[] = {
       {alertsBody("firing", "/ is full"), hostkit::Charset::kIra, "FIRING: DiskFull: / is full"},
       {alertsBody("resolved", "/ is full", 2), hostkit::Charset::kIra, "RESOLVED: DiskFull: / is full (+2 more)"},
       {alertsBody("firing", "Kühlhaus`1`\n5 °C ☃"), hostkit::Charset::kIra, "FIRING: DiskFull: Kuehlhaus'1' 5 degC  "},
@@ -225,11 +223,11 @@ TEST(Alerts, becomeOneFitText) {
        "FIRING: DiskFull: " + std::string(69, '{') + "..."},
       {R"({"status":"firing","groupKey":"k","alerts":[{}]})", hostkit::Charset::kIra, "FIRING: alert"},
   };
-  for (const auto& row : rows) {
-    const auto read = readAlerts(row.body, row.charset);
-    ASSERT_EQ(read.index(), 0U) << row.body;
-    EXPECT_EQ(std::get<AlertNotice>(read).text, row.text);
-    EXPECT_TRUE(hostkit::textFit(std::get<AlertNotice>(read).text, row.charset).isFit()) << row.text;
+  for (const auto& [body, charset, text] : rows) {
+    const auto read = readAlerts(body, charset);
+    ASSERT_EQ(read.index(), 0U) << body;
+    EXPECT_EQ(std::get<AlertNotice>(read).text, text);
+    EXPECT_TRUE(hostkit::textFit(text, charset).isFit()) << text;
   }
 }
 

@@ -11,6 +11,7 @@
 #include <fstream>
 #include <functional>
 #include <map>
+#include <tuple>
 #include <vector>
 
 #include "tests/world/outboxRoom.h"
@@ -148,12 +149,7 @@ TEST_F(OutboxFileTest, WhatIsRefusedStaysAsItIs) {
     stream.seekp(begin);
     stream << std::string(size, '\x5a');
   };
-  struct Row {
-    const char* name;
-    std::function<void()> spoil;
-    const char* words;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, std::function<void()>, std::string> rows[] = {
       {"not a database", [&] { std::ofstream(file()) << "hello"; }, "/outbox.db: is damaged or no database"},
       {"empty", [&] { fs::resize_file(file(), 0); }, "/outbox.db: is damaged or no database"},
       {"cut off", [&] { fs::resize_file(file(), 8192); }, "/outbox.db: is damaged"},
@@ -163,15 +159,15 @@ TEST_F(OutboxFileTest, WhatIsRefusedStaysAsItIs) {
       {"newer", [&] { sql("PRAGMA user_version = 1000"); },
        "/outbox.db: was written by a newer version of this program"},
   };
-  for (const Row& row : rows) {
+  for (const auto& [name, spoil, words] : rows) {
     open();
     accept("+491");
     outbox->commit();
     outbox.reset();
-    row.spoil();
+    spoil();
     const std::string before = bytes().at("outbox.db");
-    EXPECT_EQ(refusal().substr(0, std::string(row.words).size()), row.words) << row.name;
-    EXPECT_EQ(bytes().at("outbox.db"), before) << row.name;
+    EXPECT_EQ(refusal().substr(0, words.size()), words) << name;
+    EXPECT_EQ(bytes().at("outbox.db"), before) << name;
     outbox.reset();
     fs::remove_all(storage.folder);
   }

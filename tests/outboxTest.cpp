@@ -49,11 +49,7 @@ class OutboxTest : public OutboxRoom {
 // Each thing that can be done to a message, in each of its states: what is not in the table changes nothing.
 TEST_F(OutboxTest, EveryMoveAndNoOther) {
   using State = MessageState;
-  struct Deed {
-    const char* name;
-    std::function<void(const std::string&)> doIt;
-  };
-  const Deed deeds[] = {
+  const std::pair<std::string, std::function<void(const std::string&)>> deeds[] = {
       {"begin", [this](const std::string& id) { outbox->beginAttempt(id, "main", now); }},
       {"mark", [this](const std::string& id) { outbox->markMayBeOut(id); }},
       {"sent", [this](const std::string& id) { end(id, sent()); }},
@@ -86,16 +82,16 @@ TEST_F(OutboxTest, EveryMoveAndNoOther) {
       {State::kUncertain, "say drop", State::kFailed, State::kFailed},
   };
   for (std::size_t from = 0; from < kMessageStates; ++from) {
-    for (const Deed& deed : deeds) {
+    for (const auto& [deed, doIt] : deeds) {
       for (const bool isInDoubt : {false, true}) {
         const std::string id = in(static_cast<State>(from), isInDoubt);
         const Message before = *outbox->find(id);
-        const auto row = std::find_if(std::begin(rows), std::end(rows), [&](const Row& candidate) {
-          return candidate.from == before.state && std::string(candidate.deed) == deed.name;
+        const auto row = std::find_if(std::begin(rows), std::end(rows), [&, name = deed](const Row& candidate) {
+          return candidate.from == before.state && candidate.deed == name;
         });
-        const std::string where = std::string(wordOf(before.state)) + ", " + deed.name + (isInDoubt ? ", doubt" : "");
+        const std::string where = std::string(wordOf(before.state)) + ", " + deed + (isInDoubt ? ", doubt" : "");
         try {
-          deed.doIt(id);
+          doIt(id);
         } catch (const std::logic_error&) {
           EXPECT_EQ(row, std::end(rows)) << where;
         }
@@ -103,9 +99,8 @@ TEST_F(OutboxTest, EveryMoveAndNoOther) {
         const bool isEnd = after.state == State::kSent || after.state == State::kFailed ||
                            after.state == State::kExpired || after.state == State::kCancelled;
         EXPECT_EQ(after.endedMs.has_value(), isEnd) << where;
-        EXPECT_EQ(after.attempts.size() - before.attempts.size(),
-                  std::string("begin") == deed.name && row != std::end(rows) ? 1U : 0U)
-            << where;
+        const bool isAttempt = deed == "begin" && row != std::end(rows);
+        EXPECT_EQ(after.attempts.size() - before.attempts.size(), isAttempt ? 1U : 0U) << where;
         EXPECT_STREQ(wordOf(after.state), wordOf(row == std::end(rows) ? before.state
                                                  : isInDoubt           ? row->toInDoubt
                                                                        : row->to))

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "device/atReply.h"
 #include "device/gsmDataReport.h"
@@ -11,15 +12,9 @@ using orvix::gsm::GsmDataReport;
 
 namespace {
 
-struct SignalRow {
-  const char* reply;
-  const char* text;  // null: no such answer
-  int dBm;
-  int percent;
-};
-
+// Reply, its text, null where there is none, dBm and percent.
 // clang-format off
-const SignalRow kSignals[] = {
+const std::tuple<const char*, const char*, int, int> kSignals[] = {
     {"\r\n+CSQ: 17,99\r\n\r\nOK\r\n", "17", -79, 53}, {"AT+CSQ\r\r\n+CSQ: 9,99\r\n\r\nOK\r\n", "9", -95, 26},
     {"\r\n+CSQ: 99\r\n\r\nOK\r\n", "99", -9999, -1},  {"+CSQ: 99,99", "99", -9999, -1},
     {"+CSQ: 5\r\nOK", "5\r", -103, 13}, {"+CSQ: ", "", -9998, -2}, {"+CSQ: 0,0", "0", -9998, -2},
@@ -32,28 +27,21 @@ const SignalRow kSignals[] = {
 // clang-format on
 
 TEST(ReplyTest, SignalIsCutOutAndConverted) {
-  for (const SignalRow& row : kSignals) {
-    const auto text = orvix::gsm::findCsq(row.reply);
-    ASSERT_EQ(text.has_value(), row.text != nullptr) << row.reply;
+  for (const auto& [reply, expected, dBm, percent] : kSignals) {
+    const auto text = orvix::gsm::findCsq(reply);
+    ASSERT_EQ(text.has_value(), expected != nullptr) << reply;
     if (text) {
       const int csq = orvix::gsm::numberOf(*text);
-      EXPECT_EQ(*text, row.text) << row.reply;
-      EXPECT_EQ(GsmDataReport::signalDbm(csq), row.dBm) << row.reply;
-      EXPECT_EQ(GsmDataReport::signalPercent(csq), row.percent) << row.reply;
-      EXPECT_EQ(GsmDataReport::isSignalValid(csq), row.percent > 0) << row.reply;
+      EXPECT_EQ(*text, expected) << reply;
+      EXPECT_EQ(GsmDataReport::signalDbm(csq), dBm) << reply;
+      EXPECT_EQ(GsmDataReport::signalPercent(csq), percent) << reply;
+      EXPECT_EQ(GsmDataReport::isSignalValid(csq), percent > 0) << reply;
     }
   }
 }
 
-struct RegistrationRow {
-  const char* reply;
-  const char* text;
-  const char* word;
-  bool valid;
-};
-
 // clang-format off
-const RegistrationRow kRegistrations[] = {
+const std::tuple<std::string, const char*, const char*, bool> kRegistrations[] = {
     {"\r\n+CREG: 0,0\r\n\r\nOK\r\n", "0", "none", true}, {"+CREG: 2,1, 550014, 676\r\n", "1", "home", true},
     {"+CREG: 0,2", "2", "searching", true}, {"\r\n+CREG: 1,3\r\n", "3", "denied", true},
     {"+CREG: 0,4", "4", "unknown", true},   {"+CREG: 2,5,\"1A2B\",\"0C3D\"", "5", "roaming", true},
@@ -63,13 +51,12 @@ const RegistrationRow kRegistrations[] = {
 // clang-format on
 
 TEST(ReplyTest, RegistrationIsCutOutAndNamed) {
-  for (const RegistrationRow& row : kRegistrations) {
-    const std::string reply = row.reply;
+  for (const auto& [reply, expected, word, isValid] : kRegistrations) {
     const std::string text = reply.substr(orvix::gsm::findCregStat(reply).value(), 1);
-    EXPECT_EQ(text, row.text) << row.reply;
+    EXPECT_EQ(text, expected) << reply;
     const int value = orvix::gsm::numberOf(text);
-    EXPECT_STREQ(GsmDataReport::registrationWord(value), row.word) << row.reply;
-    EXPECT_EQ(GsmDataReport::isRegistrationValid(value), row.valid) << row.reply;
+    EXPECT_STREQ(GsmDataReport::registrationWord(value), word) << reply;
+    EXPECT_EQ(GsmDataReport::isRegistrationValid(value), isValid) << reply;
   }
   EXPECT_FALSE(GsmDataReport::isRegistrationValid(-1));
   EXPECT_GT(orvix::gsm::findCregStat("+CREG: 1").value(), std::string("+CREG: 1").size());

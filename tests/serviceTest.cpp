@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include <csignal>
+#include <tuple>
 
 #include "tests/world/gatewayWorld.h"
 
@@ -115,23 +116,20 @@ TEST_F(ServiceTest, AMessageGoesOutOnceAndIsToldBehindEachCommit) {
 }
 
 TEST_F(ServiceTest, WhatAModemRefusesForItselfGoesElsewhere) {
-  struct Row {
-    ErrorClass errorClass;
-    const char* registration;  // of the report that sets the modem free again; null: none does
-  };
-  for (const Row& row : {Row{ErrorClass::kModem, "none"}, Row{ErrorClass::kNetwork, "home"}}) {
-    SCOPED_TRACE(row.registration);
+  // By the registration of the report that sets the modem free again.
+  const std::pair<ErrorClass, std::string> rows[] = {{ErrorClass::kModem, "none"}, {ErrorClass::kNetwork, "home"}};
+  for (const auto& [errorClass, id] : rows) {
+    SCOPED_TRACE(id);
     startReady();
-    const std::string id = row.registration;
     submit(message(id));
-    end("main", result(Verdict::kRefused, row.errorClass, 310));
+    end("main", result(Verdict::kRefused, errorClass, 310));
     pass(config.sending.retrySeconds * kSecondMs);
     ASSERT_TRUE(worker("spare").order.has_value()) << "the other modem did not take it";
     end("spare", result(Verdict::kSent));
     submit(message(id + "2"));
     EXPECT_FALSE(worker("main").order.has_value()) << "out of service";
     end("spare", result(Verdict::kSent));
-    worker("main").report(row.registration);
+    worker("main").report(id);
     submit(message(id + "3"));
     EXPECT_TRUE(worker("main").order.has_value());
     end("main", result(Verdict::kSent));
@@ -182,13 +180,7 @@ TEST_F(ServiceTest, RefusalsNameStatusAndField) {
     change(&base);
     return base;
   };
-  struct Row {
-    Submission submission;
-    Caller caller;
-    int status;
-    const char* field;
-  };
-  const Row rows[] = {
+  const std::tuple<Submission, Caller, int, const char*> rows[] = {
       {message("m"), small, 202, ""},
       {message("m"), small, 200, ""},
       {message("m"), stranger, 403, "priority"},
@@ -206,11 +198,11 @@ TEST_F(ServiceTest, RefusalsNameStatusAndField) {
       {message("o"), small, 429, ""},
       {message("n"), small, 200, ""},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(*row.submission.id + " " + row.submission.text);
+  for (const auto& [submission, caller, status, field] : rows) {
+    SCOPED_TRACE(*submission.id + " " + submission.text);
     lastField.clear();
-    EXPECT_EQ(submit(row.submission, row.caller), row.status);
-    EXPECT_EQ(lastField, row.field);
+    EXPECT_EQ(submit(submission, caller), status);
+    EXPECT_EQ(lastField, field);
   }
 }
 

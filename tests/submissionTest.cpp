@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <tuple>
+
 #include "gateway/service/heartbeat.h"
 #include "gateway/service/textFit.h"
 
@@ -13,15 +15,11 @@ namespace {
 TEST(HeartbeatTest, IsDueForAnHour) {
   setenv("TZ", "Europe/Berlin", 1);
   constexpr std::int64_t kMidnight = 1772319600000;  // 2026-03-01T00:00:00 there
-  struct Row {
-    int minute;
-    std::int64_t nowMinute;
-    const char* date;
-  };
-  const Row rows[] = {{420, 419, ""}, {420, 420, "2026-03-01"}, {420, 480, "2026-03-01"},
-                      {420, 481, ""}, {1430, 10, "2026-02-28"}, {0, 0, "2026-03-01"}};
-  for (const Row& row : rows) {
-    EXPECT_EQ(heartbeatDate(kMidnight + row.nowMinute * 60000, row.minute).value_or(""), row.date) << row.nowMinute;
+  const std::tuple<int, std::int64_t, const char*> rows[] = {{420, 419, ""},           {420, 420, "2026-03-01"},
+                                                             {420, 480, "2026-03-01"}, {420, 481, ""},
+                                                             {1430, 10, "2026-02-28"}, {0, 0, "2026-03-01"}};
+  for (const auto& [minute, nowMinute, date] : rows) {
+    EXPECT_EQ(heartbeatDate(kMidnight + nowMinute * 60000, minute).value_or(""), date) << nowMinute;
   }
   setenv("TZ", "AAA0BBB,M3.1.0/0,M10.1.0/0", 1);  // where summer time begins on that day at midnight
   EXPECT_EQ(heartbeatDate(kMidnight + 3600000, 30), "2026-03-01");
@@ -61,12 +59,7 @@ TEST(TextFitTest, TransliteratesAndCutsAtWords) {
 }
 
 TEST(SubmissionTest, RefusesWhatIsNotMeant) {
-  struct Row {
-    const char* body;
-    int status;
-    const char* field;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, int, const char*> rows[] = {
       {R"({"to": "1234", "text": "t"})", 0, ""},
       {R"({"to": ["1234"], "text": "t", "id": "a", "priority": "bulk", "expiresSeconds": 1, "onUncertain": "resend"})",
        0, ""},
@@ -89,12 +82,12 @@ TEST(SubmissionTest, RefusesWhatIsNotMeant) {
       {R"({"to": [[[[[[]]]]]], "text": "t"})", 422, ""},
       {R"({"to": [[[[[[]]]]]], "text": "t")", 400, ""},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.body);
-    const auto answer = readSubmission(row.body);
+  for (const auto& [body, status, field] : rows) {
+    SCOPED_TRACE(body);
+    const auto answer = readSubmission(body);
     const auto* const refusal = std::get_if<Refusal>(&answer);
-    EXPECT_EQ(refusal == nullptr ? 0 : refusal->status, row.status);
-    EXPECT_EQ(refusal == nullptr ? "" : refusal->field.value_or(""), row.field);
+    EXPECT_EQ(refusal == nullptr ? 0 : refusal->status, status);
+    EXPECT_EQ(refusal == nullptr ? "" : refusal->field.value_or(""), field);
   }
 }
 
