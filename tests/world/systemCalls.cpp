@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
+#include <iterator>
 #include <utility>
 
 namespace world {
@@ -110,11 +111,7 @@ void armCut(Cut cut, int n) {
 }
 
 int openDescriptors() {
-  int count = 0;
-  for (int fd = 0; fd < 256; ++fd) {
-    count += fcntl(fd, F_GETFD) != -1 ? 1 : 0;
-  }
-  return count;
+  return static_cast<int>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
 }  // namespace world
