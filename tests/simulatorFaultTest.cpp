@@ -7,6 +7,7 @@
 #include <chrono>
 #include <sstream>
 #include <thread>
+#include <tuple>
 #include <utility>
 
 #include "common/printable.h"
@@ -54,11 +55,7 @@ TEST(Scenario, DisturbsReplies) {
   const std::string signal = "0:" + escaped(kSignal) + "|";
   const std::string report = "AT+CSQ\r";
   const std::string send = "AT+CMGS=\"1\"\rhi\x1a";
-  const struct {
-    std::string fault;
-    std::string sent;
-    std::string heard;
-  } rows[] = {
+  const std::tuple<std::string, std::string, std::string> rows[] = {
       {csq + R"("silence": true)", report, ""},
       {csq + R"("silence": true, "garbage": "ff41")", report, "0:\\xffA|"},
       {csq + R"("from": 2, "count": 1, "silence": true)", report + report, signal},
@@ -83,12 +80,12 @@ TEST(Scenario, DisturbsReplies) {
       {body + R"("answer": "+CMS ERROR: SIM busy")", send, "0:\\r\\n> \\r\\n+CMS ERROR: SIM busy\\r\\n|"},
       {R"("body": "H*", "silence": true)", send, "0:\\r\\n> \\r\\n+CMGS: 1\\r\\n\\r\\nOK\\r\\n|"},
   };
-  for (const auto& row : rows) {
-    Modem modem(scenarioOf(withFault(row.fault)));
+  for (const auto& [fault, sent, heard] : rows) {
+    Modem modem(scenarioOf(withFault(fault)));
     modem.receive("AT+CMGF=1\r", 0);
     modem.takeOutput(0);
-    modem.receive(row.sent, 0);
-    EXPECT_EQ(timeline(modem), row.heard) << row.fault;
+    modem.receive(sent, 0);
+    EXPECT_EQ(timeline(modem), heard) << fault;
   }
 }
 
@@ -113,16 +110,16 @@ TEST(Scenario, SetsTheModem) {
   const std::string ok = "\\r\\nOK\\r\\n";
   const std::string prompt = "\\r\\n> ";
   const std::string result = "\\r\\n+CMGS: 1\\r\\n" + ok + "|";
-  const struct {
-    const char* scenario;
-    std::string sent;
-    std::string heard;
-  } rows[] = {
+  const std::tuple<const char*, std::string, std::string> rows[] = {
       {R"({"echo": false, "promptDelayMs": 4000, "resultDelayMs": 5000})", send,
        "0:" + ok + "|4000:" + prompt + "|5000:" + result},
       {R"({"echo": false, "textEcho": true})", send, "0:" + ok + prompt + "h\\ri" + result},
       {R"({"textEcho": false})", send, "0:AT+CMGF=1\\r" + ok + "AT+CMGS=\"1\"\\r" + prompt + result},
       {R"({"echo": false, "linePrompt": true})", send, "0:" + ok + prompt + prompt + result},
+      {R"({"delayMs": 250})", "AT\rATI", "0:AT\\r|250:" + ok + "ATI|"},
+      {R"({"echo": false, "sms": 38})", send, "0:" + ok + prompt + "\\r\\n+CMS ERROR: 38\\r\\n|"},
+      {R"({"echo": false, "sms": "silent"})", send + "AT\r", "0:" + ok + prompt + ok + "|"},
+      {R"({"echo": false, "sms": "no-prompt"})", send + "\rAT\r", "0:" + ok + ok + "|"},
       {R"({"echo": false, "sim": "missing"})", "AT\rAT+CPIN?\rAT+CSQ\r",
        "0:" + ok + "\\r\\n+CME ERROR: 10\\r\\n\\r\\n+CME ERROR: 10\\r\\n|"},
       {R"({"echo": false, "sim": "locked"})", "AT+CPIN?\rAT+CMEE=2\rAT+CMGF=1\r",
@@ -130,10 +127,10 @@ TEST(Scenario, SetsTheModem) {
       {R"({"echo": false, "walk": [{"ms": 5, "sim": "missing", "unplugMs": 0}, {"ms": 7, "unplugMs": 900}]})", "AT\r",
        "0:" + ok + "|5:gone|5:back|7:gone|907:back|"},
   };
-  for (const auto& row : rows) {
-    Modem modem(scenarioOf(row.scenario));
-    modem.receive(row.sent, 0);
-    EXPECT_EQ(timeline(modem), row.heard) << row.scenario;
+  for (const auto& [scenario, sent, heard] : rows) {
+    Modem modem(scenarioOf(scenario));
+    modem.receive(sent, 0);
+    EXPECT_EQ(timeline(modem), heard) << scenario;
   }
   Modem cutting(scenarioOf(R"({"cutLongText": true})"));
   cutting.receive("AT+CMGF=1\rAT+CMGS=\"1\"\r" + std::string(200, 'x') + "\x1a", 0);
@@ -273,11 +270,8 @@ TEST(Recording, NamesTheLineThatIsBroken) {
 }
 
 TEST(TcpAddress, TakesNumericAddresses) {
-  const struct {
-    const char* text;
-    const char* shown;  // empty: refused
-    bool isLoopback;
-  } rows[] = {
+  // Text, how it is shown, empty when it is refused, and whether it is of the loopback.
+  const std::tuple<const char*, std::string, bool> rows[] = {
       {"80", "127.0.0.1:80", true},
       {"127.1.2.3:80", "127.1.2.3:80", true},
       {"[::1]:80", "[::1]:80", true},
@@ -289,14 +283,14 @@ TEST(TcpAddress, TakesNumericAddresses) {
       {"65536", "", false},
       {"", "", false},
   };
-  for (const auto& row : rows) {
-    if (*row.shown == '\0') {
-      EXPECT_THROW(TcpAddress{row.text}, std::invalid_argument) << row.text;
+  for (const auto& [text, shown, isLoopback] : rows) {
+    if (shown.empty()) {
+      EXPECT_THROW(TcpAddress{text}, std::invalid_argument) << text;
       continue;
     }
-    const TcpAddress address(row.text);
-    EXPECT_EQ(address.text(), row.shown);
-    EXPECT_EQ(address.isLoopback(), row.isLoopback) << row.text;
+    const TcpAddress address(text);
+    EXPECT_EQ(address.text(), shown);
+    EXPECT_EQ(address.isLoopback(), isLoopback) << text;
   }
 }
 

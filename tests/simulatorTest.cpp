@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/ioctl.h>
-#include <sys/wait.h>
 #include <termios.h>
 
 #include <algorithm>
@@ -92,24 +91,6 @@ TEST(Modem, TakesMessagesAndIgnoresWhatFollowsThem) {
   EXPECT_EQ(reported.substr(0, 20), "+4917=AT\r\n2 x;3=x;3=");
 }
 
-TEST(Modem, DecidesTheFateOfAMessage) {
-  const std::tuple<SmsOutcome, std::string, std::size_t> rows[] = {
-      {SmsOutcome::kAccepted, kPrompt + "\r\n+CMGS: 1\r\n" + kOk, 1},
-      {SmsOutcome::kRefused, kPrompt + "\r\n+CMS ERROR: 38\r\n", 1},
-      {SmsOutcome::kSilent, kPrompt, 1},
-      {SmsOutcome::kNoPrompt, "", 0}};
-  for (const auto& [outcome, answer, kept] : rows) {
-    ModemOptions options = kQuiet;
-    options.smsOutcome = outcome;
-    options.smsErrorCode = 38;
-    Modem modem(options);
-    talk(modem, "AT+CMGF=1\r");
-    EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rtext\x1a\r\n\r"), answer);
-    EXPECT_EQ(modem.messages().size(), kept) << answer;
-    EXPECT_EQ(talk(modem, "AT\r"), kOk) << answer;
-  }
-}
-
 TEST(Modem, SendsTextAsTheNetworkCarriesIt) {
   const std::tuple<std::string, std::string, std::string> rows[] = {
       {"IRA", "@$_ a\n{[~]}^|\\ ", "@$_ a\n{[~]}^|\\ "}, {"IRA", "\u00e4`\t", "C$??"}, {"GSM", "@$[_a", "¡¤Ä§a"}};
@@ -130,19 +111,6 @@ TEST(Modem, SendsNothingWithoutANetwork) {
     EXPECT_EQ(talk(modem, "AT+CMGS=\"1\"\rhi\x1a"), kPrompt + answer);
     EXPECT_EQ(modem.messages().front().reference.has_value(), registration == 5);
   }
-}
-
-TEST(Modem, RepliesWhenDueInOrder) {
-  ModemOptions options;
-  options.replyDelayMs = 250;
-  Modem modem(options);
-  modem.receive("AT\r", 1000);
-  EXPECT_EQ(modem.takeOutput(1000), "AT\r");
-  EXPECT_EQ(modem.nextDueMs(), 1250);
-  modem.receive("ATI", 1100);
-  EXPECT_EQ(modem.takeOutput(1249), "");
-  EXPECT_EQ(modem.takeOutput(1250), kOk + "ATI");
-  EXPECT_EQ(modem.nextDueMs(), std::nullopt);
 }
 
 TEST(Modem, BoundsLinesBodiesAndOutput) {
@@ -167,13 +135,8 @@ TEST(Modem, BoundsLinesBodiesAndOutput) {
 }
 
 TEST(PduMode, TakesSubmittedMessages) {
-  const struct {
-    const char* name;
-    int octets;
-    const char* pdu;
-    const char* number;  // empty: refused
-    const char* text;
-  } rows[] = {
+  // Name, octets, PDU; the number, empty when it is refused, and the text.
+  const std::tuple<const char*, int, const char*, std::string, const char*> rows[] = {
       {"surrogates", 12, "0001000181F1000804D83DDE00", "1", "\U0001F600"},
       {"half a pair", 10, "0001000181F1000802D83D", "1", "\uFFFD"},
       {"8 bit", 10, "0001000181F1000402E941", "1", "\u00e9A"},
@@ -186,17 +149,17 @@ TEST(PduMode, TakesSubmittedMessages) {
       {"cut short", 9, "0001000181F1000402E9", "", ""},
       {"not to be sent", 10, "0002000181F1000402E941", "", ""},
   };
-  for (const auto& row : rows) {
+  for (const auto& [name, octets, pdu, number, text] : rows) {
     Modem modem;
-    modem.receive("ATE0\rAT+CMGS=" + std::to_string(row.octets) + "\r", 0);
+    modem.receive("ATE0\rAT+CMGS=" + std::to_string(octets) + "\r", 0);
     modem.takeOutput(0);
-    modem.receive(row.pdu + std::string(1, '\x1a'), 0);
-    const bool isTaken = *row.number != '\0';
-    EXPECT_EQ(modem.takeOutput(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << row.name;
-    ASSERT_EQ(modem.messages().size(), isTaken ? 1u : 0u) << row.name;
+    modem.receive(pdu + std::string(1, '\x1a'), 0);
+    const bool isTaken = !number.empty();
+    EXPECT_EQ(modem.takeOutput(0), isTaken ? "\r\n+CMGS: 1\r\n" + kOk : "\r\n+CMS ERROR: 304\r\n") << name;
+    ASSERT_EQ(modem.messages().size(), isTaken ? 1u : 0u) << name;
     if (isTaken) {
-      EXPECT_EQ(modem.messages()[0].destination, row.number) << row.name;
-      EXPECT_EQ(modem.messages()[0].text, row.text) << row.name;
+      EXPECT_EQ(modem.messages()[0].destination, number) << name;
+      EXPECT_EQ(modem.messages()[0].text, text) << name;
     }
   }
 }
@@ -243,13 +206,8 @@ TEST_F(LineTest, ServesClientsThatComeAndGo) {
   }
 
   // A client that takes the line for its controlling terminal hangs it up when it ends; the next one is served still.
-  const pid_t child = ::fork();
-  if (child == 0) {
-    _exit(::setsid() > 0 && ::ioctl(::open(link.c_str(), O_RDWR), TIOCSCTTY, 0) == 0 ? 0 : 1);
-  }
-  int status = -1;
-  EXPECT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_EQ(status, 0);
+  EXPECT_EXIT(_exit(::setsid() > 0 && ::ioctl(::open(link.c_str(), O_RDWR), TIOCSCTTY, 0) == 0 ? 0 : 1),
+              testing::ExitedWithCode(0), "");
   EXPECT_EQ(converse(link, "AT+CSQ\r", answer.size()), answer);
 
   // One that leaves at the prompt leaves a modem that takes everything for text.
