@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "document/builder.h"
@@ -41,13 +42,7 @@ TEST(MessageFit, Numbers) {
 }
 
 TEST(MessageFit, Texts) {
-  struct Row {
-    std::string text;
-    int septets;
-    bool isFitInIra;
-    bool isFitInGsm;
-  };
-  const std::vector<Row> rows = {
+  const std::tuple<std::string, int, bool, bool> rows[] = {
       {"", 0, false, false},
       {"a line\nand another", 18, true, true},
       {std::string(160, 'a'), 160, true, true},
@@ -66,22 +61,17 @@ TEST(MessageFit, Texts) {
       {"\n+CME ERROR:", 12, false, false},
       {"see +CMGS: 9", 12, true, true},
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(textFit(row.text, Charset::kIra).septets, row.septets) << row.text;
-    EXPECT_EQ(textFit(row.text, Charset::kIra).isFit(), row.isFitInIra) << row.text;
-    EXPECT_EQ(textFit(row.text, Charset::kGsm).isFit(), row.isFitInGsm) << row.text;
+  for (const auto& [text, septets, isFitInIra, isFitInGsm] : rows) {
+    EXPECT_EQ(textFit(text, Charset::kIra).septets, septets) << text;
+    EXPECT_EQ(textFit(text, Charset::kIra).isFit(), isFitInIra) << text;
+    EXPECT_EQ(textFit(text, Charset::kGsm).isFit(), isFitInGsm) << text;
   }
   EXPECT_EQ(textFit("\xc3\xbc\x1b", Charset::kIra).problem,
             "the text holds \"\xc3\xbc\", which does not arrive as written");
 }
 
 TEST(ErrorClass, FollowsFromTheCode) {
-  struct Row {
-    ErrorKind kind;
-    std::vector<int> codes;
-    ErrorClass errorClass;
-  };
-  const Row rows[] = {
+  const std::tuple<ErrorKind, std::vector<int>, ErrorClass> rows[] = {
       {ErrorKind::kCms, {1, 8, 95, 97, 99, 111, 304, 305}, ErrorClass::kMessage},
       {ErrorKind::kCms, {38, 41, 42, 331}, ErrorClass::kNetwork},
       {ErrorKind::kCme, {30, 32}, ErrorClass::kNetwork},
@@ -91,11 +81,11 @@ TEST(ErrorClass, FollowsFromTheCode) {
       {ErrorKind::kCms, {0, 94, 100, 300, 303, 306, 309, 319, 332, 500, 512, 9999}, ErrorClass::kDoubt},
       {ErrorKind::kCme, {1, 4, 8, 9, 19, 29, 33, 304}, ErrorClass::kDoubt},
   };
-  for (const Row& row : rows) {
-    const ErrorClass before = row.errorClass == ErrorClass::kDoubt ? ErrorClass::kChance : row.errorClass;
-    for (const int code : row.codes) {
-      EXPECT_EQ(classOf(row.kind, code, false), row.errorClass) << code;
-      EXPECT_EQ(classOf(row.kind, code, true), before) << code;
+  for (const auto& [kind, codes, errorClass] : rows) {
+    const ErrorClass before = errorClass == ErrorClass::kDoubt ? ErrorClass::kChance : errorClass;
+    for (const int code : codes) {
+      EXPECT_EQ(classOf(kind, code, false), errorClass) << code;
+      EXPECT_EQ(classOf(kind, code, true), before) << code;
     }
   }
   EXPECT_EQ(classOf(ErrorKind::kWord, std::nullopt, false), ErrorClass::kDoubt);
@@ -140,12 +130,7 @@ TEST(ConfigCheck, NamesTheKeyThatCannotWork) {
 }
 
 TEST(StatusText, KindsAndKeys) {
-  struct Row {
-    Status status;
-    StatusKind kind;
-    const char* key;
-  };
-  const std::vector<Row> rows = {
+  const std::tuple<Status, StatusKind, const char*> rows[] = {
       {Status(), StatusKind::kOk, ""},
       {Status::failed("unknown mode", "COM"), StatusKind::kUnknownMode, ""},
       {Status::failed(kNoSettingsText), StatusKind::kNoSettings, ""},
@@ -156,9 +141,9 @@ TEST(StatusText, KindsAndKeys) {
       {Status::invalidArgument("Unknown Property", "x"), StatusKind::kBadInput, ""},
       {Status::unexpected("Wrote: 0"), StatusKind::kOther, ""},
   };
-  for (const Row& row : rows) {
-    EXPECT_EQ(kindOf(row.status), row.kind) << row.status.toString();
-    EXPECT_EQ(parameterIn(row.status), row.key) << row.status.toString();
+  for (const auto& [status, kind, key] : rows) {
+    EXPECT_EQ(kindOf(status), kind) << status.toString();
+    EXPECT_EQ(parameterIn(status), key) << status.toString();
   }
 }
 
@@ -191,26 +176,22 @@ TEST(Recorder, WritesTheFormatForItsOwnerAndKeepsWhatIsThere) {
 TEST(LineTrouble, TellsCauseAndRemedy) {
   const world::TemporaryFolder folder;
   const world::PtyPair line;
-  struct Row {
-    std::string connection;
-    std::string text;
-  };
-  const std::vector<Row> rows = {
+  const std::pair<std::string, std::string> rows[] = {
       {line.connectionString(), ""},
       {folder.file("none") + ":9600,n,8,1", "none: No such file or directory; is the modem plugged in?"},
       {"/dev/tcp/127.0.0.1/9:9600,n,8,1", "link one with tcp-line"},
       {folder.write("file", "") + ":9600,n,8,1", "is not a serial line"},
       {folder.write("usb-0:2:1.0", "") + ":9600,n,8,1", "usb-0:2:1.0 holds a colon"},
   };
-  for (const Row& row : rows) {
-    const std::string trouble = lineTrouble(row.connection);
-    EXPECT_NE(trouble.find(row.text), std::string::npos) << trouble;
-    EXPECT_EQ(trouble.empty(), row.text.empty()) << trouble;
+  for (const auto& [connection, text] : rows) {
+    const std::string trouble = lineTrouble(connection);
+    EXPECT_NE(trouble.find(text), std::string::npos) << trouble;
+    EXPECT_EQ(trouble.empty(), text.empty()) << trouble;
   }
   {
     const world::Fault denied("open", 1, EACCES);
     chmod(folder.file("file").c_str(), 0600);
-    EXPECT_NE(lineTrouble(rows[3].connection).find("its mode 600 lets no group in; a udev rule"), std::string::npos);
+    EXPECT_NE(lineTrouble(rows[3].first).find("its mode 600 lets no group in; a udev rule"), std::string::npos);
   }
   const LineWatch holder(line.path());
   flock(holder.descriptor(), LOCK_EX);

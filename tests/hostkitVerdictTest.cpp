@@ -43,10 +43,6 @@ std::vector<TrafficPiece> piecesOf(const std::vector<Step>& steps) {
   return pieces;
 }
 
-Judgement judgeRow(const Row& row, const std::vector<TrafficPiece>& traffic) {
-  return judge(traffic, row.text, row.hasReturned, row.okIsSent, row.overrides);
-}
-
 // The row's traffic whole, and with one of its pieces cut in two, at every byte.
 void check(const Row& row, const std::vector<Step>& steps) {
   std::vector<std::vector<TrafficPiece>> ways{piecesOf(steps)};
@@ -60,7 +56,7 @@ void check(const Row& row, const std::vector<Step>& steps) {
     }
   }
   for (const std::vector<TrafficPiece>& traffic : ways) {
-    const Judgement judgement = judgeRow(row, traffic);
+    const Judgement judgement = judge(traffic, row.text, row.hasReturned, row.okIsSent, row.overrides);
     ASSERT_STREQ(verdictName(judgement.verdict), verdictName(row.verdict)) << row.name << ": " << judgement.reason;
     ASSERT_EQ(judgement.verdict == Verdict::kSent ? judgement.reference : judgement.code, row.number) << row.name;
     ASSERT_EQ(flagsOf(judgement), row.flags) << row.name;
@@ -74,12 +70,8 @@ std::vector<Step> operator+(std::vector<Step> steps, const std::vector<Step>& mo
 }
 
 // Text mode and number given, and the text as the device writes it.
-std::vector<Step> plainBegin() {
-  return {{'>', "AT+CMGF=1\r"}, {'<', "\r\nOK\r\n"}, {'>', "AT+CMGS=\"+491234\"\r"}};
-}
-std::vector<Step> echoBegin() {
-  return {{'>', "AT+CMGF=1\r"}, {'<', "AT+CMGF=1\r\r\nOK\r\n"}, {'>', "AT+CMGS=\"+491234\"\r"}};
-}
+const std::vector<Step> kPlain{{'>', "AT+CMGF=1\r"}, {'<', "\r\nOK\r\n"}, {'>', "AT+CMGS=\"+491234\"\r"}};
+const std::vector<Step> kEcho{{'>', "AT+CMGF=1\r"}, {'<', "AT+CMGF=1\r\r\nOK\r\n"}, kPlain.back()};
 std::vector<Step> written(const std::string& prompt, const std::string& text) {
   return {{'<', prompt}, {'>', text + "\x1a\r\n\r"}};
 }
@@ -103,7 +95,7 @@ TEST(Verdict, BeforeTheText) {
       {"died behind a refusal", "hi", {{'<', "\r\n+CMS ERROR: 304\r\n"}}, Verdict::kNotSent, {}, "a", false},
   };
   for (const Row& row : rows) {
-    check(row, plainBegin() + row.behindNumber);
+    check(row, kPlain + row.behindNumber);
   }
   check({"dead line", "hi", {}, Verdict::kNotSent, {}, ""}, {{'>', "AT+CMGF=1\r"}});
   check({"nothing written", "hi", {}, Verdict::kNotSent, {}, ""}, {});
@@ -154,8 +146,8 @@ TEST(Verdict, BehindTheText) {
       {"a text with a command", "AT+CMGS=\"1\"\r", {{'<', sent}}, Verdict::kSent, 12, "at"},
   };
   for (const Row& row : rows) {
-    check(row, plainBegin() + written(kPrompt, row.text) + row.behindNumber);
-    check(row, echoBegin() + written(kEchoPrompt, row.text) + row.behindNumber);
+    check(row, kPlain + written(kPrompt, row.text) + row.behindNumber);
+    check(row, kEcho + written(kEchoPrompt, row.text) + row.behindNumber);
   }
 }
 

@@ -3,11 +3,13 @@
 #include <sys/socket.h>
 
 #include <cstdlib>
+#include <tuple>
 #include <utility>
 
 #include "common/printable.h"
 #include "gateway/worker/protocol.h"
 #include "gateway/worker/workerMain.h"
+#include "simulator/scenario.h"
 #include "tests/world/workerBench.h"
 
 namespace {
@@ -16,23 +18,12 @@ using namespace orvix;
 using gateway::AttemptResult;
 using gateway::ModemState;
 using hostkit::Verdict;
-using simulator::Fault;
 using simulator::ModemOptions;
 using world::realMs;
 using Bench = world::WorkerBench;
 
-Fault fault(Fault::Trigger trigger, const std::string& pattern, int count = 1) {
-  Fault made;
-  made.trigger = trigger;
-  made.pattern = pattern;
-  made.count = count;
-  return made;
-}
-
-ModemOptions with(const Fault& fault) {
-  ModemOptions options;
-  options.faults = {fault};
-  return options;
+ModemOptions withFault(const std::string& onceWrong) {
+  return simulator::scenarioOf(R"({"faults": [{"count": 1, )" + onceWrong + "}]}");
 }
 
 void sends() {
@@ -52,9 +43,7 @@ void sends() {
 }
 
 void isRefused() {
-  Fault busy = fault(Fault::Trigger::kBody, "PUMP*");
-  busy.error = "+CMS ERROR: 42";
-  Bench bench(with(busy));
+  Bench bench(withFault(R"("body": "PUMP*", "cmsError": 42)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   const AttemptResult result = bench.send();
   EXPECT_EQ(Verdict::kRefused, result.verdict) << bench.said;
@@ -64,18 +53,14 @@ void isRefused() {
 }
 
 void hearsTheLateResult() {
-  Fault late = fault(Fault::Trigger::kBody, "*");
-  late.delayMs = 20000;
-  Bench bench(with(late));
+  Bench bench(withFault(R"("body": "*", "delayMs": 20000)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
   EXPECT_NE(std::string::npos, bench.said.find("[listening for a late result]")) << bench.said;
 }
 
 void stopsWhileItListens() {
-  ModemOptions options;
-  options.smsOutcome = simulator::SmsOutcome::kSilent;
-  Bench bench(options);
+  Bench bench(withFault(R"("body": "*", "silence": true)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   bench.order();
   ASSERT_TRUE(bench.untilSays("[listening")) << bench.said;
@@ -86,18 +71,14 @@ void stopsWhileItListens() {
 }
 
 void tellsOfASimThatIsMissing() {
-  Fault noSim = fault(Fault::Trigger::kCommand, "AT+CSQ");
-  noSim.error = "+CME ERROR: 10";
-  Bench bench(with(noSim));
+  Bench bench(withFault(R"("command": "AT+CSQ", "cmeError": 10)"));
   ASSERT_TRUE(bench.untilSays("[notAvailable: the modem answers +CME ERROR: 10 (")) << bench.said;
   EXPECT_TRUE(bench.untilSays("[report")) << bench.said;
 }
 
 // Killed with the number given and the text not yet written, at the prompt or before it comes.
 void healsAfterAKill(bool isAtPrompt) {
-  Fault late = fault(Fault::Trigger::kCommand, "AT+CMGS=*");
-  late.delayMs = isAtPrompt ? 0 : 5000;
-  Bench bench(with(late));
+  Bench bench(isAtPrompt ? ModemOptions() : withFault(R"("command": "AT+CMGS=*", "delayMs": 5000)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   bench.atPrompt = [&] { bench.worker.kill(); };
   bench.order();
@@ -124,9 +105,7 @@ void writesNothingWithoutLeave() {
 }
 
 void healsAfterALatePrompt() {
-  Fault late = fault(Fault::Trigger::kCommand, "AT+CMGS=*");
-  late.delayMs = 10000;
-  Bench bench(with(late));
+  Bench bench(withFault(R"("command": "AT+CMGS=*", "delayMs": 10000)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   EXPECT_EQ(Verdict::kNotSent, bench.send().verdict) << bench.said;
   ASSERT_TRUE(bench.untilSays("[healed]")) << bench.said;
@@ -173,18 +152,16 @@ void isKilledWhenStuck(const char* doing, int patienceMs, const char* reason) {
 }
 
 // In the middle of a call, which would go on without it: at the number nothing is out, behind the text it may be.
-void losesItsLine(Fault::Trigger trigger, const char* pattern) {
-  Fault unplug = fault(trigger, pattern);
-  unplug.hangUpMs = 3000;
-  Bench bench(with(unplug));
+void losesItsLine(const std::string& where, int messages) {
+  Bench bench(withFault(where + R"(, "hangUpMs": 3000)"));
   ASSERT_TRUE(bench.untilReady()) << bench.said;
   bench.order();
   ASSERT_TRUE(bench.untilSays("[notAvailable: the line hung up][died sending]")) << bench.said;
   const std::int64_t lostMs = realMs();
   ASSERT_TRUE(bench.untilSays("[reconnected]")) << bench.said;
-  testing::Test::RecordProperty(std::string("lostToReadyMs") + pattern[0], static_cast<int>(realMs() - lostMs));
+  testing::Test::RecordProperty("lostToReadyMs" + std::to_string(messages), static_cast<int>(realMs() - lostMs));
   EXPECT_EQ(Verdict::kSent, bench.send().verdict) << bench.said;
-  EXPECT_EQ(trigger == Fault::Trigger::kBody ? 2 : 1, bench.messages);
+  EXPECT_EQ(messages, bench.messages);
 }
 
 // A worker that says this as soon as it has an order, and ends.
@@ -218,8 +195,8 @@ TEST(WorkerProcessTest, KeepsItsPromise) {
       {"followsTheLink", followsTheLink},
       {"isKilledInALongCall", [] { isKilledWhenStuck("[opening the line]", 45000, "a call"); }},
       {"isKilledWhenSilent", [] { isKilledWhenStuck("[waiting]", 90000, "silent"); }},
-      {"losesItsLineBeforeTheText", [] { losesItsLine(Fault::Trigger::kCommand, "AT+CMGS=*"); }},
-      {"losesItsLineBehindTheText", [] { losesItsLine(Fault::Trigger::kBody, "PUMP*"); }}};
+      {"losesItsLineBeforeTheText", [] { losesItsLine(R"("command": "AT+CMGS=*")", 1); }},
+      {"losesItsLineBehindTheText", [] { losesItsLine(R"("body": "PUMP*")", 2); }}};
   std::vector<std::thread> threads;
   for (const auto& [name, work] : cases) {
     threads.emplace_back([name = name, work = work] {
@@ -244,12 +221,7 @@ TEST(WorkerProcessTest, StandsWhatALyingWorkerSays) {
                                piece(kXplTraceReceived, "\r\n> ") + prompt + piece(kXplTraceSent, "PUMP OK\x1a\r\n\r");
   const AttemptResult sent{Verdict::kSent, 1, {}, {}, true, "", ""};
   const AttemptResult failed{Verdict::kNotSent, {}, {}, {}, true, "", ""};
-  struct Row {
-    const char* what;
-    std::string bytes;
-    const char* told;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, std::string, const char*> rows[] = {
       {"nothing", "", "[died sending]"},
       {"half a frame", prompt.substr(0, 5), "[died sending]"},
       {"garbage", std::string(99, '\xff'), "protocol: a frame's length"},
@@ -269,12 +241,12 @@ TEST(WorkerProcessTest, StandsWhatALyingWorkerSays) {
       {"a proven result, and a lost line", dialogue + piece(kXplTraceReceived, "\r\n+CMGS: 7\r\n") + lost,
        "[notAvailable: the line hung up][ended: the modem answered +CMGS: 7][died]"},
   };
-  for (const Row& row : rows) {
-    setenv("ORVIX_WORKER_SAYS", hexText(row.bytes).c_str(), 1);
+  for (const auto& [what, bytes, told] : rows) {
+    setenv("ORVIX_WORKER_SAYS", hexText(bytes).c_str(), 1);
     Bench bench({});
     bench.order();
-    EXPECT_TRUE(bench.untilSays("[died")) << row.what;
-    EXPECT_NE(std::string::npos, bench.said.find(row.told)) << row.what << ": " << bench.said;
+    EXPECT_TRUE(bench.untilSays("[died")) << what;
+    EXPECT_NE(std::string::npos, bench.said.find(told)) << what << ": " << bench.said;
   }
   unsetenv("ORVIX_WORKER_SAYS");
 }
