@@ -1,7 +1,5 @@
 // What the outbox keeps, in virtual time: lists, owners' budgets, retention, notes and the history of
 // reports.
-#include <vector>
-
 #include "tests/world/outboxRoom.h"
 
 namespace orvix::gateway {

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,19 +15,6 @@ namespace program = orvix::program;
 
 namespace {
 
-// How a child that runs `body` ends, as wait(2) tells it.
-template <class Body>
-int endOf(Body body) {
-  const pid_t child = fork();
-  if (child == 0) {
-    body();
-    _exit(0);
-  }
-  int status = -1;
-  waitpid(child, &status, 0);
-  return status;
-}
-
 bool isReadable(int descriptor) {
   pollfd event{descriptor, POLLIN, 0};
   return poll(&event, 1, 0) == 1;
@@ -37,28 +23,30 @@ bool isReadable(int descriptor) {
 }  // namespace
 
 TEST(ProgramTest, ClosedStandardStreamsAreOpenedAndNothingElse) {
-  EXPECT_EQ(endOf([] {
-              close(STDIN_FILENO);
-              close(STDERR_FILENO);
-              program::openStandardStreams();
-              char byte = 0;
-              const bool isOpen = read(STDIN_FILENO, &byte, 1) == 0 && write(STDERR_FILENO, "x", 1) == 1;
-              _exit(isOpen && open("/dev/null", O_RDONLY) > STDERR_FILENO ? 0 : 1);
-            }),
-            0);
+  EXPECT_EXIT(
+      {
+        close(STDIN_FILENO);
+        close(STDERR_FILENO);
+        program::openStandardStreams();
+        char byte = 0;
+        const bool isOpen = read(STDIN_FILENO, &byte, 1) == 0 && write(STDERR_FILENO, "x", 1) == 1;
+        _exit(isOpen && open("/dev/null", O_RDONLY) > STDERR_FILENO ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(ProgramTest, SignalsAreAWishToStopAndTheFirstIsTold) {
-  EXPECT_EQ(endOf([] {
-              program::catchStopSignals();
-              const bool isQuiet = !program::isStopWished() && !isReadable(program::stopDescriptor());
-              raise(SIGTERM);
-              raise(SIGINT);
-              const bool isWished = program::isStopWished() && program::stopSignal() == SIGTERM;
-              const bool isAwake = isReadable(program::stopDescriptor()) && !program::sleepUnlessStopped(600);
-              _exit(isQuiet && isWished && isAwake ? 0 : 1);
-            }),
-            0);
+  EXPECT_EXIT(
+      {
+        program::catchStopSignals();
+        const bool isQuiet = !program::isStopWished() && !isReadable(program::stopDescriptor());
+        raise(SIGTERM);
+        raise(SIGINT);
+        const bool isWished = program::isStopWished() && program::stopSignal() == SIGTERM;
+        const bool isAwake = isReadable(program::stopDescriptor()) && !program::sleepUnlessStopped(600);
+        _exit(isQuiet && isWished && isAwake ? 0 : 1);
+      },
+      testing::ExitedWithCode(0), "");
 }
 
 TEST(ProgramTest, AComplaintIsOneLineWithoutControls) {

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tests/campaigns/kit.h"

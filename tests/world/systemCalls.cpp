@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <cstdarg>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <iterator>

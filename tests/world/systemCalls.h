@@ -8,7 +8,6 @@
 #include <termios.h>
 
 #include <functional>
-#include <string>
 
 namespace world {
 
