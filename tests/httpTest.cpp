@@ -212,6 +212,7 @@ std::string alertsBody(const std::string& status, const std::string& summary, in
 }
 
 TEST(Alerts, becomeOneFitText) {
+  const std::string deep = std::string(100000, '[') + std::string(100000, ']');
   const std::tuple<std::string, hostkit::Charset, std::string> rows[] = {
       {alertsBody("firing", "/ is full"), hostkit::Charset::kIra, "FIRING: DiskFull: / is full"},
       {alertsBody("resolved", "/ is full", 2), hostkit::Charset::kIra, "RESOLVED: DiskFull: / is full (+2 more)"},
@@ -221,7 +222,8 @@ TEST(Alerts, becomeOneFitText) {
        "FIRING: DiskFull: " + std::string(129, 'x') + "... (+1 more)"},
       {alertsBody("firing", std::string(200, '{')), hostkit::Charset::kIra,
        "FIRING: DiskFull: " + std::string(69, '{') + "..."},
-      {R"({"status":"firing","groupKey":"k","alerts":[{}]})", hostkit::Charset::kIra, "FIRING: alert"},
+      {R"({"status":"firing","groupKey":"k","truncatedAlerts":)" + deep + R"(,"alerts":[{"a":)" + deep + "}]}",
+       hostkit::Charset::kIra, "FIRING: alert"},
   };
   for (const auto& [body, charset, text] : rows) {
     const auto read = readAlerts(body, charset);

@@ -59,8 +59,9 @@ std::string headOf(const json& payload) {
 
 // " (+N more)"; Alertmanager itself may have cut the list.
 std::string tailOf(const json& payload) {
-  const json truncated = payload.value("truncatedAlerts", json(0));
-  const std::uint64_t left = truncated.is_number_unsigned() ? truncated.get<std::uint64_t>() : 0;
+  const auto truncated = payload.find("truncatedAlerts");
+  const bool isCounted = truncated != payload.end() && truncated->is_number_unsigned();
+  const std::uint64_t left = isCounted ? truncated->get<std::uint64_t>() : 0;
   const std::uint64_t rest = payload.at("alerts").size() - 1 + std::min(left, kMostCounted);
   return rest == 0 ? "" : " (+" + std::to_string(rest) + " more)";
 }
@@ -110,9 +111,11 @@ std::optional<Refusal> faultOf(const json& payload) {
   if (stringIn(payload, "groupKey").empty()) {
     return wrong("groupKey", "missing");
   }
-  const json alerts = payload.value("alerts", json());
+  // Looked at where it stands: a copy of what nests deep would exhaust the stack.
+  const auto alerts = payload.find("alerts");
   const auto isObject = [](const json& alert) { return alert.is_object(); };
-  if (!alerts.is_array() || alerts.empty() || !std::all_of(alerts.begin(), alerts.end(), isObject)) {
+  if (alerts == payload.end() || !alerts->is_array() || alerts->empty() ||
+      !std::all_of(alerts->begin(), alerts->end(), isObject)) {
     return wrong("alerts", "must be a list of at least one alert");
   }
   return std::nullopt;
