@@ -260,14 +260,9 @@ TEST_F(OutboxTest, TheChoiceIsTheMostUrgentOfWhatMayGo) {
       accept(made);
     } else if (deed < 6 && !running.empty()) {
       const auto one = std::next(running.begin(), below(static_cast<unsigned>(running.size())));
-      const AttemptEnd ends[] = {sent(),
-                                 sent(),
-                                 uncertain(),
-                                 notSent(),
-                                 refusal(ErrorClass::kNetwork),
-                                 refusal(ErrorClass::kModem),
-                                 refusal(ErrorClass::kMessage)};
-      const Message after = end(one->first, ends[below(7)]);
+      const auto errorClass = static_cast<ErrorClass>(below(4));
+      const AttemptEnd ends[] = {sent(), sent(), uncertain(), notSent(), refusal(errorClass)};
+      const Message after = end(one->first, ends[below(5)]);
       retryMs[after.id] = after.state == MessageState::kQueued && after.dueMs ? *after.dueMs : 0;
       if (after.attempts.back().verdict == Verdict::kSent || after.attempts.back().verdict == Verdict::kUncertain) {
         out.push_back(one->second);

@@ -311,11 +311,7 @@ void Service::announce(const std::vector<Message>& messages) {
 }
 
 void Service::dropAnnouncements(const std::vector<std::int64_t>& numbers) {
-  state->onStore([&] {
-    for (const std::int64_t number : numbers) {
-      state->outbox->dropAnnouncement(number);
-    }
-  });
+  state->toldNotes.insert(state->toldNotes.end(), numbers.begin(), numbers.end());
 }
 
 }  // namespace orvix::gateway

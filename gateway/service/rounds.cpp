@@ -73,6 +73,7 @@ void Service::State::letTimePass() {
     }
   }
   onStore([&] {
+    dropToldNotes();
     for (const Message& message : outbox->expire(nowMs)) {
       changed(message);
     }
@@ -80,6 +81,21 @@ void Service::State::letTimePass() {
     if (nowMs >= nextPurgeMs) {
       outbox->purge(nowMs);
       nextPurgeMs = nowMs + kPurgeMs;
+    }
+  });
+}
+
+// A note that stayed would be told by the next start, long after what followed it.
+void Service::State::dropToldNotes() {
+  if (toldNotes.empty()) {
+    return;
+  }
+  for (const std::int64_t number : toldNotes) {
+    outbox->dropAnnouncement(number);
+  }
+  waiting.emplace_back([this, notes = std::exchange(toldNotes, {})](bool isCommitted) {
+    if (!isCommitted) {
+      toldNotes.insert(toldNotes.end(), notes.begin(), notes.end());
     }
   });
 }

@@ -100,7 +100,8 @@ class Service {
   const Config& config() const;
   std::int64_t nowMs() const;
   std::int64_t offsetMs() const;
-  // The notes about messages that a door owes its listeners, see Outbox. Dropped and added with the next commit.
+  // The notes about messages that a door owes its listeners, see Outbox. Added with the next commit; dropped with the
+  // first one behind settle() that the disk takes.
   std::vector<Outbox::Announcement> announcements(std::int64_t afterNumber, int limit);
   void announce(const std::vector<Message>& messages);
   void dropAnnouncements(const std::vector<std::int64_t>& numbers);

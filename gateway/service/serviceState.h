@@ -72,6 +72,7 @@ struct Service::State final : WorkerListener {
   void finish(Modem* modem);
   // What is due by time alone, and ends that are still to be written.
   void letTimePass();
+  void dropToldNotes();
   Modem* find(const std::string& name);  // null where there is none
 
   // From the workers, see WorkerListener.
@@ -105,6 +106,7 @@ struct Service::State final : WorkerListener {
   std::string storeTrouble;
   std::int64_t storeRetryMs = 0;
   std::int64_t nextPurgeMs = 0;
+  std::vector<std::int64_t> toldNotes;  // that the disk still holds
 };
 
 }  // namespace orvix::gateway

@@ -181,6 +181,7 @@ class Year {
       numbers.push_back(note.number);
     }
     plant.service->dropAnnouncements(numbers);
+    plant.service->settle();
   }
 
   void judge(const Footprint& grownUp, const Footprint& old) {
