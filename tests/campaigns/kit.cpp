@@ -107,11 +107,14 @@ SimulatedModem::SimulatedModem(const std::string& path, const orvix::simulator::
   });
   modem.onTrace([this](orvix::simulator::Direction direction, std::string_view bytes) {
     isAtPrompt = direction == orvix::simulator::Direction::kFromModem && bytes.find("> ") != std::string::npos;
+    const std::lock_guard<std::mutex> lock(mutex);
+    lastLine = direction == orvix::simulator::Direction::kToModem ? bytes : lastLine;
+    prompted.insert(isAtPrompt ? lastLine : "");
     begunMs = bytes == "AT+CMGF=1" && begunMs == 0 ? realMs() : begunMs.load();
   });
   const auto onReturn = [this] {
-    returnedMs = realMs();
     begunMs = 0;
+    returnedMs = realMs();
     hasReturnedAtPrompt = isAtPrompt && modem.kind == kKeepsPower;
   };
   runner = std::thread([this, onReturn] { orvix::simulator::run(modem, line, stop, {onReturn, &plug}); });
@@ -131,6 +134,11 @@ SimulatedModem::~SimulatedModem() {
 std::map<std::string, int> SimulatedModem::sent() {
   const std::lock_guard<std::mutex> lock(mutex);
   return texts;
+}
+
+bool SimulatedModem::hasPrompted(const std::string& number) {
+  const std::lock_guard<std::mutex> lock(mutex);
+  return prompted.count("AT+CMGS=\"" + number + '"') != 0;
 }
 
 Gateway::Gateway(const std::vector<SimulatedModem*>& itsModems, json settings, int speed) : modems(itsModems) {

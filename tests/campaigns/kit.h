@@ -9,6 +9,7 @@
 #include <mutex>
 #include <nlohmann/json.hpp>
 #include <random>
+#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -53,6 +54,7 @@ class SimulatedModem {
   ~SimulatedModem();
 
   std::map<std::string, int> sent();  // how often each text
+  bool hasPrompted(const std::string& number);
 
   const std::string link;
   orvix::simulator::Plug plug;
@@ -76,6 +78,8 @@ class SimulatedModem {
   orvix::simulator::StopEvent stop;
   std::mutex mutex;
   std::map<std::string, int> texts;
+  std::string lastLine;
+  std::set<std::string> prompted;  // the lines that a prompt answered
   std::thread runner;
 };
 

@@ -47,6 +47,7 @@ campaign::Figures campaign::run(int count, unsigned seed) {
     modem->plug.pull();
     sleepFor(500 + random.below(8000));
     post("b" + std::to_string(i), chosen);
+    modem->returnedMs = 0;
     modem->plug.putIn();
     figures.faults["never back"] += until([&] { return modem->returnedMs > 0 && modem->begunMs > 0; }) ? 0 : 1;
     times[modem->hasReturnedAtPrompt ? 1 : 0].push_back(static_cast<int>(modem->begunMs - modem->returnedMs) * kSpeed);

@@ -53,6 +53,8 @@ void refuse(int place, Cell* cell) {
   const int code = place % kCodes - (isCms ? 0 : kCmsCodes);
   cell->fault.error = (isCms ? "+CMS ERROR: " : "+CME ERROR: ") + std::to_string(code);
   const auto errorClass = classOf(isCms ? ErrorKind::kCms : ErrorKind::kCme, code, isBeforeText);
+  // A doubt is one: half of them are sent nevertheless.
+  cell->fault.isSent = !isBeforeText && errorClass == orvix::hostkit::ErrorClass::kDoubt && code % 2 == 0;
   cell->rows.push_back(std::string(isBeforeText ? "before" : "behind") + " Ctrl-Z a code of class " +
                        kClasses[static_cast<int>(errorClass)]);
   if (isBeforeText) {

@@ -197,6 +197,7 @@ class Year {
     const Footprint most{grownUp[0] * 11 / 10, grownUp[1], grownUp[2], kModems * kHistory, grownUp[4] * 53 / 50};
     for (std::size_t i = 0; i < most.size(); ++i) {
       counts[kHoldings[i]] = static_cast<int>(old[i]);
+      counts[std::string(kHoldings[i]) + " before"] = static_cast<int>(grownUp[i]);
       faults[std::string("grown ") + kHoldings[i]] = static_cast<int>(std::max(old[i] - most[i], 0L));
     }
     counts["days"] = days;
