@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <functional>
+#include <random>
 
 #include "document/document.h"
 #include "serial/xpl.h"
@@ -74,6 +75,20 @@ TEST_F(BadInput, FilesGiveAConfigurationOrAStatus) {
     configure();
     EXPECT_EQ(load(content).find(status), 0U) << content.substr(0, 200);
     EXPECT_TRUE(device.getComstr() == (status == "OK" ? expected : comstr)) << content.substr(0, 200);
+  }
+}
+
+TEST_F(BadInput, CutAndNoisyFilesChangeNothing) {
+  configure();
+  std::mt19937 noise(7);
+  for (std::size_t length = 1; length < 1000; ++length) {
+    const BSONObject before = current();
+    std::string content = good.substr(0, length);
+    for (std::size_t damage = good.size(); damage < length; damage += 10) {
+      content[noise() % content.size()] = static_cast<char>(noise());
+    }
+    const std::string status = load(content);
+    EXPECT_TRUE(status == "OK" || (status.find(unreadable) == 0 && current() == before)) << content << status;
   }
 }
 
