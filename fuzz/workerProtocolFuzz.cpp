@@ -5,6 +5,7 @@
 namespace {
 
 using namespace orvix::gateway;
+using orvix::hostkit::Verdict;
 
 const ModemConfig kModem;
 
@@ -22,7 +23,9 @@ void listen(AttemptRecord* attempt, const FromWorker& message) {
     attempt->takePrompt();
     fuzz::require(attempt->allow(), "a prompt can be answered");
   } else if (const auto* const end = std::get_if<EndNews>(&message)) {
-    attempt->end(*end);
+    const Verdict verdict = attempt->end(*end).verdict;
+    const bool isOut = verdict == Verdict::kSent || verdict == Verdict::kUncertain;
+    fuzz::require(!isOut || attempt->allow(), "nothing is out without leave");
   }
 }
 
@@ -44,7 +47,6 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     }
   } catch (const ProtocolError&) {
   }
-  const std::optional<AttemptResult> proven = attempt.provenResult();
-  fuzz::require(!proven || proven->verdict != orvix::hostkit::Verdict::kUncertain, "a proof is no doubt");
+  fuzz::require(!attempt.provenResult() || attempt.isSettled(), "what is proven stands behind the text");
   return 0;
 }
