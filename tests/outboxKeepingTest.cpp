@@ -124,6 +124,7 @@ TEST_F(OutboxKeepingTest, ReportsAreThinnedWithTheirAge) {
   for (int minute = 0; minute < 40 * 24 * 60; ++minute, now += 60 * kSecond) {
     const auto dBm = minute < 60 ? std::nullopt : std::optional(-60 + minute % 10);
     outbox->addReport("main", dBm, minute >= 60, now);
+    outbox->addReport("main", 0, true, now + 499);  // too soon for an honest worker
     if (minute % 360 == 7) {
       outbox->commit();
     }

@@ -12,6 +12,8 @@ namespace {
 // A write every few seconds would wear the flash; what a crash loses is 5 minutes of a curve.
 constexpr std::int64_t kWritesApartMs = 5 * kMinuteMs;
 constexpr int kMostReadAtOnce = 2000;
+// Honest workers keep a second and more apart; one that never stops must fill neither memory nor disk.
+constexpr std::int64_t kLeastApartMs = kSecondMs / 2;
 
 // How much time a row of the level stands for, and how long it is kept.
 struct Level {
@@ -58,7 +60,11 @@ struct Bucket {
 }  // namespace
 
 void Reports::add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs) {
-  waiting.push_back({modem, nowMs, dBm, isRegistered});
+  const auto [last, isFirst] = lastMs.try_emplace(modem, nowMs);
+  if (isFirst || nowMs - last->second >= kLeastApartMs) {
+    last->second = nowMs;
+    waiting.push_back({modem, nowMs, dBm, isRegistered});
+  }
 }
 
 bool Reports::areDue() const {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,7 +20,8 @@ class Reports {
   explicit Reports(Database* outbox) : database(outbox) {}
 
   // dBm: none where the modem did not know it. Throws nothing: it only waits in memory.
-  // dBm as the plug-in's report has it, -109 to -51.
+  // dBm as the plug-in's report has it, -109 to -51. One that follows another of the modem within half a second is left
+  // out.
   void add(const std::string& modem, std::optional<int> dBm, bool isRegistered, std::int64_t nowMs);
   // Whether what was added has waited long enough for its write.
   bool areDue() const;
@@ -45,7 +47,8 @@ class Reports {
   void purge(std::int64_t nowMs);
 
   Database* const database;
-  std::vector<Measurement> waiting;  // oldest first
+  std::vector<Measurement> waiting;            // oldest first
+  std::map<std::string, std::int64_t> lastMs;  // of each modem
 };
 
 }  // namespace orvix::gateway
