@@ -4,14 +4,12 @@
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <utility>
 
 #include "tests/world/gatewayWorld.h"
@@ -207,14 +205,10 @@ TEST_F(HttpDoorTest, servesOnWhileAThousandConnectionsIdle) {
 }
 
 TEST_F(HttpDoorTest, refusesWhatAFullDiskDoesNotTake) {
-  std::signal(SIGXFSZ, SIG_IGN);
-  rlimit unlimited{};
-  getrlimit(RLIMIT_FSIZE, &unlimited);
-  const rlimit none{1, unlimited.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &none);
+  fillDisk(true);
   const std::string refused = exchange(false, post(kMessage));
   const std::string listed = exchange(false, get("/v1/messages"));
-  setrlimit(RLIMIT_FSIZE, &unlimited);
+  fillDisk(false);
   EXPECT_EQ(statusOf(refused), "HTTP/1.1 503") << refused;
   EXPECT_NE(refused.find("\r\nRetry-After: "), std::string::npos) << refused;
   EXPECT_NE(listed.find(R"({"messages":[],"next":null})"), std::string::npos) << listed;

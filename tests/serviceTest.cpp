@@ -2,9 +2,7 @@
 #include "gateway/service/service.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
-#include <csignal>
 #include <tuple>
 
 #include "tests/world/gatewayWorld.h"
@@ -219,17 +217,13 @@ TEST_F(ServiceTest, SeveralGoAsOneRequest) {
 }
 
 TEST_F(ServiceTest, AFullDiskRefusesAndGoesOnWhenThereIsRoom) {
-  std::signal(SIGXFSZ, SIG_IGN);
   config.modems.pop_back();
   startReady();
   const Caller mqtt{"mqtt", kSocket.rights};
   ASSERT_EQ(submit(message("a"), mqtt), 202);
   worker("main").prompt();
   service->settle();
-  rlimit unlimited{};
-  getrlimit(RLIMIT_FSIZE, &unlimited);
-  const rlimit none{1, unlimited.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &none);
+  fillDisk(true);
   EXPECT_EQ(submit(message("refused")), 503);
   service->settle();
   EXPECT_FALSE(service->health().isOk) << "also when nothing is to be written";
@@ -239,7 +233,7 @@ TEST_F(ServiceTest, AFullDiskRefusesAndGoesOnWhenThereIsRoom) {
   EXPECT_EQ(service->modems()[0].sending, "a") << "its end is not on the disk yet";
   ServiceTime::instance().pass(1000);
   EXPECT_EQ(submit(message("a"), mqtt), 200) << "a repeat, also when it is tried whether there is room";
-  setrlimit(RLIMIT_FSIZE, &unlimited);
+  fillDisk(false);
   pass(1000);
   EXPECT_EQ(stateOf("a"), "sent");
   EXPECT_EQ(service->announcements(0, 9).size(), 2U) << "a note that was told is told no more";

@@ -1,6 +1,9 @@
 #include "tests/world/gatewayWorld.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <csignal>
 
 #include "gateway/token/token.h"
 
@@ -35,6 +38,14 @@ void GatewayWorld::start() {
   clock.emplace(outbox->storedTimeMs(), outbox->storedOffsetMs());
   service.emplace(config, &*outbox, &*clock);
   service->startWorkers();
+}
+
+void GatewayWorld::fillDisk(bool isFull) {
+  std::signal(SIGXFSZ, SIG_IGN);
+  rlimit limit{};
+  getrlimit(RLIMIT_FSIZE, &limit);
+  limit.rlim_cur = isFull ? 1 : limit.rlim_max;
+  setrlimit(RLIMIT_FSIZE, &limit);
 }
 
 }  // namespace world

@@ -23,6 +23,8 @@ class GatewayWorld {
 
   // Again: on the folder as it stands, with the configuration as it is now.
   void start();
+  // No file can grow any more, or again.
+  static void fillDisk(bool isFull);
 
   TemporaryFolder folder;
   orvix::gateway::Config config;
