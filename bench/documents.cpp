@@ -1,4 +1,4 @@
-// Rows of documents: reading, building, comparing, copying and rendering, beside libbson itself.
+// Rows of documents: reading, building, comparing, copying and rendering, compared with libbson itself.
 
 #include "document/document.h"
 

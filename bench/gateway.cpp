@@ -1,4 +1,4 @@
-// The built gateway as its users meet it, beside bare SQLite on the same disk. Prints a table in Markdown.
+// The built gateway as its users meet it, compared with bare SQLite on the same disk. Prints a table in Markdown.
 
 #include <algorithm>
 #include <cstdio>

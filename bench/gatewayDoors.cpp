@@ -1,4 +1,4 @@
-// How fast messages are accepted: one client, sixteen, a storm; beside bare SQLite, in turns.
+// How fast messages are accepted: one client, sixteen, a storm; compared with bare SQLite, in turns.
 
 #include <poll.h>
 #include <sqlite3.h>

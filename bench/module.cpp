@@ -1,4 +1,4 @@
-// The module as a host loads it, beside libbson alone.
+// The module as a host loads it, compared with libbson alone.
 
 #include <dlfcn.h>
 #include <sys/mman.h>

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# gsm-host beside Debian's gammu as whole processes, each on a fresh simulated modem; a table in Markdown.
+# gsm-host compared with Debian's gammu as whole processes, each on a fresh simulated modem; a table in Markdown.
 # Usage: peers.sh FOLDER-OF-PROGRAMS
 . "$(dirname "$0")/../tests/programs.sh"
 export LC_ALL=C.UTF-8

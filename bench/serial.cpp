@@ -1,4 +1,4 @@
-// Rows of the serial library, beside the system calls that it must make.
+// Rows of the serial library, compared with the system calls that it must make.
 
 #include "serial/xpl.h"
 

@@ -1,4 +1,4 @@
-// Rows of Status, beside a block on the heap.
+// Rows of Status, compared with a block on the heap.
 
 #include "common/status.h"
 

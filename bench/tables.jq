@@ -15,11 +15,11 @@ def listed:
   | map(if .times > 1 then "\(.times) \(.call)" else .call end) | join(", ");
 
 # What the product calls and what the limit; of many calls the number alone.
-def beside($limit):
+def against($limit):
   if . == [] and $limit == [] then "-"
-  elif length > 16 then "\(length) beside \($limit | length)"
+  elif length > 16 then "\(length) vs \($limit | length)"
   elif . == $limit then "both: " + listed
-  else listed + " beside " + ($limit | listed) end;
+  else listed + " vs " + ($limit | listed) end;
 
 def verdict($ratio; $calls):
   [if .mark > 0 and $ratio > .mark then "time" else empty end,
@@ -34,8 +34,8 @@ def rows:
    | $rows[$name][0] as $row | ($rows[$name] | map(.ratio) | median | rounded) as $ratio
    | $traced[$name + "/product"].calls as $productCalls
    | [$name, ($ratio | marked($row.mark)), ($row | verdict($ratio; $productCalls)),
-      ("\($row.allocs) beside \($row.limitAllocs)" | marked($row.allocsMark)),
-      ($productCalls | beside($traced[$name + "/limit"].calls))] | line),
+      ("\($row.allocs) vs \($row.limitAllocs)" | marked($row.allocsMark)),
+      ($productCalls | against($traced[$name + "/limit"].calls))] | line),
   (.[].benchmarks[] | select(.kbEach)
    | [(.name | sub("/.*"; "")), (.kbEach | rounded | "\(.) kB, at most 64"),
       if .kbEach <= 64 then "ok" else "missed" end, "-", "-"] | line);
