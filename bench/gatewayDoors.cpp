@@ -169,7 +169,7 @@ void measureAcceptance(const Service& service, BareOutbox* bare) {
   row("acceptance, syncs", service.syncsOf(postSome) / double{kTraced});
 }
 
-// `disk` is told behind the number of clients. The mark, where there is one, is for the ratio to one commit each.
+// `disk` is told after the number of clients. The mark, where there is one, is for the ratio to one commit each.
 void measureManyClients(const Service& service, BareOutbox* bare, const std::string& disk, double mark) {
   constexpr int kTurns = 20;
   constexpr int kEach = 10;

@@ -27,7 +27,7 @@ double procField(pid_t process, const std::string& file, const std::string& key)
 double cpuMs(pid_t process);
 double wakeUps(pid_t process);
 
-// Ends with this object, by SIGTERM. Its output and its errors go behind what is in the file.
+// Ends with this object, by SIGTERM. Its output and its errors go after what is in the file.
 class Process {
  public:
   Process(const std::vector<std::string>& command, const std::filesystem::path& output);

@@ -62,7 +62,7 @@ class Reader {
 
   void oneOf(std::string_view characters) { good = characters.find(take()) != std::string_view::npos && good; }
 
-  // Up to three digits behind a point, as milliseconds; further digits are passed over.
+  // Up to three digits after a point, as milliseconds; further digits are passed over.
   int fraction() {
     if (rest.empty() || rest.front() != '.') {
       return 0;

@@ -20,7 +20,7 @@ std::string isoTime(std::time_t time);
 // 24 characters, so that such times sort as text.
 std::string rfc3339(std::int64_t ms);
 
-// Milliseconds since 1970 of a time in RFC 3339, with any offset; digits behind the milliseconds are dropped and a leap
+// Milliseconds since 1970 of a time in RFC 3339, with any offset; digits after the milliseconds are dropped and a leap
 // second counts as the second after it. None for anything else.
 // "T" and "Z" in either case; a blank for the "T" is refused. Dates are those of the Gregorian calendar, also before
 // 1582.

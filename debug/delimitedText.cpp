@@ -30,7 +30,7 @@ class Fields {
     while (!isDone) {
       const size_t end = delim.empty() ? std::string_view::npos : rest.find(delim);
       const std::string_view field = rest.substr(0, end);
-      // Behind the last delimiter stands one more field, which may be empty.
+      // After the last delimiter stands one more field, which may be empty.
       isDone = end == std::string_view::npos;
       rest.remove_prefix(isDone ? rest.size() : end + delim.size());
       if (countsEmpty || !field.empty()) {

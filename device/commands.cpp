@@ -44,7 +44,7 @@ Status GsmDevice::sendSms() {
     return status;
   }
   const std::string phone = smsParams.getString(names::kPhone, "");
-  // The prompt counts wherever it stands in the reply, behind an echo too.
+  // The prompt counts wherever it stands in the reply, after an echo too.
   status = sendAtCommand("AT+CMGS=\"" + phone + "\"\r\n", ">", kCommandWaitMs, nullptr);
   if (!status.isOk()) {
     logDevice(1, "set the target telephone number, to which the SMS shall be sent failed!");

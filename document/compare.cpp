@@ -108,7 +108,7 @@ int compareValues(const BSONValue& a, const BSONValue& b) {
       // As doubles, in which 64-bit integers above 2^53 lose their last digits: hosts compare across the types.
       return order(a.toDouble(), b.toDouble());
     case BSON_TYPE_UTF8:
-      // As C texts: what stands behind a zero byte does not count.
+      // As C texts: what stands after a zero byte does not count.
       return compareBytes(a.getString(), b.getString());
     case BSON_TYPE_DOCUMENT:
       return bson_compare(a.getObject(false).readable(), b.getObject(false).readable());

@@ -27,7 +27,7 @@ long sizeOf(FILE* file) {
 }
 
 bool readWhole(FILE* file, void* block, std::size_t size) {
-  // A zero behind the last byte, for callers who take the block for a text.
+  // A zero after the last byte, for callers who take the block for a text.
   std::rewind(file);
   static_cast<char*>(block)[size] = '\0';
   return std::fread(block, 1, size, file) == size;

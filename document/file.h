@@ -13,7 +13,7 @@
 
 namespace orvix {
 
-// Reads a whole file into a new block, which the caller frees with free(3). A zero byte stands behind the data and is
+// Reads a whole file into a new block, which the caller frees with free(3). A zero byte stands after the data and is
 // not counted in `size` (bytes). `size` may be null. An empty file is a failure.
 Status loadFile(const std::string& path, void** data, std::size_t* size);
 

@@ -87,7 +87,7 @@ const uint8_t* BSONValue::data() const {
     case BSON_TYPE_BOOL:
     case BSON_TYPE_DOCUMENT:
     case BSON_TYPE_ARRAY:
-      return iter.raw + iter.d1;  // libbson keeps the offsets of an element's parts: d1 behind the key, d2, d3 inside
+      return iter.raw + iter.d1;  // libbson keeps the offsets of an element's parts: d1 after the key, d2, d3 inside
     case BSON_TYPE_UTF8:
       return iter.raw + iter.d2;
     case BSON_TYPE_BINARY:
@@ -216,7 +216,7 @@ BSONPair BSONPair::operator++(int) {
   return before;
 }
 
-// libbson clears the position behind the last element, so that all ends are equal.
+// libbson clears the position after the last element, so that all ends are equal.
 bool BSONPair::operator==(const BSONPair& other) const {
   return iter.raw == other.iter.raw && (iter.raw == nullptr || iter.off == other.iter.off);
 }

@@ -12,7 +12,7 @@ int replayed = 0;
 
 void replay(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary);
-  // Of exactly their size, so that a sanitizer sees the first byte read behind them.
+  // Of exactly their size, so that a sanitizer sees the first byte read after them.
   const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
   std::printf("%s\n", path.filename().c_str());
   std::fflush(stdout);  // The name of a file that ends the process is known.

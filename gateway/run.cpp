@@ -52,13 +52,13 @@ class Loop {
         worker->onReady(nowMs);
         worker->onTime(nowMs);
       }
-      // Behind the events, so that what came before the signal is not lost.
+      // After the events, so that what came before the signal is not lost.
       if (program::isStopWished() && !stoppedMs) {
         beginStop(nowMs);
       }
       // One commit for all that this round brought; doors answer from inside it.
       service->settle();
-      // Behind the commit: what is told is durable.
+      // After the commit: what is told is durable.
       if (mqtt != nullptr) {
         mqtt->tell();
       }
@@ -166,7 +166,7 @@ int runService(const Config& config) {
     Outbox outbox(config.storage, config.sending);
     ServiceClock clock(outbox.storedTimeMs(), outbox.storedOffsetMs());
     Service service(config, &outbox, &clock);
-    std::optional<MqttDoor> mqtt;  // before the door that tells of it, so that it ends behind it
+    std::optional<MqttDoor> mqtt;  // before the door that tells of it, so that it ends after it
     HttpDoor http(&service, config.http);
     if (config.mqtt) {
       mqtt.emplace(&service, *config.mqtt);
@@ -175,7 +175,7 @@ int runService(const Config& config) {
         return std::vector<DoorState>{{"mqtt", config.mqtt->broker, state}};
       });
     }
-    // Last, when every door is open: nothing that can fail comes behind it.
+    // Last, when every door is open: nothing that can fail comes after it.
     service.startWorkers();
     sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
     Loop(&service, &http, mqtt ? &*mqtt : nullptr).run();

@@ -111,7 +111,7 @@ void setProperty(const CommonOptions& common, const PropertyOptions& options) {
   const Status status = session.device().setProperty(options.name, document);
   // An unknown name is wrong usage, a document that the device refuses a wrong configuration.
   require(status, status.code() == Status::kInvalidArgument ? kUsage : kConfiguration);
-  // Behind the save, which has put a new file in the old one's place.
+  // After the save, which has put a new file in the old one's place.
   file.restore();
   if (common.json) {
     printJson({{"property", options.name}, {"accepted", true}});

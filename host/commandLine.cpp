@@ -64,7 +64,7 @@ class Commands {
  public:
   Commands(CLI::App* parent, Invocation* result) : app(parent), invocation(result), options(&result->options) {}
 
-  // fallthrough: common options may stand behind the command too.
+  // fallthrough: common options may stand after the command too.
   CLI::App* add(const char* name, const char* description, std::function<void(const Options&)> command) {
     CLI::App* const added = app->add_subcommand(name, description)->fallthrough();
     Invocation* const result = invocation;

@@ -94,7 +94,7 @@ void monitorModem(const CommonOptions& common, const MonitorOptions& options) {
     if (number == options.count || !std::cout) {
       break;
     }
-    // From begin to begin, so that reports keep their pace whatever they take.
+    // From beginning to beginning, so that reports keep their pace whatever they take.
     double pause = options.intervalSeconds - duration<double>(steady_clock::now() - begin).count();
     if (!monitor.lastFailure().empty()) {
       pause = std::max(pause, kShortestPauseAfterFailure);

@@ -10,7 +10,7 @@
 namespace orvix::host {
 
 // Which modem: one of the first four, or none.
-// A path must hold no colon: behind the first one the settings begin. Without settings: 115200,n,8,1.
+// A path must hold no colon: after the first one the settings begin. Without settings: 115200,n,8,1.
 struct LineOptions {
   std::string configFile;  // a device configuration
   std::string device;      // PATH[:baud,parity,databits,stopbits]
@@ -52,7 +52,7 @@ struct SmsOptions {
 
 // The command monitor.
 struct MonitorOptions {
-  // From the begin of one report to the begin of the next, 0 to 86400.
+  // From the beginning of one report to that of the next, 0 to 86400.
   double intervalSeconds = 10;
   int count = 0;             // 0: until interrupted
   bool changesOnly = false;  // leave out reports that differ in nothing

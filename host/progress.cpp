@@ -41,7 +41,7 @@ std::string stepOf(std::string_view command) {
 // As many whole words as the terminal's line has room for: a line that wraps could not be wiped.
 std::string cutToTerminal(std::string text) {
   winsize size{};
-  // A column is left free: a cursor behind the last one would wrap.
+  // A column is left free: a cursor after the last one would wrap.
   const std::size_t width = ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 1 ? size.ws_col - 1U : 79U;
   if (text.size() > width) {
     const std::size_t end = text.rfind(' ', width);

@@ -16,7 +16,7 @@ namespace orvix::host {
 class SimulatedModem {
  public:
   SimulatedModem();
-  // Ends the thread and waits for it. To be destroyed behind the device that has the line open.
+  // Ends the thread and waits for it. To be destroyed after the device that has the line open.
   ~SimulatedModem();
   SimulatedModem(const SimulatedModem&) = delete;
   SimulatedModem& operator=(const SimulatedModem&) = delete;

@@ -58,7 +58,7 @@ LineChoice tcpLine(const std::string& tcp) {
   }
   line.mode = names::kNetworkMode;
   line.address = tcp.substr(0, colon);
-  // Of this the device takes the part behind the colon alone.
+  // Of this the device takes the part after the colon alone.
   line.comstr = "/dev/tcp:" + (end == std::string::npos ? kUsualSettings : tcp.substr(end + 1));
   return line;
 }

@@ -12,7 +12,7 @@ namespace orvix::hostkit {
 inline constexpr char kNoSettingsText[] = "config.comstr has no \":\" with line settings behind it";
 
 // What a device with this configuration document opens: "config.comstr", or in mode "ip" "/dev/tcp/ADDRESS/PORT" and
-// the settings behind the first colon of "config.comstr" (without a colon: none, and the device refuses to open it).
+// the settings after the first colon of "config.comstr" (without a colon: none, and the device refuses to open it).
 std::string connectionString(const BSONObject& config);
 
 // The device path of a connection string: what stands before the first colon.

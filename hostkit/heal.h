@@ -1,7 +1,7 @@
 // Healing a modem that waits at its prompt for a text. Any thread; the device's other calls wait meanwhile.
 //
 // After AT+CMGS a modem gives a prompt and takes all that follows for the message's text, until Ctrl-Z sends it or
-// Escape drops it. When a dialogue ends there - the host was killed, or the prompt came behind the device's wait - the
+// Escape drops it. When a dialogue ends there - the host was killed, or the prompt came after the device's wait - the
 // modem swallows every later command, and the plug-in, which sends no Escape, finds it silent for good. To an idle
 // modem an Escape does no harm.
 //

@@ -37,7 +37,7 @@ class LineWatch {
 };
 
 // Tells `trace` of all that comes until `isEnough` holds, the line is hung up, or `timeoutMs` are over. `isEnough` is
-// asked first, behind each piece, and at least twice a second: it may also end the wait for reasons of its own. For a
+// asked first, after each piece, and at least twice a second: it may also end the wait for reasons of its own. For a
 // late result that is `!judge(...).mayResultCome`, for a late prompt `!judge(...).mayPromptCome`.
 void listenOn(LineWatch* watch, LineTrace* trace, int timeoutMs, const std::function<bool()>& isEnough);
 

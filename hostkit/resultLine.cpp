@@ -6,7 +6,7 @@
 namespace orvix::hostkit {
 namespace {
 
-// Ctrl-Z ends the echo of a text, behind which the answer may follow without a line end.
+// Ctrl-Z ends the echo of a text; the answer may follow it without a line end.
 constexpr std::string_view kLineEnds = "\r\n\x1a";
 
 std::string_view trimmed(std::string_view line) {
@@ -50,7 +50,7 @@ std::optional<ResultLine> resultOf(const std::string& line) {
   };
   static constexpr Prefix kPrefixes[] = {
       {"+CMS ERROR:", ResultKind::kCms}, {"+CME ERROR:", ResultKind::kCme}, {"+CMGS:", ResultKind::kCmgs}};
-  // At the very begin: what an unsolicited line quotes further behind is no result.
+  // At the beginning alone: what an unsolicited line quotes further on is no result.
   for (const Prefix& prefix : kPrefixes) {
     if (line.compare(0, prefix.text.size(), prefix.text) == 0) {
       return ResultLine{prefix.kind, numberIn(std::string_view(line).substr(prefix.text.size())), line};
@@ -63,7 +63,7 @@ bool holdsFinalResult(std::string_view received) {
   const std::vector<std::string> lines = linesOf(received);
   return std::any_of(lines.begin(), lines.end(), [](const std::string& line) {
     const std::optional<ResultLine> result = resultOf(line);
-    // +CMGS: is information: the OK behind it is the final result.
+    // +CMGS: is information: the OK after it is the final result.
     return result && result->kind != ResultKind::kCmgs;
   });
 }

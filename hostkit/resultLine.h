@@ -23,7 +23,7 @@ struct ResultLine {
 };
 
 // The lines that CR, LF or Ctrl-Z end, without empty ones. What the last end does not close is not there yet. Prompts
-// ("> ") and blanks at the begin and blanks at the end do not count.
+// ("> ") and blanks at either end do not count.
 std::vector<std::string> linesOf(std::string_view bytes);
 
 // The line as a result; none for any other line.

@@ -11,7 +11,7 @@ namespace {
 constexpr std::string_view kPrefix = "Failed: ";
 
 struct Beginning {
-  std::string_view text;  // behind the prefix
+  std::string_view text;  // after the prefix
   StatusKind kind;
 };
 
@@ -41,7 +41,7 @@ StatusKind kindOf(const Status& status) {
   if (status.code() == Status::kInvalidArgument || status.code() == Status::kInvalidPointer) {
     return StatusKind::kBadInput;
   }
-  // The prefix is the code's own: behind it the text is as the device made it.
+  // The prefix is the code's own: after it the text is as the device made it.
   const std::string whole = status.toString();
   if (status.code() == Status::kFailed) {
     const std::string_view text = std::string_view(whole).substr(kPrefix.size());

@@ -19,8 +19,8 @@ struct Dialogue {
   bool isTextBegun = false;
   bool isTextWritten = false;  // to its Ctrl-Z
   bool hasAnswer = false;
-  std::string before;  // what came behind AT+CMGS and before the Ctrl-Z
-  std::string after;   // what came behind the Ctrl-Z
+  std::string before;  // what came after AT+CMGS and before the Ctrl-Z
+  std::string after;   // what came after the Ctrl-Z
 };
 
 // How far the dialogue is, by all that was sent so far. The text may hold anything, so the first AT+CMGS counts.
@@ -100,7 +100,7 @@ void judgeBeforeText(const Dialogue& dialogue, const std::string& text, bool has
   const bool hasPrompt = dialogue.before.find('>') != std::string::npos;
   judgement->mayWaitAtPrompt = dialogue.isNumberGiven && error == results.end();
   judgement->mayPromptCome = judgement->mayWaitAtPrompt && !hasPrompt;
-  // A dead process may have written behind the last piece that it told of.
+  // A dead process may have written after the last piece that it told of.
   if (!hasReturned && hasPrompt) {
     judgement->verdict = Verdict::kUncertain;
     judgement->reason = "the sending process ended at the modem's prompt: the text may have been written";
@@ -158,7 +158,7 @@ void judgeBehindText(const std::vector<ResultLine>& results, bool hasReturned, b
   if (error != results.end()) {
     takeError(*error, judgement);
   }
-  // The OK behind +CMGS: may be missing: the reference alone is the network's word.
+  // The OK after +CMGS: may be missing: the reference alone is the network's word.
   if (references == 1 && errors == 0 && reference->number) {
     judgement->verdict = Verdict::kSent;
     judgement->reference = reference->number;

@@ -1,13 +1,13 @@
 // What became of an attempt to send a message, judged by the line's traffic. Pure functions; any thread.
 //
-// The status of "sendSMS" cannot tell: to the device an "OK" inside an echoed text is success, an answer behind its
+// The status of "sendSMS" cannot tell: to the device an "OK" inside an echoed text is success, an answer after its
 // waits a failure. The traffic can, for it holds every byte that was written and read.
 //
 //   what the traffic shows                                                            verdict
 //   before the text's Ctrl-Z, and the call returned: an error result to AT+CMGS       kRefused, with the code
 //   no Ctrl-Z was written, the call returned, no error result                         kNotSent
-//   behind the Ctrl-Z: one "+CMGS: N", no error result (an OK may be missing)         kSent, reference N
-//   behind it: one "+CMS ERROR: N" or "+CME ERROR: N" alone, N no code of doubt       kRefused, code N
+//   after the Ctrl-Z: one "+CMGS: N", no error result (an OK may be missing)          kSent, reference N
+//   after it: one "+CMS ERROR: N" or "+CME ERROR: N" alone, N no code of doubt        kRefused, code N
 //   anything else                                                                     kUncertain
 //
 // Results are whole lines. Of the lines that equal a line of the message's own text, one each is its echo.
@@ -43,7 +43,7 @@ struct Judgement {
 
 // Judges one attempt: `traffic` from before its AT+CMGS on, `text` as it was given to the device.
 // `hasReturned`: the call of the device came back. If it did not, because its process died, the text may have been
-// written behind the last piece of traffic, once a prompt was there.
+// written after the last piece of traffic, once a prompt was there.
 // `okIsSent`: the modem answers a message that it sent with OK alone.
 // `overrides`: the modem's own use of codes.
 Judgement judge(const std::vector<TrafficPiece>& traffic, const std::string& text, bool hasReturned, bool okIsSent,

@@ -24,7 +24,7 @@ bool isPainting(const std::ostream& stream) {
   return !isSwitchedOff && isTerminal(stream) && environment("NO_COLOR").empty() && environment("TERM") != "dumb";
 }
 
-// Select Graphic Rendition (ECMA-48), switched off again behind the text.
+// Select Graphic Rendition (ECMA-48), switched off again after the text.
 std::string painted(const std::ostream& stream, const char* code, const std::string& text) {
   return isPainting(stream) ? std::string("\x1b[") + code + "m" + text + "\x1b[0m" : text;
 }

@@ -106,7 +106,7 @@ struct Settings {
 
 Settings readSettings(const char* text) {
   Settings read;
-  // Fields in their order: the first that does not read leaves all behind it missing.
+  // Fields in their order: the first that does not read leaves all after it missing.
   // NOLINTNEXTLINE(cert-err34-c): a number out of range is in no table of accepted ones
   std::sscanf(text, "%ld,%c,%ld,%ld", &read.baud, reinterpret_cast<char*>(&read.parity), &read.dataBits,
               &read.stopBits);

@@ -54,7 +54,7 @@ bool putRawLines(const XplPort& port, std::uint32_t raw) {
   return true;
 }
 
-// Drops come behind raises, and so win over a raise of the same line.
+// Drops come after raises, and so win over a raise of the same line.
 std::uint32_t changedLines(std::uint32_t raw, unsigned request) {
   raw |= (request & kXplRaiseDtr) != 0 ? TIOCM_DTR : 0;
   raw &= ~((request & kXplDropDtr) != 0 ? std::uint32_t{TIOCM_DTR} : 0);

@@ -91,7 +91,7 @@ void describeLine(CLI::App& app, Arguments* arguments) {
       ->group(kLineGroup);
 }
 
-// An empty description of the range, or CLI11 would write it behind each option.
+// An empty description of the range, or CLI11 would write it after each option.
 void describeDelay(CLI::App& app, const char* name, std::int64_t* delayMs, const char* description) {
   app.add_option(name, *delayMs, description)
       ->type_name("MS")

@@ -26,7 +26,7 @@ struct Arguments {
 };
 
 // Describes the options, which fill the arguments when the app parses; the arguments must outlive the app.
-// Options take effect in the order of the help: those behind --scenario overrule what the file says.
+// Options take effect in the order of the help: those after --scenario overrule what the file says.
 void describe(CLI::App& app, Arguments* arguments);
 
 // What no single option shows: options that exclude each other, and an address that others can reach. Call it after the

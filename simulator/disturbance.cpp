@@ -77,7 +77,7 @@ const Fault& FaultSelector::select(Fault::Trigger trigger, std::string_view text
     if (!fits(fault, trigger, text)) {
       continue;
     }
-    // Counted for every fault that fits, also behind the one that is chosen: "from" and "count" then mean the same in
+    // Counted for every fault that fits, also after the one that is chosen: "from" and "count" then mean the same in
     // whatever order the faults stand.
     const int turn = ++occurrences[i] - fault.from;
     if (chosen == &kNone && turn >= 0 && turn < fault.count) {

@@ -46,7 +46,7 @@ std::string_view quotedNumber(std::string_view argument) {
 std::size_t pduOctets(std::string_view argument) {
   std::size_t octets = 0;
   const char* end = argument.data() + argument.size();
-  // Behind the "=".
+  // After the "=".
   const char* begin = argument.data() + (argument.empty() ? 0 : 1);
   const auto [stop, failure] = std::from_chars(begin, end, octets);
   return failure == std::errc() && stop == end && octets <= kMaxPduOctets ? octets : 0;

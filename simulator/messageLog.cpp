@@ -32,7 +32,7 @@ std::string messageLine(const Message& message, std::time_t at) {
 }
 
 MessageLog::MessageLog(const std::string& filePath)
-    // O_APPEND, so that lines of several modems stand behind each other; O_RDWR, to look at the last byte.
+    // O_APPEND, so that lines of several modems stand after each other; O_RDWR, to look at the last byte.
     : path(filePath), file(::open(filePath.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC, 0666)) {
   if (file.get() < 0) {
     throwErrno("cannot append to ", path);

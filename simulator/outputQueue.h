@@ -22,7 +22,7 @@ class OutputQueue {
   // Output keeps its order: what is added never overtakes what waits, though it be due sooner.
   // Copied; whole or, where there is no room for all of it, not at all.
   void add(std::string_view bytes, std::int64_t dueMs);
-  // At `dueMs` the line goes for `forMs`; what waits behind is lost then.
+  // At `dueMs` the line goes for `forMs`; what waits after is lost then.
   void addHangUp(std::int64_t dueMs, std::int64_t forMs);
   // As when the power goes.
   void clear();

@@ -42,7 +42,7 @@ class Fields {
   bool complete = true;
 };
 
-// Semi-octets, low half first; a fill behind an odd count. Empty when there is something else than digits.
+// Semi-octets, low half first; a fill after an odd count. Empty when there is something else than digits.
 std::string digitsOf(std::string_view octets, std::size_t count) {
   constexpr std::string_view kDigits = "0123456789*#abc";
   std::string digits;
@@ -97,7 +97,7 @@ std::optional<std::string> textOf(std::string_view data, std::size_t length, Alp
   }
   switch (alphabet) {
     case Alphabet::kSeptets:
-      // Behind the header the text begins at the next border of septets.
+      // After the header the text begins at the next border of septets.
       return utf8OfGsm(unpackSeptets(data, (header * 8 + 6) / 7, length));
     case Alphabet::kOctets:
       return utf8OfLatin1(data.substr(header));

@@ -83,7 +83,7 @@ std::string cell(const json& value) {
 }
 
 std::string timeCell(const json& value) {
-  // "2026-03-01T09:30:05+01:00" cut behind the seconds, with a blank for the T.
+  // "2026-03-01T09:30:05+01:00" cut after the seconds, with a blank for the T.
   constexpr std::size_t kDate = 10;
   constexpr std::size_t kDateAndTime = 19;
   const auto timeMs = value.is_string() ? msOfRfc3339(value.get<std::string>()) : std::nullopt;
@@ -98,7 +98,7 @@ std::string table(const Rows& rows) {
   std::string text;
   for (const auto& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) {
-      // The last column ends the line, so that nothing is padded behind it.
+      // The last column ends the line, so that nothing is padded after it.
       const std::size_t padding = i + 1 == row.size() ? 0 : columns[i] - width(row[i]) + 2;
       text += row[i] + std::string(padding, ' ');
     }
@@ -111,7 +111,7 @@ std::string messagesView(const json& list) {
   Rows rows = {{"ID", "STATE", "TO", "ACCEPTED", "TEXT"}};
   for (const json& message : list.at("messages")) {
     const std::string reason = message.at("reason").is_null() ? "" : " (" + cell(message.at("reason")) + ")";
-    // The reason behind the state, not in a column of its own: most messages have none.
+    // The reason after the state, not in a column of its own: most messages have none.
     rows.push_back({cell(message.at("id")), cell(message.at("state")) + reason, cell(message.at("to")),
                     timeCell(message.at("accepted")), cell(message.at("text"))});
   }

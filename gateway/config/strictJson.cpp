@@ -87,7 +87,7 @@ std::optional<json> parseStrictly(const std::string& text, Problems* problems) {
     if (!document.is_object()) {
       problems->push_back({"", "must be a JSON object"});
     }
-    // Only a document without doubt is read on: each problem would draw others behind it.
+    // Only a document without doubt is read on: each problem would draw others after it.
     return problems->empty() ? std::optional(std::move(document)) : std::nullopt;
   } catch (const json::exception& error) {
     problems->push_back({"", sentenceOf(error.what())});

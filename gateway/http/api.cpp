@@ -24,7 +24,7 @@ Response showPage(const Call& /*call*/) {
   Response response;
   response.body = page.html;
   response.contentType = "text/html; charset=utf-8";
-  // A referrer would give away the page's address, behind whose # the token may stand.
+  // A referrer would give away the page's address, after whose # the token may stand.
   response.headers = {{"Content-Security-Policy", page.contentSecurityPolicy}, {"Referrer-Policy", "no-referrer"}};
   return response;
 }

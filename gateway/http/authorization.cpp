@@ -23,7 +23,7 @@ std::optional<Caller> callerWith(const std::string& authorization, const std::ve
   const std::size_t begin = authorization.find_first_not_of(' ', kSchemeLength);
   const std::string hash = sha256Of(begin == std::string::npos ? std::string() : authorization.substr(begin));
   std::optional<Caller> caller;
-  // All of them, also behind the one that fits: the time tells nothing.
+  // All of them, also after the one that fits: the time tells nothing.
   for (const TokenConfig& token : tokens) {
     if (isSameHash(hash, token.sha256)) {
       caller = Caller{"token:" + token.name, token.rights};

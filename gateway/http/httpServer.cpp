@@ -285,7 +285,7 @@ void HttpServer::onReady(std::int64_t nowMs) {
   state->nowMs = nowMs;
   state->hasResumed = false;
   MHD_run(state->daemon);
-  // Behind the run, so that what came in time counts.
+  // After the run, so that what came in time counts.
   bool hasCutOff = false;
   for (const auto& [connection, client] : state->clients) {
     if (client->deadlineMs().value_or(nowMs + 1) <= nowMs) {

@@ -18,7 +18,7 @@ namespace orvix::gateway {
 // To be built, used and destroyed in one thread, and to outlive none of what its handlers refer to.
 // Limits: 256 connections, 192 of them from one address; 32 kB of memory for each, which a request's head must fit
 // into; 30 s for a request (5 s while more than half of the connections are in use) and 60 s for taking the answer. A
-// body beyond kMaxBody is read on up to 1 MB, so that its sender hears of the 413, and cut off behind that.
+// body beyond kMaxBody is read on up to 1 MB, so that its sender hears of the 413, and cut off after that.
 class HttpServer {
  public:
   // To be called once, at any time; does nothing when the client is gone.

@@ -41,7 +41,7 @@ Address addressOf(const std::string& url) {
   std::string rest = url.substr(url.find("://") + 3);
   // As registered: secure-mqtt and mqtt.
   address.port = address.isSecure ? 8883 : 1883;
-  // Behind the bracket of an IPv6 address, whose own colons do not count.
+  // After the bracket of an IPv6 address, whose own colons do not count.
   const std::size_t colon = rest.find(':', rest.find(']') == std::string::npos ? 0 : rest.find(']'));
   if (colon != std::string::npos) {
     address.port = std::stoi(rest.substr(colon + 1));

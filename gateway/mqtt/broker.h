@@ -21,7 +21,7 @@ inline constexpr std::size_t kLongestPayload = 65536;
 
 // One thing that happened on the connection. Members that the kind does not name are empty.
 // kDisconnected may come again and again while no broker is found; kConnected comes each time that one takes us, and
-// kDeaf behind it at most once.
+// kDeaf after it at most once.
 struct BrokerEvent {
   enum class Kind { kConnected, kDisconnected, kDeaf, kMessage, kTaken };  // kDeaf: the subscription was refused
 

@@ -31,7 +31,7 @@ class MqttDoor final : private ServiceListener {
   int descriptor() const { return broker.descriptor(); }
   // Takes what the broker brought, as part of the present round.
   void onReady();
-  // Tells what is to be told; call it behind the commit, for what is not durable must not be told.
+  // Tells what is to be told; call it after the commit, for what is not durable must not be told.
   void tell();
   // When onReady and tell must be called even though nothing is ready, in ms of service time; none: never.
   std::optional<std::int64_t> nextTimeMs() const;

@@ -7,7 +7,7 @@ namespace orvix::gateway {
 namespace {
 
 constexpr char kDiedBefore[] = "the service ended before the text was written";
-constexpr char kDiedBehind[] = "the service ended when the text may have been written";
+constexpr char kDiedAfter[] = "the service ended when the text may have been written";
 
 Record inState(MessageState state, const std::optional<Record>& record) {
   if (!record || record->message.state != state) {
@@ -35,7 +35,7 @@ int Outbox::beginAttempt(const std::string& id, const std::string& modem, std::i
   message.reason.clear();
   message.dueMs.reset();
   store->move(&record, Cause::kBegun);
-  // Behind the move, for it asks the attempts of that number.
+  // After the move, for it asks the attempts of that number.
   store->queue.onAttempt(message.to, store->nowMs);
   return store->attemptsBegun(message.sequence);
 }
@@ -107,7 +107,7 @@ std::vector<std::string> Outbox::recover(std::int64_t nowMs) {
     // hasAnswered stays true: nobody knows any more, and an attempt that counts cannot repeat itself for ever.
     AttemptEnd end;
     end.verdict = mayBeOut ? hostkit::Verdict::kUncertain : hostkit::Verdict::kNotSent;
-    end.reason = mayBeOut ? kDiedBehind : kDiedBefore;
+    end.reason = mayBeOut ? kDiedAfter : kDiedBefore;
     store->finishAttempt(store->recordAt(sequence), end);
   }
   return modems;

@@ -29,8 +29,8 @@ class Rows {
   Rows(const Rows&) = delete;
   Rows& operator=(const Rows&) = delete;
 
-  // To the first row, then to the next one; false behind the last. Throws StoreError.
-  // Not to be called again behind the last row, where SQLite would begin anew.
+  // To the first row, then to the next one; false after the last. Throws StoreError.
+  // Not to be called again after the last row, where SQLite would begin anew.
   bool next();
 
   // Columns count from 0, in the order of the SELECT. A NULL reads as 0 or "".

@@ -15,7 +15,7 @@ std::vector<Record> recordsOf(Rows rows) {
 // An owner's messages are found by their owner, but for the states that few are in.
 Rows filtered(Database* database, const MessageFilter& filter) {
   if (filter.owner && filter.state.value_or(MessageState::kSent) == MessageState::kSent) {
-    // The index holds owner and time: the time of the first message behind the page begins the search, the sequence
+    // The index holds owner and time: the time of the first message after the page begins the search, the sequence
     // tells apart what was accepted in one moment.
     return database->rows(
         "SELECT * FROM message WHERE owner = ?1 AND sequence > ?2 AND (?3 IS NULL OR state = ?3)"

@@ -69,7 +69,7 @@ Record Outbox::Store::insert(const NewMessage& message, const NewRequest& reques
       message.priority, message.onUncertain, message.wantedModem.value_or(""), charsetsOf(message.text), nowMs,
       message.expiresMs);
   Record record = recordAt(database->lastSequence());
-  // Behind the row, as move() does it: what is derived follows what is stored.
+  // After the row, as move() does it: what is derived follows what is stored.
   count(MessageState::kQueued, 1);
   database->run("UPDATE lately SET count = count + 1 WHERE owner = ?", message.owner);
   queue.enter(record, nowMs);

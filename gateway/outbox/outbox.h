@@ -4,7 +4,7 @@
 // only goes on: a call that tells an earlier time counts as one at the latest, and so does a call that tells none.
 //
 // Every change joins one open transaction, begun by the first of them. commit() makes all of them durable (WAL,
-// synchronous FULL) or none: who was promised something is answered only behind it. What stands in the database is the
+// synchronous FULL) or none: who was promised something is answered only after it. What stands in the database is the
 // state; what is derived from it (the counts, who is next) stands in temporary tables of the same transaction and is
 // made anew at each start. Only reports wait in memory, for 5 minutes; an end of the service loses them.
 //
@@ -81,7 +81,7 @@ struct Counts {
   std::int64_t of(MessageState state) const { return perState[static_cast<std::size_t>(state)]; }
 };
 
-// What list() shows: oldest first, at most `limit` of those behind `afterSequence`.
+// What list() shows: oldest first, at most `limit` of those after `afterSequence`.
 struct MessageFilter {
   std::optional<std::string> owner;
   std::optional<MessageState> state;
@@ -133,7 +133,7 @@ class Outbox {
   std::optional<Message> find(const std::string& id);
   std::vector<Message> list(const MessageFilter& filter, std::int64_t nowMs);
   Counts counts();
-  // The message that ended last, or became uncertain behind it.
+  // The message that ended last, or became uncertain after it.
   std::optional<Message> lastResult();
   // When an owner may have `count` more messages accepted, of `perDay` in 24 hours; none: now. More than there can ever
   // be are told the time at which the budget is whole.
@@ -147,7 +147,7 @@ class Outbox {
   std::optional<Message> next(const FreeModem& modem, std::int64_t nowMs);
   // queued -> attempting; the number of the attempt.
   int beginAttempt(const std::string& id, const std::string& modem, std::int64_t nowMs);
-  // Only behind the commit of it may the text be written.
+  // Only after the commit of it may the text be written.
   void markMayBeOut(const std::string& id);
   // attempting -> sent, failed, uncertain, or queued again with its retry time; as the classes of codes tell. A refusal
   // without a class counts as one by chance.

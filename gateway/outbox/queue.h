@@ -2,7 +2,7 @@
 //
 // Messages that differ in nothing but their age form a lane: same number, same priority, same modem wanted, carried by
 // the same charsets. Only the oldest of a lane can be next, so that a table of those oldest ones, `turn`, is enough to
-// choose from, however many stand behind them. Who comes back for another attempt gets a row of its own. The table is
+// choose from, however many stand after them. Who comes back for another attempt gets a row of its own. The table is
 // temporary: it lives in memory, takes part in the transactions, and is made anew from the messages at each start.
 //
 // A row's `wake` is 0 when it may go at once, else the time at which it may: that of its retry or of its number's
@@ -26,11 +26,11 @@ class Queue {
  public:
   Queue(Database* outbox, const Budget& budget) : database(outbox), perRecipient(budget) {}
 
-  // Once, behind the opening; rebuild fills them from the messages.
+  // Once, after the opening; rebuild fills them from the messages.
   void makeTables();
   void rebuild(std::int64_t nowMs);
 
-  // To be called behind the change in the table of messages.
+  // To be called after the change in the table of messages.
   void enter(const Record& record, std::int64_t nowMs);
   void leave(const Record& record, std::int64_t nowMs);
   // An attempt to that number has begun or ended.

@@ -1,7 +1,7 @@
 // What the sources of this room share behind Outbox. Internal. One thread.
 //
 // Records are read, changed in memory, and given to move(), which writes them as a whole: what a caller sets in a
-// record is on the disk only behind that.
+// record is on the disk only after that.
 #pragma once
 
 #include <cstdint>

@@ -32,13 +32,13 @@ std::int64_t ServiceClock::nowMs() const {
 void ServiceClock::update() {
   const std::int64_t beforeMs = nowMs();
   const std::int64_t wallMs = read(CLOCK_REALTIME);
-  const std::int64_t behindMs = nowMs();
+  const std::int64_t afterMs = nowMs();
   // What rounding to milliseconds or a pause between the readings explains is no jump: what is shown of a message must
   // not flicker.
-  const bool hasJumped = wallMs < beforeMs + offset - 1 || wallMs > behindMs + offset + 1;
+  const bool hasJumped = wallMs < beforeMs + offset - 1 || wallMs > afterMs + offset + 1;
   // A clock that has not been set since boot shows a time that is surely past.
   if (hasJumped && wallMs >= floorMs) {
-    offset = wallMs - behindMs;
+    offset = wallMs - afterMs;
   }
 }
 

@@ -31,7 +31,7 @@ std::optional<std::string> heartbeatDate(std::int64_t wallMs, int minuteOfDay) {
   if (late > kMinutesOfHour) {
     return std::nullopt;
   }
-  // Behind midnight the date is still the one on which it was due. Only there: where summer time begins at midnight, an
+  // After midnight the date is still the one on which it was due. Only there: where summer time begins at midnight, an
   // hour before is the day before.
   const std::tm due = minuteOf(local) < minuteOfDay ? localTime(wallMs - late * kMinuteMs) : local;
   char text[16];

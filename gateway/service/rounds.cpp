@@ -57,7 +57,7 @@ bool Service::State::commitRound(bool isTrial) {
   for (const auto& done : std::exchange(waiting, {})) {
     done(true);
   }
-  // Behind the answers: who hears of a message may have handed it in himself.
+  // After the answers: who hears of a message may have handed it in himself.
   for (const auto& tell : std::exchange(news, {})) {
     tell();
   }

@@ -79,7 +79,7 @@ class Service {
   // Takes a request as a whole or not at all. The same id and content again: what there is, isNew false.
   std::variant<Accepted, Refusal> submit(const Caller& caller, const Submission& submission);
   std::variant<Message, Refusal> show(const Caller& caller, const std::string& id);
-  // Oldest first, from behind filter.afterSequence on; the caller's own only, unless he sees all.
+  // Oldest first, from after filter.afterSequence on; the caller's own only, unless he sees all.
   std::variant<std::vector<Message>, Refusal> list(const Caller& caller, MessageFilter filter);
   std::variant<Message, Refusal> cancel(const Caller& caller, const std::string& id);
   std::variant<Message, Refusal> resolve(const Caller& caller, const std::string& id, Outbox::Resolution resolution);

@@ -66,7 +66,7 @@ struct Service::State final : WorkerListener {
 
   // Gives waiting messages to free modems.
   void dispatch();
-  // queued -> attempting; the order goes to the worker behind the commit.
+  // queued -> attempting; the order goes to the worker after the commit.
   void begin(Modem* modem, const Message& message);
   // Writes down the end that a worker told.
   void finish(Modem* modem);

@@ -176,7 +176,7 @@ std::variant<Submission, Refusal> readSubmission(const std::string& text) {
   for (const auto& [key, value] : document.items()) {
     reader.read(key, value);
   }
-  // Behind the others, so that a misspelt key is told rather than the one that it leaves missing.
+  // After the others, so that a misspelt key is told rather than the one that it leaves missing.
   for (const char* const required : {"to", "text"}) {
     if (!document.contains(required)) {
       reader.refuse(required, "missing");

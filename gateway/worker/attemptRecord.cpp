@@ -17,7 +17,7 @@ std::string AttemptRecord::recording() const {
   return hostkit::recordingOf(traffic, modem->line);
 }
 
-// hasReturned is false: the worker may have written behind the last piece that came over.
+// hasReturned is false: the worker may have written after the last piece that came over.
 hostkit::Judgement AttemptRecord::judgement() const {
   return hostkit::judge(traffic, made.text, false, modem->okIsSent, modem->codes);
 }

@@ -46,7 +46,7 @@ void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
     }
   }
   if (isStreaming && isPrompt(piece)) {
-    // Behind the traffic that holds the prompt: the supervisor's record is complete when it is asked.
+    // After the traffic that holds the prompt: the supervisor's record is complete when it is asked.
     link->send(PromptNews{});
     // Ended here, the process cannot write the text; the next one sends an Escape first.
     if (!link->waitForGoAhead(kGoAheadWaitMs)) {
@@ -56,7 +56,7 @@ void AttemptTap::onTraffic(const hostkit::TrafficPiece& piece) {
   }
 }
 
-// The plug-in writes the text once a '>' stands anywhere in what it read behind AT+CMGS. Only the first may be asked
+// The plug-in writes the text once a '>' stands anywhere in what it read after AT+CMGS. Only the first may be asked
 // for: the text itself may bring more in its echo.
 bool AttemptTap::isPrompt(const hostkit::TrafficPiece& piece) {
   if (piece.kind == kXplTraceSent) {

@@ -15,7 +15,7 @@
 
 namespace orvix::gateway {
 
-inline constexpr std::size_t kMaxFrameLength = 65536;  // bytes behind the length word
+inline constexpr std::size_t kMaxFrameLength = 65536;  // bytes after the length word
 inline constexpr std::uint8_t kProtocolVersion = 1;
 
 // What the other end sent breaks the protocol. The text names the rule, never foreign bytes.
@@ -37,7 +37,7 @@ std::string bytesOf(const Frame& frame);
 // Cuts what arrives, in pieces of any size, into frames.
 class FrameBuffer {
  public:
-  // Keeps what was not taken yet, without a bound of its own: take the frames behind each read.
+  // Keeps what was not taken yet, without a bound of its own: take the frames after each read.
   void append(std::string_view bytes) { pending += bytes; }
   // The next whole frame, once; none when more bytes must come first. Throws ProtocolError.
   std::optional<Frame> next();

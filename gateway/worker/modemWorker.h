@@ -19,7 +19,7 @@
 namespace orvix::gateway {
 
 // Where time goes: a probe takes 1.5 s, a report 3 s, a message 8 s (16 s at worst) and up to lateSeconds of listening
-// behind it; closing a line that no longer drains takes 30 s. Orders and the stop are looked at between two calls, and
+// after it; closing a line that no longer drains takes 30 s. Orders and the stop are looked at between two calls, and
 // while listening.
 class ModemWorker {
  public:
@@ -43,15 +43,15 @@ class ModemWorker {
   // Closes the device, so that the next step looks for its line anew.
   void loseLine(const std::string& why);
 
-  // One message, from its order to its result and to what the modem needs behind it.
+  // One message, from its order to its result and to what the modem needs after it.
   void attempt(const AttemptOrder& order);
   // Ends an order without a byte to the modem; `counts` as an attempt.
   void refuse(const std::string& why, bool counts);
   hostkit::Judgement judgementOf(const AttemptOrder& order) const;
-  // The call, and the wait for a late result behind it.
+  // The call, and the wait for a late result after it.
   hostkit::Judgement send(const AttemptOrder& order);
   void prepareNext(const hostkit::Judgement& judgement, const AttemptResult& result);
-  // Waits for the prompt that the plug-in no longer waited for, so that the Escape comes behind it.
+  // Waits for the prompt that the plug-in no longer waited for, so that the Escape comes after it.
   void awaitPrompt(const AttemptOrder& order);
   // Reads the line for so long at most, or until it is enough; writes nothing.
   void listen(const std::string& what, std::int64_t seconds, const std::function<bool()>& isEnough);

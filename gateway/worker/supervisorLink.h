@@ -46,7 +46,7 @@ class SupervisorLink {
   void take(const StopOrder& order);
 
   int socket;
-  mutable std::mutex sending;  // one whole frame behind the other
+  mutable std::mutex sending;  // one whole frame after the other
   std::int64_t sentMs = 0;
   FrameBuffer incoming;
   std::optional<StartOrder> start;
