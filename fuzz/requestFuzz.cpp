@@ -1,11 +1,13 @@
 // Any bytes as what the gateway reads: a digit that says what, then a target, a body or an MQTT payload, an
 // Alertmanager's notification, the service's own answer or its configuration.
+
 #include <functional>
 
 #include "fuzz/fuzz.h"
 #include "gateway/client/httpClient.h"
 #include "gateway/http/alertmanager.h"
 #include "gateway/http/target.h"
+#include "gateway/message/name.h"
 #include "gateway/mqtt/command.h"
 #include "gateway/service/service.h"
 #include "tests/world/host.h"
@@ -61,7 +63,7 @@ void submit(const Submission& submission) {
 void readBody(const std::string& bytes) {
   const auto [id, command] = readCommand(bytes);
   requireStatus(command);
-  fuzz::require(id.empty() || isUsableId(id), "an id that is told needs no escape");
+  fuzz::require(id.empty() || isName(id), "an id that is told needs no escape");
   const auto read = readSubmission(bytes);
   requireStatus(read);
   if (const auto* const submission = std::get_if<Submission>(&read)) {

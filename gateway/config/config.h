@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "gateway/outbox/message.h"
+#include "gateway/message/message.h"
 #include "hostkit/errorClass.h"
 #include "hostkit/messageFit.h"
 

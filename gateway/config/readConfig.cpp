@@ -1,4 +1,5 @@
 // The configuration as a whole, and the parts that are neither modems nor doors.
+
 #include <unistd.h>
 
 #include <cerrno>
@@ -6,6 +7,7 @@
 #include <fstream>
 
 #include "gateway/config/sections.h"
+#include "gateway/message/name.h"
 
 namespace orvix::gateway {
 namespace {
@@ -119,11 +121,6 @@ Config configOf(const nlohmann::json& document, Problems* problems) {
 
 bool consistsOf(const std::string& text, const std::string& characters) {
   return text.find_first_not_of(characters) == std::string::npos;
-}
-
-bool isName(const std::string& text) {
-  return !text.empty() && text.size() <= 64 &&
-         consistsOf(text, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-");
 }
 
 std::string readName(StrictObject* object, const std::string& key) {

@@ -1,10 +1,12 @@
 // The doors: who may come in, and where.
+
 #include <unistd.h>
 
 #include <algorithm>
 #include <map>
 
 #include "gateway/config/sections.h"
+#include "gateway/message/name.h"
 
 namespace orvix::gateway {
 namespace {

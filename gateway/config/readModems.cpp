@@ -1,4 +1,5 @@
 // The modems, each with the line that its own file names.
+
 #include <filesystem>
 #include <map>
 

@@ -23,8 +23,6 @@ MqttConfig readMqtt(StrictObject object);
 
 // Whether the text holds no other character than these; "" does.
 bool consistsOf(const std::string& text, const std::string& characters);
-// Names come back in HTTP paths, MQTT topics and Prometheus labels: 1 to 64 characters that need no escape in any.
-bool isName(const std::string& text);
 // A required key whose value must be such a name.
 std::string readName(StrictObject* object, const std::string& key);
 // A problem unless the file is there to be read; "" is no file.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "common/duration.h"
 #include "common/text.h"
 #include "gateway/http/exchange.h"
 #include "gateway/service/transliterate.h"
@@ -13,7 +14,7 @@ namespace {
 using nlohmann::json;
 
 // Alertmanager gives a notification up sooner; a reminder comes hours later (repeat_interval).
-constexpr std::int64_t kRetryMs = std::int64_t{15} * 60 * 1000;
+constexpr std::int64_t kRetryMs = 15 * kMinuteMs;
 // So that the tail of a text stays short, whatever a payload claims.
 constexpr std::uint64_t kMostCounted = 999999;
 constexpr std::size_t kLongestHead = 1000;  // bytes, far more than any message holds

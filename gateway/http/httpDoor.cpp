@@ -16,7 +16,6 @@ namespace {
 constexpr std::int64_t kCommentMs = 15000;
 // Each holds one of the places for clients as long as he likes.
 constexpr int kMostReaders = 32;
-constexpr int kRetryAfterSeconds = 60;
 
 Response notNow(const std::string& error) {
   return refusalResponse(Refusal{503, error, std::nullopt, kRetryAfterSeconds});

@@ -1,4 +1,5 @@
 // The rows of the API about messages.
+
 #include <charconv>
 
 #include "gateway/http/alertmanager.h"

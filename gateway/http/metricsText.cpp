@@ -8,8 +8,6 @@ namespace {
 
 using Labels = std::vector<std::pair<std::string, std::string>>;
 
-constexpr std::size_t kStates = 7;
-
 // The shortest text that reads as the same number, with a point in every locale.
 template <typename Number>
 std::string numberText(Number number) {
@@ -81,7 +79,7 @@ void addModems(MetricsPage* page, const std::vector<ModemView>& modems) {
 
 void addOutbox(MetricsPage* page, const Counts& counts, std::int64_t nowMs) {
   page->begin("gsm_outbox_messages", "gauge", "Messages that the outbox holds, by state.");
-  for (std::size_t state = 0; state < kStates; ++state) {
+  for (std::size_t state = 0; state < kMessageStates; ++state) {
     page->add({{"state", wordOf(static_cast<MessageState>(state))}}, counts.perState[state]);
   }
   if (counts.oldestQueuedMs) {
@@ -111,7 +109,7 @@ void addAttempts(MetricsPage* page, const Metrics& metrics, const std::vector<Mo
 
 void addCounters(MetricsPage* page, const Metrics& metrics, const std::vector<ModemView>& modems) {
   page->begin("gsm_messages_total", "counter", "Messages that entered a state since the start.");
-  for (std::size_t state = 0; state < kStates; ++state) {
+  for (std::size_t state = 0; state < kMessageStates; ++state) {
     const std::string word = wordOf(static_cast<MessageState>(state));
     page->add({{"state", word}}, valueOf(metrics.messages, word));
   }

@@ -1,4 +1,5 @@
 // The rows of the API about modems and the service itself.
+
 #include "common/isoTime.h"
 #include "gateway/http/handlers.h"
 #include "gateway/http/metricsText.h"
@@ -12,7 +13,6 @@ using nlohmann::json;
 
 // One for every 5 minutes of a day.
 constexpr int kPoints = 288;
-constexpr int kMaxPoints = 10000;
 
 json modemsJson(const Service& service) {
   json list = json::array();
@@ -64,7 +64,7 @@ Response showHistory(const Call& call) {
   if (const auto fault = faultOfTimes(call)) {
     return refusalResponse(*fault);
   }
-  const auto points = numberIn(call.parameter("points").value_or(std::to_string(kPoints)), 1, kMaxPoints);
+  const auto points = numberIn(call.parameter("points").value_or(std::to_string(kPoints)), 1, kMaxHistoryPoints);
   if (!points) {
     return refusalResponse(422, "must be a whole number from 1 to 10000", "points");
   }

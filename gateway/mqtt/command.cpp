@@ -1,5 +1,6 @@
 #include "gateway/mqtt/command.h"
 
+#include "gateway/message/name.h"
 #include "gateway/mqtt/broker.h"
 
 namespace orvix::gateway {
@@ -13,7 +14,7 @@ std::string idIn(const std::string& payload) {
   const json document = json::parse(payload, nullptr, false);
   const bool hasId = document.is_object() && document.contains("id") && document["id"].is_string();
   const std::string id = hasId ? document["id"].get<std::string>() : "";
-  return isUsableId(id) ? id : "";
+  return isName(id) ? id : "";
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // Notes of changes, kept until the MQTT door is rid of them, and the way of reports in and out.
+
 #include <stdexcept>
 
 #include "gateway/outbox/store.h"

@@ -1,4 +1,5 @@
 // Attempts: begun, marked, ended, and what a start makes of those that were running.
+
 #include <stdexcept>
 
 #include "gateway/outbox/store.h"

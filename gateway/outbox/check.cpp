@@ -1,5 +1,6 @@
 // Whether the database is whole and keeps our own rules. The numbers of states and verdicts are those of their
 // enumerations.
+
 #include "gateway/outbox/store.h"
 
 namespace orvix::gateway {

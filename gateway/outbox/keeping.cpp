@@ -1,4 +1,5 @@
 // What time does to messages: they expire, and those that ended are not kept for ever.
+
 #include "common/duration.h"
 #include "gateway/outbox/store.h"
 

@@ -1,4 +1,5 @@
 // What is only looked at: requests, messages, recordings, counts.
+
 #include "gateway/outbox/store.h"
 
 namespace orvix::gateway {

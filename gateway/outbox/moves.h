@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "gateway/config/config.h"
-#include "gateway/outbox/message.h"
+#include "gateway/message/message.h"
 #include "gateway/outbox/outbox.h"
 
 namespace orvix::gateway {

@@ -20,7 +20,7 @@
 #include <vector>
 
 #include "gateway/config/config.h"
-#include "gateway/outbox/message.h"
+#include "gateway/message/message.h"
 #include "gateway/outbox/storeError.h"
 #include "hostkit/errorClass.h"
 

@@ -1,4 +1,5 @@
 // What an owner had accepted in the last 24 hours, and when it may have more.
+
 #include <algorithm>
 
 #include "common/duration.h"

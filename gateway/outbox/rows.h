@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "gateway/message/message.h"
 #include "gateway/outbox/database.h"
-#include "gateway/outbox/message.h"
 #include "hostkit/messageFit.h"
 
 namespace orvix::gateway {

@@ -1,4 +1,5 @@
 // The side of the modems: who takes which message, and what comes back.
+
 #include <glog/logging.h>
 
 #include <utility>

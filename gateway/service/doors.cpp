@@ -1,4 +1,5 @@
 // The side of the doors: who may do what, and what is taken.
+
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,11 +12,6 @@
 
 namespace orvix::gateway {
 namespace {
-
-// For a full queue or disk, where nobody can tell when it is over; a budget tells its own time.
-constexpr int kRetryAfterSeconds = 60;
-// Of a curve: more than a screen has columns.
-constexpr int kMaxPoints = 10000;
 
 Refusal refuse(int status, const std::string& error, std::optional<std::string> field = std::nullopt) {
   Refusal refusal{status, error, std::move(field), std::nullopt};
@@ -261,7 +257,7 @@ std::variant<std::vector<HistoryPoint>, Refusal> Service::history(const std::str
   if (beginMs >= endMs) {
     return refuse(422, "must be before the end", "from");
   }
-  if (points < 1 || points > kMaxPoints) {
+  if (points < 1 || points > kMaxHistoryPoints) {
     return refuse(422, "must be a whole number from 1 to 10000", "points");
   }
   std::variant<std::vector<HistoryPoint>, Refusal> result = refuse(503, "the outbox does not answer");

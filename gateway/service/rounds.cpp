@@ -1,8 +1,9 @@
 // How a round of events becomes durable, and what time alone brings about.
-#include <algorithm>
-#include <utility>
 
 #include <glog/logging.h>
+
+#include <algorithm>
+#include <utility>
 
 #include "common/printable.h"
 #include "gateway/service/serviceState.h"

@@ -44,6 +44,9 @@ struct ModemView {
   std::optional<std::string> sending;  // id of the message it is attempting
 };
 
+// Of one answer of Service::history: more than a screen has columns.
+inline constexpr int kMaxHistoryPoints = 10000;
+
 // Reasons are for people; there are some exactly when it is not ok.
 struct Health {
   bool isOk = true;
@@ -87,7 +90,7 @@ class Service {
   std::variant<std::string, Refusal> recording(const Caller& caller, const std::string& id, int number);
   // In the order of the configuration.
   std::vector<ModemView> modems() const;
-  // At most `points` (1 to 10000) of the time from..to; the last 24 h where these are not given.
+  // At most `points` (1 to kMaxHistoryPoints) of the time from..to; the last 24 h where these are not given.
   std::variant<std::vector<HistoryPoint>, Refusal> history(const std::string& modem, std::optional<std::int64_t> fromMs,
                                                            std::optional<std::int64_t> toMs, int points);
   // Whether outbox and workers make progress; an unplugged modem is no fault of the service.

@@ -3,6 +3,7 @@
 #include <set>
 #include <utility>
 
+#include "gateway/message/name.h"
 #include "gateway/service/jsonValue.h"
 
 namespace orvix::gateway {
@@ -88,7 +89,7 @@ class Reader {
 
   void readId(const json& value) {
     readString("id", value, &submission.id.emplace());
-    if (!isUsableId(*submission.id)) {
+    if (!isName(*submission.id)) {
       refuse("id", "must be 1 to 64 characters of A-Z a-z 0-9 . _ -");
     }
   }
@@ -143,12 +144,6 @@ json attemptJson(const Attempt& attempt, std::int64_t offsetMs) {
 }
 
 }  // namespace
-
-bool isUsableId(const std::string& id) {
-  // What needs no escape in an address, a topic or a file name.
-  constexpr char kFit[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._-";
-  return !id.empty() && id.size() <= 64 && id.find_first_not_of(kFit) == std::string::npos;
-}
 
 std::variant<nlohmann::json, Refusal> readObject(const std::string& text) {
   Body body;

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "gateway/config/config.h"
-#include "gateway/outbox/message.h"
+#include "gateway/message/message.h"
 
 namespace orvix::gateway {
 
@@ -28,6 +28,9 @@ struct Refusal {
   std::optional<std::string> field;
   std::optional<int> retryAfterSeconds;  // with 429 and 503
 };
+
+// With 503, where nobody can tell when the queue or the disk has room again; a budget tells its own time.
+inline constexpr int kRetryAfterSeconds = 60;
 
 // A request as it was given, its types checked: whether numbers and text are fit is the service's to say.
 struct Submission {
@@ -50,9 +53,6 @@ std::variant<nlohmann::json, Refusal> readObject(const std::string& text);
 // The body of POST /v1/messages and of gsm/ID/send, UTF-8. 400 no JSON, 422 no object, a field is wrong, missing,
 // unknown or there twice.
 std::variant<Submission, Refusal> readSubmission(const std::string& text);
-
-// 1 to 64 of A-Z a-z 0-9 . _ -, so that it needs no escape in an address or a topic.
-bool isUsableId(const std::string& id);
 
 // A message as every door shows it; `offsetMs` brings service time to wall time.
 nlohmann::json messageJson(const Message& message, std::int64_t offsetMs);

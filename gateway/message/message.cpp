@@ -1,4 +1,4 @@
-#include "gateway/outbox/message.h"
+#include "gateway/message/message.h"
 
 #include <array>
 #include <cstddef>
