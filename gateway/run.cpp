@@ -62,7 +62,7 @@ class Loop {
       if (mqtt != nullptr) {
         mqtt->tell();
       }
-      tellSystemd(nowMs);
+      notifySystemd(nowMs);
     }
   }
 
@@ -133,7 +133,7 @@ class Loop {
     return std::max<std::int64_t>(next - nowMs, 0);
   }
 
-  void tellSystemd(std::int64_t nowMs) {
+  void notifySystemd(std::int64_t nowMs) {
     if (watchdogMs == 0 || nowMs < nextWatchdogMs) {
       return;
     }
@@ -170,7 +170,7 @@ int runService(const Config& config) {
     HttpDoor http(&service, config.http);
     if (config.mqtt) {
       mqtt.emplace(&service, *config.mqtt);
-      http.tellAlso([&] {
+      http.setOtherDoors([&] {
         const char* const state = mqtt->isConnected() ? "connected" : "not connected";
         return std::vector<DoorState>{{"mqtt", config.mqtt->broker, state}};
       });
@@ -180,8 +180,7 @@ int runService(const Config& config) {
     sd_notifyf(0, "READY=1\nSTATUS=%zu modems, listening on %s", config.modems.size(), config.http.socket.c_str());
     Loop(&service, &http, mqtt ? &*mqtt : nullptr).run();
     return kDone;
-    // Told apart for scripts: one is running already, which may be what they want.
-  } catch (const StoreInUse& error) {
+  } catch (const StoreInUse& error) {  // told apart for scripts: that one runs already may be what they want
     program::complain("gsm-gateway", error.what());
     return kNotRunning;
   } catch (const std::exception& error) {

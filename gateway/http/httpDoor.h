@@ -39,10 +39,10 @@ class HttpDoor {
   // Nobody new is let in; connections that there are go on.
   void stopAccepting();
 
-  // Where it listens, and what tellAlso adds.
+  // Where it listens, and what setOtherDoors adds.
   std::vector<DoorState> doors() const;
   // What else /v1/status tells of, besides this door.
-  void tellAlso(std::function<std::vector<DoorState>()> others) { otherDoors = std::move(others); }
+  void setOtherDoors(std::function<std::vector<DoorState>()> others) { otherDoors = std::move(others); }
 
  private:
   // The socket's and TCP's differ only in how a caller is recognised.

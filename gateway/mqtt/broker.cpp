@@ -126,7 +126,7 @@ struct Broker::Connection {
 
   void post(BrokerEvent event) {
     const std::lock_guard<std::mutex> guard(lock);
-    // Only messages are dropped: a lost kConnected or kTaken would never be made good.
+    // Only messages are dropped: a lost kConnected or kAcknowledged would never be made good.
     if (event.kind != BrokerEvent::Kind::kMessage || waitingBytes < kMostWaiting) {
       waitingBytes += sizeof event + event.payload.size();
       events.push_back(std::move(event));
@@ -198,7 +198,7 @@ struct Broker::Connection {
 
   static void onSubscribe(mosquitto* /*client*/, void* self, int /*request*/, int count, const int* granted) {
     if (count == 1 && granted[0] == kRefusedSubscription) {
-      static_cast<Connection*>(self)->post({BrokerEvent::Kind::kDeaf, "", "", "", 0});
+      static_cast<Connection*>(self)->post({BrokerEvent::Kind::kSubscriptionRefused, "", "", "", 0});
     }
   }
 
@@ -209,7 +209,7 @@ struct Broker::Connection {
   }
 
   static void onPublish(mosquitto* /*client*/, void* self, int publication) {
-    static_cast<Connection*>(self)->post({BrokerEvent::Kind::kTaken, "", "", "", publication});
+    static_cast<Connection*>(self)->post({BrokerEvent::Kind::kAcknowledged, "", "", "", publication});
   }
 
   const Address address;

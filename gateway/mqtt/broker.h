@@ -20,17 +20,17 @@ namespace orvix::gateway {
 inline constexpr std::size_t kLongestPayload = 65536;
 
 // One thing that happened on the connection. Members that the kind does not name are empty.
-// kDisconnected may come again and again while no broker is found; kConnected comes each time that one takes us, and
-// kDeaf after it at most once.
+// kDisconnected may come again and again while no broker is found; kConnected comes at each connection, and
+// kSubscriptionRefused after it at most once.
 struct BrokerEvent {
-  enum class Kind { kConnected, kDisconnected, kDeaf, kMessage, kTaken };  // kDeaf: the subscription was refused
+  enum class Kind { kConnected, kDisconnected, kSubscriptionRefused, kMessage, kAcknowledged };
 
   Kind kind = Kind::kDisconnected;
   std::string text;  // kDisconnected: why
   // Of kMessage, as they came: foreign bytes, to be escaped wherever they are shown.
   std::string topic;
   std::string payload;
-  int publication = 0;  // kTaken: what publish() returned
+  int publication = 0;  // kAcknowledged: what publish() returned
 };
 
 class Broker {
@@ -56,8 +56,8 @@ class Broker {
   // sender sees no acceptance and sends again.
   std::vector<BrokerEvent> take();
 
-  // QoS 1; the number that a kTaken will name once the broker took it. None when it could not be queued. What was
-  // queued and not taken goes out again after a reconnection. Never blocks.
+  // QoS 1; the number that a kAcknowledged will name. None when it could not be queued. What was queued and not
+  // acknowledged goes out again after a reconnection. Never blocks.
   // Topic and payload are copied. The number is MQTT's packet identifier, 1 to 65535, and comes again when all were
   // used.
   std::optional<int> publish(const std::string& topic, const std::string& payload, bool isRetained);

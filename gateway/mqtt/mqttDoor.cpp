@@ -18,7 +18,7 @@ namespace {
 using nlohmann::json;
 
 // As many as the library has under way; the others stay in the outbox, which is durable.
-constexpr std::size_t kMostUntaken = 20;
+constexpr std::size_t kMostUnacknowledged = 20;
 // On their way at a time; a sender whose refusal is left out sees no acceptance either.
 constexpr std::size_t kMostRefusals = 1000;
 constexpr std::int64_t kQueueMs = kMinuteMs;
@@ -53,7 +53,7 @@ std::optional<std::int64_t> MqttDoor::nextTimeMs() const {
   if (connected) {
     next = nextQueueMs;
   }
-  if (!taken.empty()) {
+  if (!acknowledged.empty()) {
     next = std::min(next.value_or(dropMs), dropMs);
   }
   if (goodbye) {
@@ -66,8 +66,8 @@ void MqttDoor::onReady() {
   for (const BrokerEvent& event : broker.take()) {
     onEvent(event);
   }
-  if (!taken.empty() && service->nowMs() >= dropMs) {
-    dropTaken();
+  if (!acknowledged.empty() && service->nowMs() >= dropMs) {
+    dropAcknowledged();
   }
 }
 
@@ -93,7 +93,7 @@ void MqttDoor::onEvent(const BrokerEvent& event) {
         trouble = event.text;
       }
       break;
-    case BrokerEvent::Kind::kDeaf:
+    case BrokerEvent::Kind::kSubscriptionRefused:
       LOG(WARNING) << "mqtt: the broker lets nobody read " << base << "/send here: no messages come that way";
       break;
     case BrokerEvent::Kind::kMessage:
@@ -102,8 +102,8 @@ void MqttDoor::onEvent(const BrokerEvent& event) {
         onCommand(event.payload);
       }
       break;
-    case BrokerEvent::Kind::kTaken:
-      onTaken(event.publication);
+    case BrokerEvent::Kind::kAcknowledged:
+      onAcknowledged(event.publication);
       break;
   }
 }
@@ -131,7 +131,7 @@ void MqttDoor::onConnected() {
   isQueueChanged = true;
 }
 
-void MqttDoor::onTaken(int publication) {
+void MqttDoor::onAcknowledged(int publication) {
   if (goodbye == publication) {
     hasSaidGoodbye = true;
     broker.disconnect();
@@ -152,10 +152,10 @@ void MqttDoor::onTaken(int publication) {
   if (found == told.end()) {
     return;
   }
-  if (taken.empty()) {
+  if (acknowledged.empty()) {
     dropMs = service->nowMs() + kDropMs;
   }
-  taken.push_back(found->second);
+  acknowledged.push_back(found->second);
   told.erase(found);
   isMoreToTell = true;
 }
@@ -232,8 +232,8 @@ void MqttDoor::showQueue() {
 }
 
 void MqttDoor::tellMessages() {
-  while (told.size() < kMostUntaken) {
-    const auto notes = service->announcements(lastTold, static_cast<int>(kMostUntaken - told.size()));
+  while (told.size() < kMostUnacknowledged) {
+    const auto notes = service->announcements(lastTold, static_cast<int>(kMostUnacknowledged - told.size()));
     for (const Outbox::Announcement& note : notes) {
       json document = messageJson(note.message, service->offsetMs());
       document.erase("text");
@@ -253,8 +253,8 @@ void MqttDoor::tellMessages() {
   isMoreToTell = false;  // until the broker takes some
 }
 
-void MqttDoor::dropTaken() {
-  service->dropAnnouncements(std::exchange(taken, {}));
+void MqttDoor::dropAcknowledged() {
+  service->dropAnnouncements(std::exchange(acknowledged, {}));
 }
 
 void MqttDoor::onMessage(const Message& message) {
@@ -286,8 +286,8 @@ void MqttDoor::onReport(const ModemView& modem) {
 }
 
 void MqttDoor::stop() {
-  if (!taken.empty()) {
-    dropTaken();
+  if (!acknowledged.empty()) {
+    dropAcknowledged();
   }
   if (connected) {
     // Published by ourselves, since the will is not sent after a disconnect.

@@ -4,7 +4,8 @@
 // In a round: onReady(), then the service's settle(), then tell(). While no broker is there nothing is lost: notes wait
 // in the outbox, retained topics are told anew at the next connection.
 // What becomes of a message is told from the notes that the outbox keeps, so that a restart goes on where the broker
-// stopped taking; a note goes when the broker has taken it. A note may so be told twice, never not at all.
+// stopped taking; a note is dropped when the broker has acknowledged it. So a note may be told twice, and is told at
+// least once.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +39,8 @@ class MqttDoor final : private ServiceListener {
   // As of the latest onReady.
   bool isConnected() const { return connected; }
 
-  // Takes nothing more and publishes "offline"; isStopped() tells when the broker took that, cannot, or is too slow.
+  // Takes nothing more and publishes "offline"; isStopped() tells when the broker has acknowledged that, cannot, or is
+  // too slow.
   void stop();
   bool isStopped() const;
 
@@ -52,7 +54,7 @@ class MqttDoor final : private ServiceListener {
   void onEvent(const BrokerEvent& event);
   // Tells all retained topics anew.
   void onConnected();
-  void onTaken(int publication);
+  void onAcknowledged(int publication);
   // A submission as JSON; a refusal is published, an acceptance told by its note.
   void onCommand(const std::string& payload);
   void refuse(const std::string& id, const Refusal& refusal);
@@ -62,7 +64,7 @@ class MqttDoor final : private ServiceListener {
   void showQueue();
   void remember(const Message& message);  // as the last result
   void tellMessages();
-  void dropTaken();  // with the next commit
+  void dropAcknowledged();  // with the next commit
 
   // As they were given, and the owner that messages of this door belong to.
   Service* const service;
@@ -82,8 +84,8 @@ class MqttDoor final : private ServiceListener {
   std::map<int, std::int64_t> told;
   std::int64_t lastTold = 0;
   bool isMoreToTell = true;
-  // Notes that the broker took, and when they are dropped together.
-  std::vector<std::int64_t> taken;
+  // Notes that the broker has acknowledged, and when they are dropped together.
+  std::vector<std::int64_t> acknowledged;
   std::int64_t dropMs = 0;
 
   // Retained topics on their way out, by publication, and what is to follow there.
