@@ -2,10 +2,10 @@
 
 #include <cstdio>
 
+#include "common/duration.h"
+
 namespace orvix {
 namespace {
-
-constexpr std::int64_t kMsOfDay = 86'400'000;
 
 // Days since 1970 of a date of the Gregorian calendar. Computed here because time_t of 32 bits ends in 2038.
 std::int64_t daysOf(std::int64_t year, int month, int day) {
@@ -122,9 +122,9 @@ std::string isoTime(std::time_t time) {
 
 std::string rfc3339(std::int64_t ms) {
   // Rounded down, so that the time of day is never negative.
-  const std::int64_t days = (ms >= 0 ? ms : ms - (kMsOfDay - 1)) / kMsOfDay;
+  const std::int64_t days = (ms >= 0 ? ms : ms - (kDayMs - 1)) / kDayMs;
   const Date date = dateOf(days);
-  const auto ofDay = static_cast<int>(ms - days * kMsOfDay);
+  const auto ofDay = static_cast<int>(ms - days * kDayMs);
   char text[80];
   std::snprintf(text, sizeof text, "%04d-%02d-%02dT%02d:%02d:%02d.%03dZ", date.year, date.month, date.day,
                 ofDay / 3'600'000, ofDay / 60'000 % 60, ofDay / 1000 % 60, ofDay % 1000);
@@ -149,7 +149,7 @@ std::optional<std::int64_t> msOfRfc3339(std::string_view text) {
   if (!reader.isGood() || !reader.isAtEnd()) {
     return std::nullopt;
   }
-  return daysOf(year, month, day) * kMsOfDay + (hour * 60 + minute - offset) * 60'000LL + second * 1000LL + ms;
+  return daysOf(year, month, day) * kDayMs + (hour * 60 + minute - offset) * kMinuteMs + second * kSecondMs + ms;
 }
 
 }  // namespace orvix

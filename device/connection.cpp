@@ -1,9 +1,9 @@
 // The line to the modem: from the configuration to a connection string, and from that to an open port.
 
-#include "common/text.h"
 #include "device/gsmDevice.h"
 #include "device/log.h"
 #include "plugin/names.h"
+#include "plugin/networkPath.h"
 #include "serial/xpl.h"
 
 namespace orvix::gsm {
@@ -33,8 +33,7 @@ std::string GsmDevice::getComstr() const {
 std::string GsmDevice::composeComstr() const {
   const std::string comstr = getComstr();
   // Without a colon substr throws std::out_of_range, which hosts know.
-  return names::kNetworkFolder + std::string(config.getString(names::kAddressPath, "")) + "/" +
-         intToText(config.getInt32(names::kPortPath, 0), 10) + comstr.substr(comstr.find(':'));
+  return networkPath(config) + comstr.substr(comstr.find(':'));
 }
 
 // Hosts rely on it: the trace provider is asked even when the line is open and stays as it is.

@@ -1,6 +1,9 @@
 // What the numbers of AT+CSQ and AT+CREG mean.
 
+#include <iterator>
+
 #include "device/gsmDataReport.h"
+#include "plugin/names.h"
 
 namespace orvix::gsm {
 namespace {
@@ -12,9 +15,7 @@ constexpr int kOutOfRangeDbm = -9998;
 constexpr int kUnknownPercent = -1;
 constexpr int kOutOfRangePercent = -2;
 
-// By <stat> of +CREG (7.2).
-constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
-constexpr std::int32_t kWordCount = sizeof kRegistrationWords / sizeof kRegistrationWords[0];
+constexpr std::int32_t kWordCount = std::size(names::kRegistrationWords);
 
 // Hosts rely on it: the modem's 0 and 1 are out of range.
 bool isInRange(std::int32_t csq) {
@@ -42,7 +43,7 @@ bool GsmDataReport::isSignalValid(std::int32_t csq) {
 }
 
 const char* GsmDataReport::registrationWord(std::int32_t cregStat) {
-  return cregStat >= 0 && cregStat < kWordCount ? kRegistrationWords[cregStat] : "unknown";
+  return cregStat >= 0 && cregStat < kWordCount ? names::kRegistrationWords[cregStat] : "unknown";
 }
 
 bool GsmDataReport::isRegistrationValid(std::int32_t cregStat) {

@@ -1,6 +1,4 @@
 // The program gsm-gateway: its commands, and how each of them ends.
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <iostream>
@@ -11,6 +9,7 @@
 #include "gateway/commandLine.h"
 #include "gateway/config/config.h"
 #include "gateway/run.h"
+#include "gateway/worker/spawn.h"
 #include "gateway/worker/workerMain.h"
 #include "logging/logging.h"
 #include "program/complaint.h"
@@ -22,8 +21,6 @@ namespace {
 using namespace orvix::gateway;
 
 constexpr char kName[] = "gsm-gateway";
-// As spawn.h promises it to every worker.
-constexpr int kSupervisorsSocket = 3;
 
 int complain(const std::string& text, int exitCode) {
   orvix::program::complain(kName, text);
@@ -60,17 +57,10 @@ int run(const Options& options) {
   return result;
 }
 
-// A reader of a pipe that has seen enough is no failure, a full disk is.
-bool isReaderGone() {
-  struct stat output {};
-  return fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
-}
-
 int execute(const Invocation& invocation) {
   try {
     const int result = invocation.command(invocation.options);
-    std::cout.flush();
-    return std::cout || isReaderGone() ? result : complain("the output cannot be written", kFailure);
+    return orvix::program::isOutputLost() ? complain("the output cannot be written", kFailure) : result;
   } catch (const Failure& failure) {
     return complain(failure.what(), failure.exitCode());
   } catch (const std::exception& error) {
@@ -85,7 +75,7 @@ int main(int argc, char** argv) {
   orvix::program::openStandardStreams();
   // A client or a reader of a pipe that goes away must not end the service.
   std::signal(SIGPIPE, SIG_IGN);
-  const auto worker = [](const Options&) { return workerMain(kSupervisorsSocket); };
+  const auto worker = [](const Options&) { return workerMain(kChildSocket); };
   const Invocation invocation = readCommandLine(argc, argv, {run, check, worker});
   return invocation.command ? execute(invocation) : invocation.exitCode;
 }

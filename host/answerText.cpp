@@ -15,7 +15,7 @@ std::string errorIn(const std::string& received) {
   std::string text;
   for (const std::string& line : hostkit::linesOf(received)) {
     const std::optional<hostkit::ResultLine> result = hostkit::resultOf(line);
-    if (result && result->kind != hostkit::ResultKind::kOk && result->kind != hostkit::ResultKind::kCmgs) {
+    if (result && hostkit::isError(*result)) {
       text = hostkit::explained(result->text);
     }
   }
@@ -34,17 +34,9 @@ bool isEcho(const std::string& sent, const std::string& received) {
 
 }  // namespace
 
-std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceKind kind) {
-  std::string bytes;
-  for (const hostkit::TrafficPiece& piece : traffic) {
-    bytes += piece.kind == kind ? piece.bytes : "";
-  }
-  return bytes;
-}
-
 std::string answerText(const std::string& line, const std::vector<hostkit::TrafficPiece>& traffic) {
-  const std::string sent = bytesOf(traffic, kXplTraceSent);
-  const std::string received = bytesOf(traffic, kXplTraceReceived);
+  const std::string sent = hostkit::bytesOf(traffic, kXplTraceSent);
+  const std::string received = hostkit::bytesOf(traffic, kXplTraceReceived);
   // From the line outwards: what could not leave needs no explanation of its answer.
   if (sent.empty()) {
     return "nothing could be written to " + line + ": the line is full or dead; is the modem powered?";

@@ -9,12 +9,8 @@
 
 namespace orvix::host {
 
-constexpr std::size_t kShownBytes =
-    60;  // of what a modem sent: enough to recognise a boot message or a GPS, and one line of a terminal
-
-// The bytes of one kind in the traffic.
-// In their order and without gaps; of modem lines the status words, two bytes each.
-std::string bytesOf(const std::vector<hostkit::TrafficPiece>& traffic, XplTraceKind kind);
+// Of what a modem sent: enough to recognise a boot message or a GPS, and one line of a terminal.
+constexpr std::size_t kShownBytes = 60;
 
 // Why a probe or a report on that line failed, by its traffic: nothing could be written, nothing came back, an error,
 // an echo alone, or something else; with what to do.

@@ -1,4 +1,5 @@
 // The command "doctor": line, rights, holders, speed, a waiting prompt, signal, registration; then the likely cause.
+
 #include <iostream>
 #include <vector>
 
@@ -21,12 +22,12 @@ namespace orvix::host {
 namespace {
 
 // What was looked at and what it showed: printed line by line, or kept for one document at the end.
-class Diary {
+class FindingPrinter {
  public:
-  explicit Diary(bool asJson) : isJson(asJson) {}
+  explicit FindingPrinter(bool asJson) : isJson(asJson) {}
 
-  void say(const std::string& what, const std::string& result,
-           std::string (*paint)(const std::ostream&, const std::string&) = nullptr) {
+  void print(const std::string& what, const std::string& result,
+             std::string (*paint)(const std::ostream&, const std::string&) = nullptr) {
     if (isJson) {
       findings.push_back({{"what", what}, {"result", result}});
       return;
@@ -57,38 +58,39 @@ struct Finding {
 
 Finding ask(DeviceSession* session) {
   const hostkit::Answer report = session->report();
-  return {session->device().line(), report.status, bytesOf(session->lastTraffic(), kXplTraceReceived), report.document};
+  return {session->device().line(), report.status, hostkit::bytesOf(session->lastTraffic(), kXplTraceReceived),
+          report.document};
 }
 
-void sayFinding(const std::string& what, const Finding& finding, Diary* diary) {
+void printFinding(const std::string& what, const Finding& finding, FindingPrinter* printer) {
   if (finding.status.isOk()) {
-    diary->say(what, finding.line + "  answers", program::green);
+    printer->print(what, finding.line + "  answers", program::green);
   } else if (finding.heard.empty()) {
-    diary->say(what, finding.line + "  silent", program::red);
+    printer->print(what, finding.line + "  silent", program::red);
   } else {
-    diary->say(what,
-               finding.line + "  " + hostkit::explained(finding.status.toString()) + ", received " +
-                   escaped(finding.heard.substr(0, kShownBytes)),
-               program::yellow);
+    printer->print(what,
+                   finding.line + "  " + hostkit::explained(finding.status.toString()) + ", received " +
+                       escaped(finding.heard.substr(0, kShownBytes)),
+                   program::yellow);
   }
 }
 
-void examineLine(DeviceSession* session, Diary* diary) {
+void examineLine(DeviceSession* session, FindingPrinter* printer) {
   const std::string& line = session->device().line();
-  diary->say("line", line);
+  printer->print("line", line);
   if (const std::string trouble = hostkit::lineTrouble(line); !trouble.empty()) {
-    diary->say("", "does not open", program::red);
+    printer->print("", "does not open", program::red);
     for (const std::string& other : hostkit::serialDevices()) {
-      diary->say("", "there is " + other);
+      printer->print("", "there is " + other);
     }
     throw Failure(kLine, trouble);
   }
   // No fault by itself: a program that only listens may be meant. Told, since answers may go to it.
   for (const std::string& other : hostkit::openersOf(line)) {
     const std::string advice = hostkit::openerAdvice(other);
-    diary->say("", "is open in " + other + " as well" + (advice.empty() ? "" : "; " + advice), program::yellow);
+    printer->print("", "is open in " + other + " as well" + (advice.empty() ? "" : "; " + advice), program::yellow);
   }
-  diary->say("", "is there, may be opened, and is not locked", program::green);
+  printer->print("", "is there, may be opened, and is not locked", program::green);
   session->start();  // a configuration that cannot work is told here
   if (const std::string trouble = hostkit::speedTrouble(line); !trouble.empty()) {
     throw Failure(kLine, trouble);
@@ -96,12 +98,12 @@ void examineLine(DeviceSession* session, Diary* diary) {
 }
 
 // A person at a terminal is asked; a script that did not say --no-heal is taken to agree.
-bool mayHeal(const DoctorOptions& options, const Diary& diary) {
+bool mayHeal(const DoctorOptions& options, const FindingPrinter& printer) {
   if (options.noHeal) {
     return false;
   }
-  // Where nobody could read the question, nobody could answer it.
-  if (diary.isForJson() || !program::isTerminal(std::cout) || !program::isTerminal(std::cerr)) {
+  // Without a terminal there is no one to answer the question.
+  if (printer.isForJson() || !program::isTerminal(std::cout) || !program::isTerminal(std::cerr)) {
     return true;
   }
   std::cout << "  The modem may be waiting for the text of a message. Drop it with an Escape? [Y/n] " << std::flush;
@@ -111,16 +113,17 @@ bool mayHeal(const DoctorOptions& options, const Diary& diary) {
 }
 
 // Two probes without a final result: an Escape shows whether the modem was waiting at its prompt. True when it was.
-bool healPrompt(DeviceSession* session, const DoctorOptions& options, Diary* diary) {
-  if (!mayHeal(options, *diary)) {
-    diary->say("prompt", "the modem may be waiting for a text: left alone", program::yellow);
+bool healPrompt(DeviceSession* session, const DoctorOptions& options, FindingPrinter* printer) {
+  if (!mayHeal(options, *printer)) {
+    printer->print("prompt", "the modem may be waiting for a text: left alone", program::yellow);
     return false;
   }
   if (!hostkit::heal(&session->device()).isOk()) {
-    diary->say("prompt", "an Escape brought no answer");
+    printer->print("prompt", "an Escape brought no answer");
     return false;
   }
-  diary->say("prompt", "the modem was waiting for the text of a message; an Escape brought it back", program::yellow);
+  printer->print("prompt", "the modem was waiting for the text of a message; an Escape brought it back",
+                 program::yellow);
   return true;
 }
 
@@ -143,7 +146,7 @@ std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::s
 }
 
 // Searches for an answer at other speeds; throws Failure with the result of the search.
-[[noreturn]] void searchSpeeds(const CommonOptions& common, const Finding& first, Diary* diary) {
+[[noreturn]] void searchSpeeds(const CommonOptions& common, const Finding& first, FindingPrinter* printer) {
   bool wasSilent = first.heard.empty();
   for (const CommonOptions& attempt : otherSpeeds(common, first.line)) {
     if (program::isStopWished()) {
@@ -152,7 +155,7 @@ std::vector<CommonOptions> otherSpeeds(const CommonOptions& common, const std::s
     // A session each: a device reads its configuration once.
     DeviceSession session(attempt);
     const Finding finding = ask(&session);
-    sayFinding("", finding, diary);
+    printFinding("", finding, printer);
     if (finding.isAnswer()) {
       throw Failure(kModem, "the modem runs at another speed: use \"" + finding.line + "\"");
     }
@@ -181,47 +184,47 @@ std::string adviceFor(const Finding& finding, const std::vector<hostkit::Traffic
              : "not registered in a network (yet): wait a minute, then check SIM card and antenna";
 }
 
-void examine(const CommonOptions& common, const DoctorOptions& options, Diary* diary) {
+void examine(const CommonOptions& common, const DoctorOptions& options, FindingPrinter* printer) {
   Finding finding;
   std::string advice;
   {
     // Ends before other speeds are tried: it holds the line.
     DeviceSession session(common);
-    examineLine(&session, diary);
+    examineLine(&session, printer);
     finding = ask(&session);
-    sayFinding("as configured", finding, diary);
+    printFinding("as configured", finding, printer);
     if (!finding.isAnswer() && !program::isStopWished()) {
       finding = ask(&session);  // what a first command ran into need not be lasting
-      if (!finding.isAnswer() && healPrompt(&session, options, diary)) {
+      if (!finding.isAnswer() && healPrompt(&session, options, printer)) {
         finding = ask(&session);
       }
     }
     advice = adviceFor(finding, session.lastTraffic());
   }
   if (!finding.isAnswer()) {
-    searchSpeeds(common, finding, diary);
+    searchSpeeds(common, finding, printer);
   }
   if (finding.status.isOk()) {
-    diary->say("signal", shownSignal(finding.report));
-    diary->say("registration", shownRegistration(finding.report));
+    printer->print("signal", shownSignal(finding.report));
+    printer->print("registration", shownRegistration(finding.report));
   }
   if (!advice.empty()) {
     throw Failure(kModem, advice);
   }
-  diary->say("verdict", "the modem is well", program::green);
+  printer->print("verdict", "the modem is well", program::green);
 }
 
 }  // namespace
 
 void examineModem(const CommonOptions& common, const DoctorOptions& options) {
-  Diary diary(common.json);
+  FindingPrinter printer(common.json);
   try {
-    examine(common, options, &diary);
+    examine(common, options, &printer);
   } catch (const Failure& failure) {
-    throw Failure(failure.exitCode(), failure.what(), diary.document());
+    throw Failure(failure.exitCode(), failure.what(), printer.document());
   }
   if (common.json) {
-    printJson(diary.document());
+    printJson(printer.document());
   }
 }
 

@@ -1,9 +1,6 @@
 // gsm-host: drives one modem by hand through the plug-in's boundary.
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <iostream>
 
 #include "host/commandLine.h"
 #include "host/escapedLog.h"
@@ -29,17 +26,10 @@ int endWith(const Invocation& invocation, const Failure& failure) {
   return failure.exitCode();
 }
 
-// A reader of a pipe that has seen enough is no failure, a full disk is.
-bool isReaderGone() {
-  struct stat output {};
-  return fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
-}
-
 int run(const Invocation& invocation) {
   try {
     invocation.command(invocation.options);
-    std::cout.flush();
-    if (!std::cout && !isReaderGone()) {
+    if (orvix::program::isOutputLost()) {
       throw Failure(kInternal, "the output cannot be written");
     }
     return kDone;

@@ -4,7 +4,7 @@
 
 #include "document/builder.h"
 #include "hostkit/error.h"
-#include "plugin/names.h"
+#include "plugin/networkPath.h"
 
 namespace orvix::hostkit {
 namespace {
@@ -28,9 +28,7 @@ std::string connectionString(const BSONObject& config) {
     return comstr;
   }
   const std::size_t colon = comstr.find(':');
-  return names::kNetworkFolder + config.getString(names::kAddressPath, std::string()) + "/" +
-         std::to_string(config.getInt32(names::kPortPath, 0)) +
-         (colon == std::string::npos ? std::string() : comstr.substr(colon));
+  return networkPath(config) + (colon == std::string::npos ? std::string() : comstr.substr(colon));
 }
 
 std::string pathOf(const std::string& connectionString) {

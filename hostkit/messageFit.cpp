@@ -1,8 +1,10 @@
 #include "hostkit/messageFit.h"
 
+#include <optional>
 #include <string_view>
 
 #include "common/printable.h"
+#include "hostkit/resultLine.h"
 
 namespace orvix::hostkit {
 namespace {
@@ -36,12 +38,8 @@ std::string characterAt(const std::string& text, std::size_t position) {
 
 // Echoed, such a line could not be told from the modem's own result.
 bool readsAsResult(std::string_view line) {
-  for (const std::string_view prefix : {"+CMGS:", "+CMS ERROR:", "+CME ERROR:"}) {
-    if (line.substr(0, prefix.size()) == prefix) {
-      return true;
-    }
-  }
-  return false;
+  const std::optional<ResultLine> result = resultOf(std::string(line));
+  return result && result->kind != ResultKind::kOk && result->kind != ResultKind::kError;
 }
 
 bool holdsResult(std::string_view text) {

@@ -22,7 +22,7 @@ std::recursive_mutex lineTable;  // the module's open ports, its last report, an
 thread_local const ModemDevice* current = nullptr;  // whose call this thread is in
 
 void refuseFromListeners() {
-  if (LineTrace::isTelling()) {
+  if (LineTrace::isInListener()) {
     throw std::logic_error("a traffic listener must not call a device");
   }
 }
@@ -117,8 +117,7 @@ Status ModemDevice::start() {
   const Turn turn(this, Turn::kAllLines);
   try {
     return device->Start();
-    // Thrown by the device for a connection string without a colon.
-  } catch (const std::out_of_range&) {
+  } catch (const std::out_of_range&) {  // the device's answer to a connection string without a colon
     return Status::failed(kNoSettingsText);
   }
 }

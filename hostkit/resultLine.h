@@ -22,6 +22,11 @@ struct ResultLine {
   std::string text;           // the line as it came
 };
 
+// Any result but OK and +CMGS:.
+inline bool isError(const ResultLine& result) {
+  return result.kind != ResultKind::kOk && result.kind != ResultKind::kCmgs;
+}
+
 // The lines that CR, LF or Ctrl-Z end, without empty ones. What the last end does not close is not there yet. Prompts
 // ("> ") and blanks at either end do not count.
 std::vector<std::string> linesOf(std::string_view bytes);

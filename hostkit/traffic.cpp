@@ -7,14 +7,22 @@ namespace orvix::hostkit {
 namespace {
 
 // Per thread, so that another device's calls are not refused meanwhile.
-thread_local bool isInListener = false;
+thread_local bool isCallingListener = false;
 
 struct ListenerMark {
-  ListenerMark() { isInListener = true; }
-  ~ListenerMark() { isInListener = false; }
+  ListenerMark() { isCallingListener = true; }
+  ~ListenerMark() { isCallingListener = false; }
 };
 
 }  // namespace
+
+std::string bytesOf(const std::vector<TrafficPiece>& traffic, XplTraceKind kind) {
+  std::string bytes;
+  for (const TrafficPiece& piece : traffic) {
+    bytes += piece.kind == kind ? piece.bytes : "";
+  }
+  return bytes;
+}
 
 std::int64_t monotonicUs() {
   using namespace std::chrono;
@@ -62,8 +70,8 @@ void LineTrace::tell(XplTraceKind kind, std::string_view bytes) {
   }
 }
 
-bool LineTrace::isTelling() {
-  return isInListener;
+bool LineTrace::isInListener() {
+  return isCallingListener;
 }
 
 bool LineTrace::IsTraceEnabled() {

@@ -20,6 +20,9 @@ struct TrafficPiece {
   std::string bytes;  // for lines the modem status word, low byte first
 };
 
+// The bytes of one kind, in their order and without gaps; of modem lines the status words, two bytes each.
+std::string bytesOf(const std::vector<TrafficPiece>& traffic, XplTraceKind kind);
+
 // Now, by the clock of TrafficPiece::us.
 std::int64_t monotonicUs();
 
@@ -57,7 +60,7 @@ class LineTrace final : public ITraceProvider {
   void tell(XplTraceKind kind, std::string_view bytes);
 
   // Whether the calling thread is inside a listener.
-  static bool isTelling();
+  static bool isInListener();
 
   bool IsTraceEnabled() override;
   void* GetTraceContext() override { return this; }

@@ -42,9 +42,9 @@ Dialogue dialogueOf(const std::vector<TrafficPiece>& traffic) {
       follow(sent, &dialogue);
     } else if (piece.kind == kXplTraceReceived) {
       dialogue.hasAnswer = dialogue.hasAnswer || !piece.bytes.empty();
+      // What came before AT+CMGS answers other commands.
       if (dialogue.isTextWritten) {
         dialogue.after += piece.bytes;
-        // What came before AT+CMGS answers other commands.
       } else if (dialogue.isNumberGiven) {
         dialogue.before += piece.bytes;
       }
@@ -72,10 +72,6 @@ std::vector<ResultLine> resultsOf(const std::string& received, const std::string
   return results;
 }
 
-bool isError(const ResultLine& result) {
-  return result.kind != ResultKind::kOk && result.kind != ResultKind::kCmgs;
-}
-
 ErrorKind errorKindOf(const ResultLine& result) {
   if (!isError(result)) {
     return ErrorKind::kNone;
@@ -87,35 +83,33 @@ std::string quoted(const ResultLine& result) {
   return result.number && isError(result) ? errorText(errorKindOf(result), *result.number) : escaped(result.text);
 }
 
-void takeError(const ResultLine& result, Judgement* judgement) {
-  judgement->errorKind = errorKindOf(result);
-  judgement->code = result.number;
-}
-
 // The text is not out: the modem refused the number, or the dialogue ended before.
-void judgeBeforeText(const Dialogue& dialogue, const std::string& text, bool hasReturned, Judgement* judgement) {
+Judgement judgeBeforeText(const Dialogue& dialogue, const std::string& text, bool hasReturned) {
+  Judgement judgement;
   const std::vector<ResultLine> results = resultsOf(dialogue.before, dialogue.isTextBegun ? text : "");
   const auto error = std::find_if(results.begin(), results.end(), isError);
   // As the device looks for it: anywhere.
   const bool hasPrompt = dialogue.before.find('>') != std::string::npos;
-  judgement->mayWaitAtPrompt = dialogue.isNumberGiven && error == results.end();
-  judgement->mayPromptCome = judgement->mayWaitAtPrompt && !hasPrompt;
+  judgement.mayWaitAtPrompt = dialogue.isNumberGiven && error == results.end();
+  judgement.mayPromptCome = judgement.mayWaitAtPrompt && !hasPrompt;
   // A dead process may have written after the last piece that it told of.
   if (!hasReturned && hasPrompt) {
-    judgement->verdict = Verdict::kUncertain;
-    judgement->reason = "the sending process ended at the modem's prompt: the text may have been written";
+    judgement.verdict = Verdict::kUncertain;
+    judgement.reason = "the sending process ended at the modem's prompt: the text may have been written";
   } else if (hasReturned && error != results.end()) {
-    judgement->verdict = Verdict::kRefused;
-    takeError(*error, judgement);
-    judgement->reason = "the modem refused the number: " + quoted(*error);
+    judgement.verdict = Verdict::kRefused;
+    judgement.errorKind = errorKindOf(*error);
+    judgement.code = error->number;
+    judgement.reason = "the modem refused the number: " + quoted(*error);
   } else if (hasPrompt) {
-    judgement->reason = dialogue.isTextBegun ? "the text was not written to its end"
-                                             : "the modem's prompt came, but no text was written";
+    judgement.reason = dialogue.isTextBegun ? "the text was not written to its end"
+                                            : "the modem's prompt came, but no text was written";
   } else if (dialogue.isNumberGiven) {
-    judgement->reason = "the modem gave no prompt for the text";
+    judgement.reason = "the modem gave no prompt for the text";
   } else {
-    judgement->reason = dialogue.hasAnswer ? "the modem did not take the text mode" : "the modem gave no answer";
+    judgement.reason = dialogue.hasAnswer ? "the modem did not take the text mode" : "the modem gave no answer";
   }
+  return judgement;
 }
 
 std::string listed(const std::vector<ResultLine>& results) {
@@ -140,8 +134,9 @@ bool isAnyOf(const ResultLine& result, std::initializer_list<ResultKind> kinds) 
   return std::find(kinds.begin(), kinds.end(), result.kind) != kinds.end();
 }
 
-void judgeBehindText(const std::vector<ResultLine>& results, bool hasReturned, bool okIsSent,
-                     const ClassOverrides& overrides, Judgement* judgement) {
+Judgement judgeAfterText(const std::vector<ResultLine>& results, bool hasReturned, bool okIsSent,
+                         const ClassOverrides& overrides) {
+  Judgement judgement;
   const auto count = [&results](auto&& wanted) { return std::count_if(results.begin(), results.end(), wanted); };
   const auto isReference = [](const ResultLine& result) { return result.kind == ResultKind::kCmgs; };
   const auto errors = count(isError);
@@ -151,29 +146,31 @@ void judgeBehindText(const std::vector<ResultLine>& results, bool hasReturned, b
   const bool isLoneOk = results.size() == 1 && results[0].kind == ResultKind::kOk;
 
   // A lone ERROR or OK may still be followed by what it leaves open.
-  judgement->mayResultCome =
+  judgement.mayResultCome =
       !(okIsSent && isLoneOk) && count([](const ResultLine& result) {
                                    return isAnyOf(result, {ResultKind::kCmgs, ResultKind::kCms, ResultKind::kCme});
                                  }) == 0;
   if (error != results.end()) {
-    takeError(*error, judgement);
+    judgement.errorKind = errorKindOf(*error);
+    judgement.code = error->number;
   }
   // The OK after +CMGS: may be missing: the reference alone is the network's word.
   if (references == 1 && errors == 0 && reference->number) {
-    judgement->verdict = Verdict::kSent;
-    judgement->reference = reference->number;
-    judgement->reason = "the modem answered " + quoted(*reference);
+    judgement.verdict = Verdict::kSent;
+    judgement.reference = reference->number;
+    judgement.reason = "the modem answered " + quoted(*reference);
   } else if (okIsSent && isLoneOk) {
-    judgement->verdict = Verdict::kSent;
-    judgement->reason = "the modem answered OK";
+    judgement.verdict = Verdict::kSent;
+    judgement.reason = "the modem answered OK";
   } else if (results.size() == 1 && errors == 1 &&
-             classOf(judgement->errorKind, judgement->code, false, overrides) != ErrorClass::kDoubt) {
-    judgement->verdict = Verdict::kRefused;
-    judgement->reason = "the modem refused the message: " + quoted(*error);
+             classOf(judgement.errorKind, judgement.code, false, overrides) != ErrorClass::kDoubt) {
+    judgement.verdict = Verdict::kRefused;
+    judgement.reason = "the modem refused the message: " + quoted(*error);
   } else {
-    judgement->verdict = Verdict::kUncertain;
-    judgement->reason = doubtOf(results, hasReturned);
+    judgement.verdict = Verdict::kUncertain;
+    judgement.reason = doubtOf(results, hasReturned);
   }
+  return judgement;
 }
 
 }  // namespace
@@ -195,14 +192,11 @@ const char* verdictName(Verdict verdict) {
 Judgement judge(const std::vector<TrafficPiece>& traffic, const std::string& text, bool hasReturned, bool okIsSent,
                 const ClassOverrides& overrides) {
   const Dialogue dialogue = dialogueOf(traffic);
-  Judgement judgement;
+  Judgement judgement = dialogue.isTextWritten
+                            ? judgeAfterText(resultsOf(dialogue.after, text), hasReturned, okIsSent, overrides)
+                            : judgeBeforeText(dialogue, text, hasReturned);
   judgement.isTextWritten = dialogue.isTextWritten;
   judgement.hasAnswer = dialogue.hasAnswer;
-  if (dialogue.isTextWritten) {
-    judgeBehindText(resultsOf(dialogue.after, text), hasReturned, okIsSent, overrides, &judgement);
-  } else {
-    judgeBeforeText(dialogue, text, hasReturned, &judgement);
-  }
   // ASCII, so that no character is cut in two.
   judgement.reason.resize(std::min(judgement.reason.size(), kLongestReason));
   return judgement;

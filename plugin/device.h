@@ -74,8 +74,7 @@ class ITraceProvider {
 // then.
 class IDevice {
  public:
-  // The interface version that the device was built against.
-  // 0x1000 by now.
+  // The interface version that the device was built against, 0x1000.
   virtual std::uint32_t GetInterfaceVersion() = 0;
   virtual std::string GetTypeName() = 0;
   // The instance's own name; at first what PluginDisplayName points to.
@@ -88,8 +87,8 @@ class IDevice {
   virtual Status Start() = 0;
   // Closes the line, in every state. Always OK. Waits for a command that runs, up to 16 s.
   virtual Status Stop() = 0;
-  // On success the caller owns `*ppReport` and deletes it.
-  // Measures signal and registration: 3 s, 6 s at worst. Opens the line where it is closed.
+  // Measures signal and registration: 3 s, 6 s at worst. Opens the line where it is closed. On success the caller owns
+  // `*ppReport` and deletes it.
   virtual Status GetDataReport(IDeviceDataReport** ppReport) = 0;
   // "version", "Msg", "config.types", "config.current"; kInvalidArgument for any other name, kInvalidPointer for null.
   virtual Status GetProperty(const std::string& name, BSONObject* pProperty) = 0;
@@ -98,9 +97,9 @@ class IDevice {
   virtual Status SetProperty(const std::string& name, const BSONObject& value) = 0;
   // `sink` is borrowed and may be null. Always true.
   virtual bool SetEventSink(IDeviceEventSink* sink) = 0;
-  // Either document may be null where the control code allows it; the answer is shared with `pOutParam`.
-  // "sendSMS" (8 s, 16 s at worst) and "TerminateDevice". Of a device that is not ready every code is refused. The
-  // status of "sendSMS" tells how the dialogue ended, not what became of the message.
+  // "sendSMS" (8 s, 16 s at worst) and "TerminateDevice". A device that is not ready refuses every code. The status of
+  // "sendSMS" tells how the dialogue ended, not what became of the message. Either document may be null where the
+  // control code allows it; the answer is shared with `pOutParam`.
   virtual Status IoControl(const std::string& code, const BSONObject* pInParam, BSONObject* pOutParam) = 0;
   // kNotImplemented, unless a device has one.
   virtual Status OptionalOperation();

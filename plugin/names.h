@@ -51,5 +51,7 @@ inline constexpr char kSignalDbm[] = "GSMModem.report.signalQuality.dBm";
 inline constexpr char kSignalValid[] = "GSMModem.report.signalQuality.valid";
 inline constexpr char kRegistrationStatus[] = "GSMModem.report.NetworkRegistration.status";
 inline constexpr char kRegistrationValid[] = "GSMModem.report.NetworkRegistration.valid";
+// The values of kRegistrationStatus, by the stat parameter of +CREG (3GPP TS 27.007, 7.2).
+inline constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
 
 }  // namespace orvix::names

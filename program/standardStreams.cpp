@@ -1,7 +1,10 @@
 #include "program/standardStreams.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
+
+#include <iostream>
 
 namespace orvix::program {
 
@@ -12,6 +15,13 @@ void openStandardStreams() {
       _exit(1);
     }
   }
+}
+
+bool isOutputLost() {
+  std::cout.flush();
+  struct stat output {};
+  const bool isPipe = fstat(STDOUT_FILENO, &output) == 0 && S_ISFIFO(output.st_mode);
+  return !std::cout && !isPipe;
 }
 
 }  // namespace orvix::program

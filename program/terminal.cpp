@@ -36,7 +36,7 @@ void switchColorOff() {
 }
 
 bool isTerminal(const std::ostream& stream) {
-  // Of std::ostream nobody learns its descriptor.
+  // A stream does not tell its descriptor.
   return isatty(&stream == &std::cout ? STDOUT_FILENO : STDERR_FILENO) != 0;
 }
 

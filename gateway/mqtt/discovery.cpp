@@ -4,6 +4,8 @@
 #include <cctype>
 #include <nlohmann/json.hpp>
 
+#include "common/printable.h"
+
 namespace orvix::gateway {
 namespace {
 
@@ -12,12 +14,11 @@ using nlohmann::json;
 // Identifiers may hold letters, digits, '_' and '-' alone; what else a name holds is written as its code, so that two
 // names never share one.
 std::string identifierOf(const std::string& name) {
-  constexpr char kDigits[] = "0123456789abcdef";
   std::string identifier;
   for (const char c : name) {
     const auto byte = static_cast<unsigned char>(c);
     const bool isPlain = byte < 0x80 && (std::isalnum(byte) != 0 || c == '-');
-    identifier += isPlain ? std::string(1, c) : std::string{'_', kDigits[byte >> 4], kDigits[byte & 0xF]};
+    identifier += isPlain ? std::string(1, c) : "_" + hexText({&c, 1});
   }
   return identifier;
 }

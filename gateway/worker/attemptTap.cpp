@@ -22,11 +22,7 @@ void AttemptTap::begin(bool isAttempt) {
 }
 
 std::string AttemptTap::received() const {
-  std::string bytes;
-  for (const hostkit::TrafficPiece& piece : pieces) {
-    bytes += piece.kind == kXplTraceReceived ? piece.bytes : "";
-  }
-  return bytes;
+  return hostkit::bytesOf(pieces, kXplTraceReceived);
 }
 
 bool AttemptTap::hasSent() const {

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "document/document.h"
+#include "plugin/names.h"
 
 namespace orvix::gateway {
 namespace {
@@ -14,7 +15,6 @@ namespace {
 // Below what any receiver hears: a number that is lower is a mistake.
 constexpr int kLowestDbm = -150;
 constexpr int kHighestPercent = 100;
-constexpr const char* kRegistrationWords[] = {"none", "home", "searching", "denied", "unknown", "roaming"};
 
 struct Range {
   int first;
@@ -209,8 +209,8 @@ void check(const Message& /*m*/) {
 }
 
 void check(const ModemReport& m) {
-  const bool isKnown = std::find(std::begin(kRegistrationWords), std::end(kRegistrationWords), m.registration) !=
-                       std::end(kRegistrationWords);
+  const bool isKnown = std::find(std::begin(names::kRegistrationWords), std::end(names::kRegistrationWords),
+                                 m.registration) != std::end(names::kRegistrationWords);
   if (!isKnown || m.dBm.value_or(0) < kLowestDbm || m.dBm.value_or(0) > 0 || m.percent.value_or(0) < 0 ||
       m.percent.value_or(0) > kHighestPercent) {
     throw ProtocolError("a report is out of range");

@@ -1,4 +1,5 @@
 // What a worker tells, frame by frame.
+
 #include "gateway/worker/workerProcessState.h"
 
 namespace orvix::gateway {
