@@ -5,6 +5,7 @@
 
 #include "gateway/client/commands.h"
 #include "gateway/exitCode.h"
+#include "gateway/message/name.h"
 #include "program/complaint.h"
 
 namespace orvix::gateway {
@@ -17,7 +18,7 @@ constexpr int kLongestWait = 31 * 86400;
 constexpr char kFooter[] =
     "Exit codes: 0 done (send --wait: sent), 1 anything else, 2 usage, 3 configuration, 4 the service is not\n"
     "running (run: already running), 5 failed, expired or cancelled, 6 uncertain, 7 not yet, 8 refused by the\n"
-    "service. A text that begins with a dash comes behind --. More in gsm-gateway(1).";
+    "service. Write -- before a text that begins with a dash. More in gsm-gateway(1).";
 
 // Decimal, as it is meant: the library would take 0600 for 384.
 std::string withoutLeadingZeros(std::string number) {
@@ -32,8 +33,8 @@ class Commands {
 
   void addService(const OwnCommands& own) {
     CLI::App* const run = add("run", "Run the service in the foreground, until SIGTERM", own.run);
-    run->add_flag("--verbose", options.isVerbose, "Log texts and whole numbers, too");
-    add("check", "Is the configuration fit to run? Tells every problem with its key", own.check);
+    run->add_flag("--verbose", options.isVerbose, "Log the errors of the plug-in and of the lines, too");
+    add("check", "Check the configuration; prints every problem with its key", own.check);
     // No group: the help does not show it.
     add("worker", "", own.worker)->group("");
   }
@@ -41,7 +42,7 @@ class Commands {
   void addMessages() {
     addSend();
     CLI::App* const list = add("list", "Show the outbox, oldest first", client::listMessages);
-    list->add_option("--state", options.state, "Only messages in this state")
+    list->add_option("--state", options.state, "Show only messages in this state")
         ->type_name("STATE")
         ->check(oneOf({"queued", "attempting", "sent", "failed", "uncertain", "expired", "cancelled"}));
     addJson(list);
@@ -63,7 +64,7 @@ class Commands {
                                 "Print a new token, and on a line of its own what to add to http.tokens of the "
                                 "configuration",
                                 client::makeToken);
-    token->add_option("name", options.tokenName, "Whose token it is")->type_name("NAME")->required()->check(isName());
+    token->add_option("name", options.tokenName, "Whose token it is")->type_name("NAME")->required()->check(nameRule());
   }
 
  private:
@@ -75,43 +76,42 @@ class Commands {
   }
 
   void addSend() {
-    CLI::App* const send = add("send", "Hand a message over; prints its id alone", client::sendMessage);
-    send->add_option("number", options.number, "+ or none, then 3 to 20 digits")->type_name("NUMBER")->required();
-    send->add_option("text", options.text, "1 to 160 characters")->type_name("TEXT")->required();
-    send->add_option("--id", options.id, "Its name; sending again with the same one sends once [a new one]")
+    CLI::App* const send = add("send", "Hand a message to the service; prints its id", client::sendMessage);
+    send->add_option("number", options.number, "Number to send to: 3 to 20 digits, with a + in front or without")
+        ->type_name("NUMBER")
+        ->required();
+    send->add_option("text", options.text, "Text to send, 1 to 160 characters")->type_name("TEXT")->required();
+    send->add_option("--id", options.id, "Id of the message; sending again with the same id sends once [a new id]")
         ->type_name("ID")
-        ->check(isName());
-    send->add_option("--priority", options.priority, "alarm, normal or bulk")
+        ->check(nameRule());
+    send->add_option("--priority", options.priority, "Priority: alarm, normal or bulk [normal]")
         ->type_name("PRIORITY")
         ->check(oneOf({"alarm", "normal", "bulk"}));
-    send->add_option("--expires", options.expiresSeconds, "Give up after so long, at most 31 days")
+    send->add_option("--expires", options.expiresSeconds, "Give up after so many seconds, at most 31 days")
         ->type_name("SECONDS")
         ->transform(withoutLeadingZeros)
         ->check(CLI::Range(1, kLongestExpiry).description(""));
-    send->add_option("--on-uncertain", options.onUncertain, "hold: wait for a person; resend: at the risk of twice")
+    send->add_option("--on-uncertain", options.onUncertain,
+                     "If uncertain: hold for a person, or resend, which may arrive twice [hold]")
         ->type_name("hold|resend")
         ->check(oneOf({"hold", "resend"}));
-    send->add_option("--wait", options.waitSeconds, "Wait so long for what becomes of it")
+    send->add_option("--wait", options.waitSeconds, "Wait up to so many seconds for the result")
         ->type_name("SECONDS")
         ->transform(withoutLeadingZeros)
         ->check(CLI::Range(0, kLongestWait).description(""));
   }
 
   void addId(CLI::App* command) {
-    command->add_option("id", options.id, "Of the message")->type_name("ID")->required();
+    command->add_option("id", options.id, "Id of the message")->type_name("ID")->required();
   }
 
-  void addJson(CLI::App* command) { command->add_flag("--json", options.json, "JSON as over HTTP"); }
+  void addJson(CLI::App* command) { command->add_flag("--json", options.json, "Print JSON, as over HTTP"); }
 
   static CLI::Validator oneOf(const std::vector<std::string>& words) { return CLI::IsMember(words).description(""); }
 
-  static CLI::Validator isName() {
-    return {[](const std::string& name) {
-              const bool isFit = !name.empty() && name.size() <= 64 &&
-                                 name.find_first_not_of(
-                                     "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
-                                     "0123456789._-") == std::string::npos;
-              return isFit ? std::string() : "1 to 64 characters of A-Z a-z 0-9 . _ -";
+  static CLI::Validator nameRule() {
+    return {[](const std::string& text) {
+              return isName(text) ? std::string() : "1 to 64 characters of A-Z a-z 0-9 . _ -";
             },
             ""};
   }

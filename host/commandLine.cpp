@@ -38,7 +38,7 @@ void addLineOptions(CLI::App* app, LineOptions* options) {
   auto* const line = app->add_option_group("Which modem");
   line->add_option("--device", options->device, "Modem on a serial line: PATH[:baud,parity,databits,stopbits]")
       ->type_name("LINE");
-  line->add_option("--config", options->configFile, "Modem of a device configuration file")->type_name("FILE");
+  line->add_option("--config", options->configFile, "Modem that a device configuration file names")->type_name("FILE");
   line->add_option("--tcp", options->tcp, "Modem behind TCP: ADDRESS:PORT[:settings], see gsm-tcp-line(8)")
       ->type_name("ADDRESS:PORT");
   line->add_flag("--simulate", options->simulate, "A simulated modem in this process");
@@ -50,7 +50,7 @@ void addCommonOptions(CLI::App* app, CommonOptions* options) {
   app->add_option("--plugin", options->plugin, "Plug-in module [libgsmmodem.so beside this program or installed]")
       ->type_name("FILE");
   app->add_flag("--trace", options->trace, "Show the line's traffic on standard error");
-  app->add_flag("--hex", options->hex, "Show it with hexadecimal bytes");
+  app->add_flag("--hex", options->hex, "Show the line's traffic in hexadecimal, too");
   app->add_option("--record", options->record, "Record the line's traffic in a new file")->type_name("FILE");
   app->add_flag("--force", options->force, "Replace a recording; send a number or a text that looks wrong");
   app->add_option("-v", options->verbosity, "Log to standard error up to this verbosity, 0 to 5")
@@ -79,7 +79,7 @@ class Commands {
     addMonitor();
     add("doctor", "Find out why a modem stays silent", [](const Options& o) {
       examineModem(o.common, o.doctor);
-    })->add_flag("--no-heal", options->doctor.noHeal, "Leave a modem alone that waits for a text");
+    })->add_flag("--no-heal", options->doctor.noHeal, "Send no Escape to a modem that waits for a text");
   }
 
   void addBoundaryCommands() {

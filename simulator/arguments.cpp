@@ -78,7 +78,7 @@ void describeLine(CLI::App& app, Arguments* arguments) {
   app.add_option("--link", arguments->link, "Make PATH a symbolic link to the line; it is removed at the end")
       ->type_name("PATH")
       ->group(kLineGroup);
-  app.add_flag("--renumber", arguments->isRenumbered, "After an unplug come back as another terminal for certain")
+  app.add_flag("--renumber", arguments->isRenumbered, "After an unplug, come back as a terminal with another number")
       ->group(kLineGroup);
   auto* const listen = app.add_option_function<std::string>(
                               "--listen", [arguments](const std::string& text) { setListen(text, &arguments->listen); },
@@ -143,8 +143,8 @@ void describeModem(CLI::App& app, Arguments* arguments) {
 
 void describeRest(CLI::App& app, Arguments* arguments) {
   app.add_option("--replay", arguments->replayFile,
-                 "Play the modem's side of the recording in FILE once; the options above have no\n"
-                 "place then")
+                 "Play the modem's side of the recording in FILE once; the options of the modem\n"
+                 "cannot be combined with it")
       ->type_name("FILE")
       ->group("A recording instead");
   app.add_flag("-v,--verbose", arguments->verbose, "Show the dialogue of the modem on standard error");
