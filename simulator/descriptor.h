@@ -17,7 +17,7 @@ namespace orvix::simulator {
   throw std::system_error(code, std::generic_category(), action + object);
 }
 
-// Moves only: one owner, who closes it when he ends.
+// Moves only: it has one owner, and is closed with it.
 class Descriptor {
  public:
   // Owns what it is given; -1 stands for none. Assignment leaves what was owned before to the other side: assign from

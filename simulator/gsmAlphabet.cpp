@@ -23,25 +23,19 @@ constexpr struct {
     {0x3C, u'['},  {0x3D, u'~'}, {0x3E, u']'}, {0x40, u'|'}, {0x65, u'€'},
 };
 
-// UTF-8 of one character.
-void append(std::string& text, char32_t character) {
-  const auto add = [&text](char32_t byte) { text += static_cast<char>(byte); };
-  const auto addTail = [&](int shift) { add(0x80 | (character >> shift & 0x3F)); };
+std::string utf8Of(char32_t character) {
+  const auto head = [&](char32_t mark, int shift) { return static_cast<char>(mark | character >> shift); };
+  const auto tail = [&](int shift) { return static_cast<char>(0x80 | (character >> shift & 0x3F)); };
   if (character < 0x80) {
-    add(character);
-  } else if (character < 0x800) {
-    add(0xC0 | character >> 6);
-    addTail(0);
-  } else if (character < 0x10000) {
-    add(0xE0 | character >> 12);
-    addTail(6);
-    addTail(0);
-  } else {
-    add(0xF0 | character >> 18);
-    addTail(12);
-    addTail(6);
-    addTail(0);
+    return {head(0, 0)};
   }
+  if (character < 0x800) {
+    return {head(0xC0, 6), tail(0)};
+  }
+  if (character < 0x10000) {
+    return {head(0xE0, 12), tail(6), tail(0)};
+  }
+  return {head(0xF0, 18), tail(12), tail(6), tail(0)};
 }
 
 // Seven bits whatever comes, so that the table is never left.
@@ -124,7 +118,7 @@ std::string utf8OfGsm(std::string_view septets) {
   std::string text;
   for (std::size_t i = 0; i < septets.size(); ++i) {
     const bool escaped = septets[i] == kEscapeSeptet && i + 1 < septets.size();
-    append(text, escaped ? extended(septets[++i]) : plain(septets[i]));
+    text += utf8Of(escaped ? extended(septets[++i]) : plain(septets[i]));
   }
   return text;
 }
@@ -136,10 +130,10 @@ std::string utf8OfUcs2(std::string_view octets) {
     const char32_t next = unitAt(octets, i + 2);
     // UCS2 has no pairs, but telephones send characters outside of it as UTF-16 does.
     if (isHighSurrogate(unit) && isLowSurrogate(next)) {
-      append(text, 0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+      text += utf8Of(0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
       i += 2;
     } else {
-      append(text, isHighSurrogate(unit) || isLowSurrogate(unit) ? kReplacement : unit);
+      text += utf8Of(isHighSurrogate(unit) || isLowSurrogate(unit) ? kReplacement : unit);
     }
   }
   return text;
@@ -148,7 +142,7 @@ std::string utf8OfUcs2(std::string_view octets) {
 std::string utf8OfLatin1(std::string_view bytes) {
   std::string text;
   for (const char byte : bytes) {
-    append(text, static_cast<unsigned char>(byte));
+    text += utf8Of(static_cast<unsigned char>(byte));
   }
   return text;
 }

@@ -44,7 +44,7 @@ void Modem::onTrace(TraceHandler handler) {
 
 void Modem::receive(std::string_view bytes, std::int64_t nowMs) {
   walk(nowMs);
-  // Power is off: bytes fall on the floor.
+  // Without power nothing is received.
   if (absence) {
     return;
   }
@@ -109,14 +109,14 @@ void Modem::execute(const std::string& line, std::int64_t nowMs) {
   const Fault& fault = faults.select(Fault::Trigger::kCommand, line);
   Answer answer = fault.error.empty() ? answerCommand(line, options, &settings) : Answer{framed(fault.error)};
   settings.echo = fault.echo.value_or(settings.echo);
-  // Nobody waits for a body that nobody asked for: what comes is the next command.
+  // Without a prompt no body follows: what comes is the next command.
   if (answer.submission && (fault.noPrompt || options.smsOutcome == SmsOutcome::kNoPrompt)) {
     answer = {};
   }
   if (answer.submission) {
     submission = *std::move(answer.submission);
     state = State::kBody;
-    // The body may come before the prompt is out: a client that does not wait for it is taken at its word.
+    // From now on: a client that does not wait for the prompt may send the body before it is out.
     nowMs += options.promptDelayMs;
   }
   reply(answer.reply, nowMs, fault);

@@ -152,9 +152,8 @@ void PtyLine::send(std::string_view bytes) {
     const ssize_t count = ::write(terminal->master.get(), bytes.data(), bytes.size());
     if (count > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(count));
-      // Full: nobody reads, and what does not fit is lost, as on a line without flow control.
     } else if (errno == EAGAIN) {
-      return;
+      return;  // full: what does not fit is lost, as on a line without flow control
     } else if (errno != EINTR) {
       throwErrno("cannot write to ", slaveName);
     }

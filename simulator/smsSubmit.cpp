@@ -57,12 +57,12 @@ std::string digitsOf(std::string_view octets, std::size_t count) {
   return digits;
 }
 
-std::string takeNumber(Fields& fields) {
+std::string takeNumber(Fields* fields) {
   // The length counts digits, two of which share an octet.
-  const std::size_t count = fields.octet();
-  const unsigned type = fields.octet();
-  const std::string_view octets = fields.take((count + 1) / 2);
-  if (!fields.good() || count > kMaxDigits || (type & 0x70) == 0x50) {
+  const std::size_t count = fields->octet();
+  const unsigned type = fields->octet();
+  const std::string_view octets = fields->take((count + 1) / 2);
+  if (!fields->good() || count > kMaxDigits || (type & 0x70) == 0x50) {
     return {};  // too long, or a name in letters, which cannot be called
   }
   const std::string digits = digitsOf(octets, count);
@@ -112,7 +112,7 @@ std::optional<std::string> textOf(std::string_view data, std::size_t length, Alp
 std::optional<SmsSubmit> decode(Fields fields) {
   const unsigned first = fields.octet();
   fields.octet();  // the message reference, which the modem chooses
-  const std::string number = takeNumber(fields);
+  const std::string number = takeNumber(&fields);
   fields.octet();  // the protocol
   const Alphabet alphabet = alphabetOf(fields.octet());
   fields.take(octetsOfValidity(first));
