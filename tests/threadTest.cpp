@@ -27,16 +27,16 @@ constexpr char kMessageText[] = R"({"phone":"0123456789","text":"hi"})";
 constexpr char kMessage[] = "AT+CMGF=1\rAT+CMGS=\"0123456789\"\rhi\x1a\r\n\r";
 
 // A device in service, and its modem, which answers from a thread of its own. Whoever calls the device listens with it.
-class Station : public world::ClockListener {
+class DeviceFixture : public world::ClockListener {
  public:
-  Station() {
+  DeviceFixture() {
     listen();
     const std::string text = world::configurationText(line.connectionString());
     device.LoadConfig(fromJson(R"({"cfgfile":")" + folder.write("modem.json", text) + R"("})"));
     device.setSmsParams(fromJson(kMessageText));
     EXPECT_EQ(device.Start().toString(), "OK");
   }
-  ~Station() { isOver = true; }
+  ~DeviceFixture() { isOver = true; }
 
   void listen() { world::VirtualClock::instance().listener = this; }
 
@@ -53,14 +53,14 @@ class Station : public world::ClockListener {
     --asleep;
   }
 
-  bool hears(const std::string& text, int seconds) {
+  bool receives(const std::string& text, int seconds) {
     std::unique_lock<std::mutex> lock(mutex);
-    const auto isHeard = [&] { return heard.find(text) != std::string::npos; };
-    return changed.wait_for(lock, std::chrono::seconds(seconds), isHeard);
+    const auto isReceived = [&] { return received.find(text) != std::string::npos; };
+    return changed.wait_for(lock, std::chrono::seconds(seconds), isReceived);
   }
 
   GsmDevice device;
-  std::string heard;     // all commands
+  std::string received;  // all commands
   bool isMixed = false;  // one exchange began inside another
 
  private:
@@ -79,7 +79,7 @@ class Station : public world::ClockListener {
       command += line.receive();
       for (const world::Exchange& row : script) {
         if (row.command == command) {
-          tell([&] { heard += std::exchange(command, ""); });
+          tell([&] { received += std::exchange(command, ""); });
           line.send(row.reply);
           tell([&] { ++answers; });
         }
@@ -115,23 +115,23 @@ const std::function<orvix::Status(GsmDevice*)> kCommands[] = {
 
 TEST(ThreadTest, CommandsOfEachDeviceTakeTurns) {
   constexpr int kTimes = 10;
-  Station stations[3];
+  DeviceFixture fixtures[3];
   Threads threads;
-  for (Station& station : stations) {
+  for (DeviceFixture& fixture : fixtures) {
     for (const auto& command : kCommands) {
       threads.push_back(std::async(std::launch::async, [&] {
-        station.listen();
+        fixture.listen();
         for (int i = 0; i < kTimes; ++i) {
-          EXPECT_EQ(command(&station.device).toString(), "OK");
+          EXPECT_EQ(command(&fixture.device).toString(), "OK");
         }
       }));
     }
   }
   threads.clear();
-  for (const Station& station : stations) {
-    EXPECT_FALSE(station.isMixed);
+  for (const DeviceFixture& fixture : fixtures) {
+    EXPECT_FALSE(fixture.isMixed);
     int messages = 0;
-    for (std::size_t at = 0; (at = station.heard.find(kMessage, at)) != std::string::npos; ++at) {
+    for (std::size_t at = 0; (at = fixture.received.find(kMessage, at)) != std::string::npos; ++at) {
       ++messages;
     }
     EXPECT_EQ(messages, kTimes);
@@ -140,14 +140,14 @@ TEST(ThreadTest, CommandsOfEachDeviceTakeTurns) {
 
 TEST(ThreadTest, LineClosesBehindTheMessage) {
   for (int i = 0; i < 10; ++i) {
-    Station station;
+    DeviceFixture fixture;
     const auto sent = std::async(std::launch::async, [&] {
-      station.listen();
-      EXPECT_EQ(station.device.sendSms().toString(), "OK");
+      fixture.listen();
+      EXPECT_EQ(fixture.device.sendSms().toString(), "OK");
     });
-    EXPECT_TRUE(station.hears("AT+CMGF=1", 60));
-    EXPECT_EQ(station.device.terminate().toString(), "OK");
-    EXPECT_TRUE(station.hears(kMessage, 0));
+    EXPECT_TRUE(fixture.receives("AT+CMGF=1", 60));
+    EXPECT_EQ(fixture.device.terminate().toString(), "OK");
+    EXPECT_TRUE(fixture.receives(kMessage, 0));
   }
 }
 
