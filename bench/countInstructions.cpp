@@ -1,6 +1,7 @@
 // A plug-in of QEMU's user emulation: counts the instructions of the emulated process, in the first 8 bytes of the file
 // PREFIX.PID, which may be read at any time. QEMU_PLUGIN=LIBRARY,prefix=PREFIX. Threads count without a lock: of what
 // two of them do in the same moment, some may be missing.
+
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>

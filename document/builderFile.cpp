@@ -39,9 +39,9 @@ class JsonSource {
  private:
   ssize_t read(uint8_t* buffer, size_t size) {
     ssize_t count = 0;
+    // A signal is no end of the file, and neither is a pipe that is empty for a moment.
     do {
       count = ::read(descriptor, buffer, size);
-      // A signal is no end of the file, and neither is a pipe that is empty for a moment.
     } while (count == -1 && (errno == EINTR || (errno == EAGAIN && waitForInput())));
     sawText = sawText || count < 0 || !std::all_of(buffer, buffer + count, [](int byte) { return std::isspace(byte); });
     return count;

@@ -1,4 +1,5 @@
 // Any bytes as a configuration file: loading, handing out, saving and loading again.
+
 #include "device/gsmDevice.h"
 #include "document/document.h"
 #include "fuzz/fuzz.h"

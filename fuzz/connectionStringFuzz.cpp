@@ -1,4 +1,5 @@
 // Any text as a connection string, and the bytes after its NUL as a template; the null device is opened for real.
+
 #include <cstring>
 
 #include "debug/xdbg.h"

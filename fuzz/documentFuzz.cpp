@@ -1,4 +1,5 @@
 // Any bytes as a BSON document, and the bytes after it as a second one: every way to read and rewrite them.
+
 #include <cstring>
 
 #include "document/document.h"

@@ -1,4 +1,5 @@
 // Runs a fuzz target over files, each given by name or in a folder: fails when there is none.
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>

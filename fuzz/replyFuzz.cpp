@@ -2,6 +2,7 @@
 //
 // A run is a sequence of operations, one byte each; the modem takes its replies, a length byte and the bytes, from the
 // same sequence at the end of every wait.
+
 #include <algorithm>
 #include <cctype>
 #include <functional>

@@ -1,4 +1,5 @@
 // Any bytes as what the ends of a worker's socket say. The first byte tells who speaks.
+
 #include "fuzz/fuzz.h"
 #include "gateway/worker/attemptRecord.h"
 

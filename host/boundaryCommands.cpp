@@ -1,4 +1,5 @@
 // The commands that show the plug-in's boundary as it is: check, get, set, control.
+
 #include <sys/stat.h>
 #include <unistd.h>
 

@@ -1,4 +1,5 @@
 // The command "monitor": reports and events as they come, over absences of the modem too.
+
 #include <algorithm>
 #include <chrono>
 #include <iostream>

@@ -1,4 +1,5 @@
 // The command "report": one data report.
+
 #include <iostream>
 
 #include "host/commands.h"

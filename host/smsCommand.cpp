@@ -1,4 +1,5 @@
 // The command "sms": one message, and what became of it.
+
 #include <iostream>
 #include <iterator>
 

@@ -39,9 +39,9 @@ int XPLRead(int handle, void* buffer, int length) {
       refill(port);
     }
     const std::uint32_t piece = xpl::take(port->ring, out + taken, wanted - taken);
+    // Nothing more has arrived by now: who wants more waits and asks again.
     if (piece == 0) {
-      return -static_cast<int>(
-          taken);  // Short, because nothing more has arrived: whoever wants more waits and asks again.
+      return -static_cast<int>(taken);
     }
     taken += piece;
   }

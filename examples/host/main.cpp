@@ -1,5 +1,6 @@
 // The smallest host: loads the plug-in, makes one device of a configuration file and prints its data report.
 // Copy it to begin a host of your own.
+
 #include <iostream>
 #include <memory>
 

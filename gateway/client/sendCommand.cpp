@@ -1,4 +1,5 @@
 // The command `send`: hands a message over, and waits for what becomes of it where that is wished.
+
 #include <algorithm>
 #include <chrono>
 #include <iostream>
