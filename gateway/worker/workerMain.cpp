@@ -49,6 +49,7 @@ int workerMain(int descriptor) {
   const StartOrder order = link.waitForStart();
   // Only now, since the supervisor says how much is to be logged.
   setUpLogging(true, "gsm-gateway", true, 0, order.verbosity, "", "");
+  std::signal(SIGTERM, SIG_IGN);  // once more: glog has taken it for a stack trace
   serve(&link, order);
   tearDownLogging();
   return 0;
