@@ -110,6 +110,8 @@ class Gateway {
  public:
   // `settings`: a configuration without modems, plugin and storage, and http but for its tokens.
   Gateway(const std::vector<SimulatedModem*>& itsModems, nlohmann::json settings, int speed);
+  Gateway(const Gateway&) = delete;
+  Gateway& operator=(const Gateway&) = delete;
   ~Gateway();  // kills
 
   void start();      // and waits until it answers or ends
